@@ -1,0 +1,34 @@
+# Installs the library, its headers, a CMake package and a pkg-config file.
+include(CMakePackageConfigHelpers)
+
+install(TARGETS lVrexClient
+  EXPORT lVrexClientTargets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT Runtime
+    NAMELINK_COMPONENT Development
+  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT Runtime
+  INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/lVrexClient)
+
+set(VREX_CMAKE_INSTALL_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/lVrexClient)
+install(EXPORT lVrexClientTargets
+  NAMESPACE lVrexClient::
+  DESTINATION ${VREX_CMAKE_INSTALL_DIR}
+  COMPONENT Development)
+
+configure_package_config_file(
+  "${CMAKE_CURRENT_LIST_DIR}/lVrexClientConfig.cmake.in"
+  "${CMAKE_CURRENT_BINARY_DIR}/lVrexClientConfig.cmake"
+  INSTALL_DESTINATION ${VREX_CMAKE_INSTALL_DIR})
+write_basic_package_version_file(
+  "${CMAKE_CURRENT_BINARY_DIR}/lVrexClientConfigVersion.cmake"
+  COMPATIBILITY SameMajorVersion)
+install(FILES
+  "${CMAKE_CURRENT_BINARY_DIR}/lVrexClientConfig.cmake"
+  "${CMAKE_CURRENT_BINARY_DIR}/lVrexClientConfigVersion.cmake"
+  DESTINATION ${VREX_CMAKE_INSTALL_DIR}
+  COMPONENT Development)
+
+configure_file("${CMAKE_CURRENT_LIST_DIR}/lVrexClient.pc.in"
+  "${CMAKE_CURRENT_BINARY_DIR}/lVrexClient.pc" @ONLY)
+install(FILES "${CMAKE_CURRENT_BINARY_DIR}/lVrexClient.pc"
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+  COMPONENT Development)
