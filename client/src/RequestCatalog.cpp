@@ -1,0 +1,64 @@
+#include "vrex/RequestCatalog.h"
+
+#include <algorithm>
+#include <string>
+
+#include <google/protobuf/descriptor.h>
+
+namespace vrex {
+
+namespace {
+
+constexpr std::string_view kContractPackage = "Korvan.KQ.DataContracts.";
+
+std::vector<RequestInfo> BuildRequests() {
+  return {
+#define VREX_QUERY(Area, Request, Answer) {#Area, #Request, RequestKind::Query, #Answer},
+#define VREX_COMMAND(Area, Request) {#Area, #Request, RequestKind::Command, {}},
+#define VREX_FILE(Area, Request) {#Area, #Request, RequestKind::File, {}},
+#include "vrex/RequestList.inc"
+  };
+}
+
+}  // namespace
+
+const std::vector<RequestInfo>& Requests() {
+  static const std::vector<RequestInfo> requests = BuildRequests();
+  return requests;
+}
+
+const RequestInfo* FindRequest(std::string_view requestType) {
+  const auto& requests = Requests();
+  const auto found = std::find_if(
+      requests.begin(), requests.end(),
+      [&](const RequestInfo& info) { return info.name == requestType; });
+  return found == requests.end() ? nullptr : &*found;
+}
+
+const google::protobuf::Descriptor* FindContractMessage(std::string_view typeName) {
+  std::string fullName(kContractPackage);
+  fullName.append(typeName);
+  return google::protobuf::DescriptorPool::generated_pool()->FindMessageTypeByName(
+      fullName);
+}
+
+const google::protobuf::Descriptor* AnswerDescriptor(const RequestInfo& request) {
+  if (request.kind != RequestKind::Query) {
+    return nullptr;
+  }
+  return FindContractMessage(request.answerType);
+}
+
+std::string_view ToString(RequestKind kind) {
+  switch (kind) {
+    case RequestKind::Query:
+      return "query";
+    case RequestKind::Command:
+      return "command";
+    case RequestKind::File:
+      return "file";
+  }
+  return "unknown";
+}
+
+}  // namespace vrex
