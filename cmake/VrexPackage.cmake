@@ -27,6 +27,10 @@ install(FILES
   DESTINATION ${VREX_CMAKE_INSTALL_DIR}
   COMPONENT Development)
 
+# The prefix is written relative to the .pc file so an installed tree can move.
+file(RELATIVE_PATH VREX_PC_TO_PREFIX
+  "/prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/prefix")
+string(REGEX REPLACE "/$" "" VREX_PC_TO_PREFIX "${VREX_PC_TO_PREFIX}")
 configure_file("${CMAKE_CURRENT_LIST_DIR}/lVrexClient.pc.in"
   "${CMAKE_CURRENT_BINARY_DIR}/lVrexClient.pc" @ONLY)
 install(FILES "${CMAKE_CURRENT_BINARY_DIR}/lVrexClient.pc"

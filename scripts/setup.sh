@@ -1,0 +1,31 @@
+#!/usr/bin/env bash
+# Installs the Debian packages the project needs (only those missing),
+# configures and builds into ./build (override with VREX_BUILD_DIR).
+set -euo pipefail
+
+cd "$(dirname "$0")/.."
+build_dir="${VREX_BUILD_DIR:-build}"
+
+packages=(
+  build-essential cmake ninja-build pkg-config
+  protobuf-compiler libprotobuf-dev
+  libcurl4-openssl-dev
+  libcpp-httplib-dev libcli11-dev libfmt-dev
+  libgtest-dev libgmock-dev libbenchmark-dev
+)
+missing=()
+for package in "${packages[@]}"; do
+  dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed" \
+    || missing+=("$package")
+done
+if ((${#missing[@]})); then
+  echo "Installing missing packages: ${missing[*]}"
+  sudo_cmd=()
+  [[ $(id -u) -eq 0 ]] || sudo_cmd=(sudo)
+  "${sudo_cmd[@]}" apt-get update -qq
+  DEBIAN_FRONTEND=noninteractive "${sudo_cmd[@]}" apt-get install -y -qq "${missing[@]}"
+fi
+
+cmake -S . -B "$build_dir" -G Ninja -DCMAKE_BUILD_TYPE="${VREX_BUILD_TYPE:-RelWithDebInfo}" \
+  ${VREX_CMAKE_ARGS:-}
+cmake --build "$build_dir" -j "$(nproc)"

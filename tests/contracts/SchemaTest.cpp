@@ -1,0 +1,178 @@
+// Checks the compiled schema as a whole: the files, their packages, options
+// and imports, and the totals of fields by presence kind.
+#include <filesystem>
+#include <set>
+#include <string>
+#include <vector>
+
+#include <google/protobuf/descriptor.h>
+#include <google/protobuf/descriptor.pb.h>
+#include <gtest/gtest.h>
+
+namespace {
+
+namespace pb = google::protobuf;
+
+std::vector<const pb::FileDescriptor*> LoadContractFiles() {
+  std::vector<const pb::FileDescriptor*> files;
+  for (const auto& entry : std::filesystem::directory_iterator(VREX_CONTRACTS_DIR)) {
+    if (entry.path().extension() != ".proto") continue;
+    const auto* file = pb::DescriptorPool::generated_pool()->FindFileByName(
+        entry.path().filename().string());
+    EXPECT_NE(file, nullptr) << entry.path() << " is not compiled into the library";
+    if (file != nullptr) files.push_back(file);
+  }
+  return files;
+}
+
+// The file a field's type is defined in, if the field refers to another type.
+const pb::FileDescriptor* TypeFile(const pb::FieldDescriptor* field) {
+  if (field->message_type() != nullptr) return field->message_type()->file();
+  if (field->enum_type() != nullptr) return field->enum_type()->file();
+  return nullptr;
+}
+
+void CollectUsedFiles(const pb::Descriptor* message, std::set<std::string>& used) {
+  for (int i = 0; i < message->field_count(); ++i) {
+    const pb::FieldDescriptor* field = message->field(i);
+    if (field->is_map()) {
+      CollectUsedFiles(field->message_type(), used);
+      continue;
+    }
+    if (const auto* file = TypeFile(field); file != nullptr) used.insert(file->name());
+  }
+}
+
+struct FieldTotals {
+  int fields = 0, optional = 0, repeated = 0, maps = 0, unpacked = 0;
+};
+
+FieldTotals CountFields(const std::vector<const pb::FileDescriptor*>& files) {
+  FieldTotals totals;
+  for (const auto* file : files) {
+    for (int m = 0; m < file->message_type_count(); ++m) {
+      const pb::Descriptor* message = file->message_type(m);
+      for (int i = 0; i < message->field_count(); ++i) {
+        const pb::FieldDescriptor* field = message->field(i);
+        ++totals.fields;
+        if (field->is_map()) {
+          ++totals.maps;
+        } else if (field->is_repeated()) {
+          ++totals.repeated;
+          if (field->is_packable() && !field->is_packed()) ++totals.unpacked;
+        } else if (field->has_optional_keyword()) {
+          ++totals.optional;
+        }
+      }
+    }
+  }
+  return totals;
+}
+
+class ContractSchema : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() { files_ = new auto(LoadContractFiles()); }
+  static void TearDownTestSuite() { delete files_; }
+  static const std::vector<const pb::FileDescriptor*>& files() { return *files_; }
+
+ private:
+  static inline std::vector<const pb::FileDescriptor*>* files_ = nullptr;
+};
+
+TEST_F(ContractSchema, HasOneTypePerFileInTheThreePackages) {
+  ASSERT_EQ(files().size(), 209u);
+  int messages = 0, enums = 0;
+  for (const auto* file : files()) {
+    SCOPED_TRACE(file->name());
+    EXPECT_EQ(file->syntax(), pb::FileDescriptor::SYNTAX_PROTO3);
+    messages += file->message_type_count();
+    enums += file->enum_type_count();
+    if (file->package() == "bcl") {
+      EXPECT_EQ(file->name(), "bcl.proto");
+      continue;
+    }
+    ASSERT_EQ(file->message_type_count() + file->enum_type_count(), 1);
+    const std::string typeName = file->message_type_count() == 1
+                                      ? file->message_type(0)->name()
+                                      : file->enum_type(0)->name();
+    EXPECT_EQ(file->name(), typeName + ".proto");
+    EXPECT_EQ(file->package(), file->enum_type_count() == 1
+                                   ? "Korvan.KQ.DataContracts.Enumerator"
+                                   : "Korvan.KQ.DataContracts");
+  }
+  EXPECT_EQ(messages, 193);
+  EXPECT_EQ(enums, 20);
+}
+
+TEST_F(ContractSchema, PrimitivesStandInTheirFixedOrder) {
+  const auto* bcl = pb::DescriptorPool::generated_pool()->FindFileByName("bcl.proto");
+  ASSERT_NE(bcl, nullptr);
+  const std::vector<std::string> expected = {"TimeSpan", "DateTime", "NetObjectProxy",
+                                             "Guid", "Decimal"};
+  ASSERT_EQ(bcl->message_type_count(), static_cast<int>(expected.size()));
+  for (int i = 0; i < bcl->message_type_count(); ++i) {
+    EXPECT_EQ(bcl->message_type(i)->name(), expected[static_cast<size_t>(i)]);
+  }
+}
+
+TEST_F(ContractSchema, EveryFileCarriesOnlyTheNamespaceOption) {
+  for (const auto* file : files()) {
+    SCOPED_TRACE(file->name());
+    pb::FileOptions expected;
+    expected.set_csharp_namespace(file->package() == "bcl"
+                                      ? "Korvan.KQ.DataContracts.License.Bcl"
+                                      : "Korvan.KQ.DataContracts");
+    EXPECT_EQ(file->options().SerializeAsString(), expected.SerializeAsString());
+  }
+}
+
+TEST_F(ContractSchema, ImportsExactlyTheFilesItsFieldsUse) {
+  for (const auto* file : files()) {
+    SCOPED_TRACE(file->name());
+    std::set<std::string> used;
+    for (int m = 0; m < file->message_type_count(); ++m) {
+      CollectUsedFiles(file->message_type(m), used);
+    }
+    used.erase(file->name());
+    std::set<std::string> imported;
+    for (int i = 0; i < file->dependency_count(); ++i) {
+      imported.insert(file->dependency(i)->name());
+    }
+    EXPECT_EQ(imported, used);
+  }
+}
+
+TEST_F(ContractSchema, FieldTotalsByPresenceKind) {
+  const FieldTotals totals = CountFields(files());
+  EXPECT_EQ(totals.fields, 823);
+  EXPECT_EQ(totals.optional, 247);
+  EXPECT_EQ(totals.repeated, 79);
+  EXPECT_EQ(totals.maps, 9);
+  EXPECT_EQ(totals.unpacked, 11);
+}
+
+TEST_F(ContractSchema, ZeroFieldRequestsAreTheFiveFieldlessOnes) {
+  std::set<std::string> fieldless;
+  for (const auto* file : files()) {
+    for (int m = 0; m < file->message_type_count(); ++m) {
+      if (file->message_type(m)->field_count() == 0 &&
+          file->message_type(m)->enum_type_count() == 0) {
+        fieldless.insert(file->message_type(m)->name());
+      }
+    }
+  }
+  EXPECT_EQ(fieldless, (std::set<std::string>{"DefaultTopologyModelQuery",
+                                               "EncryptionSettingsQuery", "GetTokensQuery",
+                                               "SimpleTopologyQuery", "TopologyModelQuery"}));
+}
+
+TEST_F(ContractSchema, EveryEnumerationStartsAtZero) {
+  for (const auto* file : files()) {
+    for (int e = 0; e < file->enum_type_count(); ++e) {
+      SCOPED_TRACE(file->enum_type(e)->name());
+      EXPECT_EQ(file->enum_type(e)->value(0)->number(), 0);
+    }
+  }
+}
+
+}  // namespace
