@@ -42,7 +42,11 @@ const google::protobuf::Descriptor* FindContractMessage(std::string_view typeNam
       fullName);
 }
 
-const google::protobuf::Descriptor* AnswerDescriptor(const RequestInfo& request) {
+const google::protobuf::Descriptor* AnswerDescriptor(const RequestInfo& request,
+                                                     std::string_view overrideType) {
+  if (!overrideType.empty()) {
+    return FindContractMessage(overrideType);
+  }
   if (request.kind != RequestKind::Query) {
     return nullptr;
   }

@@ -13,10 +13,13 @@ class Descriptor;
 
 namespace vrex {
 
+/// How the server answers a request. Every ...Query is a Query or a File and
+/// every ...Command a Command, except PropagateTopologyModelCommand: it changes
+/// the topology yet is answered by a message, so it is a Query here.
 enum class RequestKind {
-  Query,    ///< read; answered by a contract message
-  Command,  ///< change; answered by the outcome alone
-  File,     ///< read; answered by raw file bytes (archive, WAV, CSV)
+  Query,    ///< answered by a contract message
+  Command,  ///< answered by the outcome alone
+  File,     ///< answered by raw file bytes (archive, WAV, CSV)
 };
 
 struct RequestInfo {
@@ -36,8 +39,17 @@ const RequestInfo* FindRequest(std::string_view requestType);
 /// or nullptr.
 const google::protobuf::Descriptor* FindContractMessage(std::string_view typeName);
 
-/// Descriptor of the answer of a query; nullptr for commands and files.
-const google::protobuf::Descriptor* AnswerDescriptor(const RequestInfo& request);
+/// Descriptor of the message the answer of `request` is read into.
+///
+/// Without `overrideType`: the query's answer message; nullptr for commands
+/// and files. Where the server, not the contract, fixes an answer (see the
+/// comments in RequestList.inc) a caller that knows better names the message
+/// in `overrideType` (short name, e.g. "ResultCountContainer"); it wins for
+/// every kind, so a command's answer body can be read as well. An override
+/// that names no contract message gives nullptr: it never falls back to the
+/// catalog's answer, so a misspelt name does not go unnoticed.
+const google::protobuf::Descriptor* AnswerDescriptor(const RequestInfo& request,
+                                                     std::string_view overrideType = {});
 
 std::string_view ToString(RequestKind kind);
 

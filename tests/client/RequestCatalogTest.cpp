@@ -1,0 +1,146 @@
+// Checks the request catalog against the compiled contract: every request
+// message is listed once, with an answer that exists and fits its kind.
+#include "vrex/RequestCatalog.h"
+
+#include <filesystem>
+#include <map>
+#include <set>
+#include <string>
+
+#include <google/protobuf/descriptor.h>
+#include <gtest/gtest.h>
+
+namespace {
+
+namespace pb = google::protobuf;
+
+bool EndsWith(std::string_view text, std::string_view suffix) {
+  return text.size() >= suffix.size() && text.substr(text.size() - suffix.size()) == suffix;
+}
+
+// The request messages of the contract, read from the schema files themselves
+// (the generated pool loads a file only when asked for it).
+std::set<std::string> ContractRequestNames() {
+  std::set<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator(VREX_CONTRACTS_DIR)) {
+    if (entry.path().extension() != ".proto") continue;
+    const pb::FileDescriptor* file =
+        pb::DescriptorPool::generated_pool()->FindFileByName(entry.path().filename().string());
+    EXPECT_NE(file, nullptr) << entry.path() << " is not compiled into the library";
+    for (int i = 0; file != nullptr && i < file->message_type_count(); ++i) {
+      const std::string& name = file->message_type(i)->name();
+      if (EndsWith(name, "Query") || EndsWith(name, "Command")) names.insert(name);
+    }
+  }
+  return names;
+}
+
+TEST(RequestCatalog, ListsEveryRequestMessageOfTheContractExactlyOnce) {
+  const std::set<std::string> contract = ContractRequestNames();
+  ASSERT_FALSE(contract.empty());
+
+  std::map<std::string, int> listed;
+  for (const auto& request : vrex::Requests()) ++listed[std::string(request.name)];
+
+  for (const auto& name : contract) EXPECT_TRUE(listed.count(name)) << name << " is missing";
+  for (const auto& [name, count] : listed) {
+    EXPECT_EQ(count, 1) << name << " is listed more than once";
+    EXPECT_TRUE(contract.count(name)) << name << " is no request message of the contract";
+  }
+}
+
+TEST(RequestCatalog, EveryRequestIsAContractMessage) {
+  for (const auto& request : vrex::Requests()) {
+    const pb::Descriptor* message = vrex::FindContractMessage(request.name);
+    ASSERT_NE(message, nullptr) << request.name;
+    EXPECT_EQ(message->full_name(), "Korvan.KQ.DataContracts." + std::string(request.name));
+  }
+}
+
+TEST(RequestCatalog, OnlyQueriesHaveAnAnswerMessageAndItExists) {
+  for (const auto& request : vrex::Requests()) {
+    SCOPED_TRACE(std::string(request.name));
+    const pb::Descriptor* answer = vrex::AnswerDescriptor(request);
+    if (request.kind == vrex::RequestKind::Query) {
+      ASSERT_NE(answer, nullptr) << "unknown answer " << request.answerType;
+      EXPECT_EQ(answer->name(), request.answerType);
+    } else {
+      EXPECT_TRUE(request.answerType.empty());
+      EXPECT_EQ(answer, nullptr);
+    }
+  }
+}
+
+// The stem of a request, its name without "Query" or "Command".
+std::string_view Stem(std::string_view request) {
+  const std::size_t suffix = EndsWith(request, "Query") ? 5 : EndsWith(request, "Command") ? 7 : 0;
+  return request.substr(0, request.size() - suffix);
+}
+
+TEST(RequestCatalog, ARequestWithAContainerOfItsNameIsAnsweredByIt) {
+  for (const auto& request : vrex::Requests()) {
+    for (const char* suffix : {"Container", "Store"}) {
+      const std::string partner = std::string(Stem(request.name)) + suffix;
+      if (vrex::FindContractMessage(partner) == nullptr) continue;
+      EXPECT_EQ(request.kind, vrex::RequestKind::Query) << request.name;
+      EXPECT_EQ(request.answerType, partner) << request.name;
+    }
+  }
+}
+
+TEST(RequestCatalog, RequestsOfOneAreaStandTogether) {
+  std::set<std::string_view> started;
+  std::string_view previous;
+  for (const auto& request : vrex::Requests()) {
+    EXPECT_FALSE(request.area.empty()) << request.name;
+    if (request.area == previous) continue;
+    EXPECT_TRUE(started.insert(request.area).second)
+        << request.area << " is split at " << request.name;
+    previous = request.area;
+  }
+}
+
+TEST(RequestCatalog, FindRequestReturnsTheListedEntry) {
+  for (const auto& request : vrex::Requests()) {
+    EXPECT_EQ(vrex::FindRequest(request.name), &request) << request.name;
+  }
+}
+
+TEST(RequestCatalog, FindRequestKnowsNoOtherName) {
+  for (std::string_view name : {"", "NoSuchQuery", "measurementquery", "MeasurementQuery ",
+                                "MeasurementContainer", "Korvan.KQ.DataContracts.MeasurementQuery"}) {
+    EXPECT_EQ(vrex::FindRequest(name), nullptr) << '"' << name << '"';
+  }
+}
+
+struct OverrideCase {
+  std::string_view request;
+  std::string_view overrideType;
+  const char* expected;  // full name of the answer, nullptr for none
+};
+
+TEST(RequestCatalog, AnswerOverrideWinsAndAnUnknownOneGivesNone) {
+  const OverrideCase cases[] = {
+      {"FactoryResultCountQuery", {}, "Korvan.KQ.DataContracts.LineResultCountContainer"},
+      {"FactoryResultCountQuery", "ResultCountContainer",
+       "Korvan.KQ.DataContracts.ResultCountContainer"},
+      {"AddShiftCommand", "MessageContainer", "Korvan.KQ.DataContracts.MessageContainer"},
+      {"MeasurementQuery", "NoSuchContainer", nullptr},
+      {"MeasurementQuery", "CodeCategory", nullptr},  // an enumeration, not a message
+      {"MeasurementQuery", "Korvan.KQ.DataContracts.MeasurementContainer", nullptr},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(std::string(c.request) + " / " + std::string(c.overrideType));
+    const vrex::RequestInfo* request = vrex::FindRequest(c.request);
+    ASSERT_NE(request, nullptr);
+    const pb::Descriptor* answer = vrex::AnswerDescriptor(*request, c.overrideType);
+    if (c.expected == nullptr) {
+      EXPECT_EQ(answer, nullptr);
+    } else {
+      ASSERT_NE(answer, nullptr);
+      EXPECT_EQ(answer->full_name(), c.expected);
+    }
+  }
+}
+
+}  // namespace
