@@ -1,0 +1,193 @@
+#include "vrex/data/Time.h"
+
+#include <cstdio>
+#include <limits>
+
+namespace vrex::data {
+namespace {
+
+// The scale numbers are the same in bcl::DateTime and bcl::TimeSpan.
+constexpr int kMinMaxScale = 15;
+constexpr int kTicksScale = 5;
+constexpr std::int64_t kTicksPerUnit[] = {
+    864'000'000'000,  // DAYS
+    36'000'000'000,   // HOURS
+    600'000'000,      // MINUTES
+    10'000'000,       // SECONDS
+    10'000,           // MILLISECONDS
+    1,                // TICKS
+};
+constexpr const char* kScaleNames[] = {"DAYS",    "HOURS",        "MINUTES",
+                                       "SECONDS", "MILLISECONDS", "TICKS"};
+constexpr std::int64_t kTicksPerDay = kTicksPerUnit[0];
+
+// A contract count read as ticks, or one of the extremes.
+struct TickCount {
+  std::int64_t ticks = 0;
+  Extreme extreme = Extreme::None;
+};
+
+Result<TickCount> ReadCount(std::int64_t value, int scale) {
+  if (scale == kMinMaxScale) {
+    if (value == 1) return Result<TickCount>::Success({std::numeric_limits<std::int64_t>::max(), Extreme::Max});
+    if (value == -1) return Result<TickCount>::Success({std::numeric_limits<std::int64_t>::min(), Extreme::Min});
+    return Result<TickCount>::Failure("scale MINMAX holds 1 (greatest) or -1 (least), not " +
+                                      std::to_string(value));
+  }
+  if (scale < 0 || scale > kTicksScale)
+    return Result<TickCount>::Failure("unknown time scale " + std::to_string(scale));
+  const std::int64_t factor = kTicksPerUnit[scale];
+  // Integer division truncates towards zero, which makes both bounds exact.
+  if (value > std::numeric_limits<std::int64_t>::max() / factor ||
+      value < std::numeric_limits<std::int64_t>::min() / factor) {
+    return Result<TickCount>::Failure(std::to_string(value) + " " + kScaleNames[scale] +
+                                      " does not fit in a 64-bit count of 100 ns ticks");
+  }
+  return Result<TickCount>::Success({value * factor, Extreme::None});
+}
+
+// A count in the coarsest scale that holds `ticks` exactly, or MINMAX.
+struct ScaledCount {
+  std::int64_t value = 0;
+  int scale = kTicksScale;
+};
+
+ScaledCount WriteCount(std::int64_t ticks, Extreme extreme) {
+  if (extreme != Extreme::None) return {extreme == Extreme::Max ? 1 : -1, kMinMaxScale};
+  for (int scale = 0; scale < kTicksScale; ++scale) {
+    if (ticks % kTicksPerUnit[scale] == 0) return {ticks / kTicksPerUnit[scale], scale};
+  }
+  return {ticks, kTicksScale};
+}
+
+struct CivilDate {
+  std::int64_t year;
+  unsigned month;
+  unsigned day;
+};
+
+// Proleptic Gregorian date of a day count since 1970-01-01. Works in 400-year
+// eras that start on March 1st, so that the leap day ends each era's year.
+CivilDate CivilFromDays(std::int64_t days) {
+  constexpr std::int64_t kDaysPerEra = 146097;
+  const std::int64_t shifted = days + 719468;  // days since 0000-03-01
+  const std::int64_t era = (shifted >= 0 ? shifted : shifted - kDaysPerEra + 1) / kDaysPerEra;
+  const auto dayOfEra = static_cast<unsigned>(shifted - era * kDaysPerEra);
+  const unsigned yearOfEra =
+      (dayOfEra - dayOfEra / 1460 + dayOfEra / 36524 - dayOfEra / 146096) / 365;
+  const unsigned dayOfYear = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
+  const unsigned marchMonth = (5 * dayOfYear + 2) / 153;  // 0 = March
+  const unsigned day = dayOfYear - (153 * marchMonth + 2) / 5 + 1;
+  const unsigned month = marchMonth < 10 ? marchMonth + 3 : marchMonth - 9;
+  const std::int64_t year = era * 400 + yearOfEra + (month <= 2 ? 1 : 0);
+  return {year, month, day};
+}
+
+std::string FormatYear(std::int64_t year) {
+  char text[16];
+  if (year >= 0 && year <= 9999) {
+    std::snprintf(text, sizeof text, "%04lld", static_cast<long long>(year));
+  } else {
+    std::snprintf(text, sizeof text, "%+07lld", static_cast<long long>(year));
+  }
+  return text;
+}
+
+}  // namespace
+
+Result<Instant> ToInstant(const bcl::DateTime& time) {
+  const Result<TickCount> count = ReadCount(time.value(), time.scale());
+  if (!count.ok()) return Result<Instant>::Failure("time: " + count.error());
+  return Result<Instant>::Success(
+      {TickTime(Ticks(count.value().ticks)), count.value().extreme, time.kind()});
+}
+
+bcl::DateTime ToDateTime(const Instant& instant) {
+  const ScaledCount count = WriteCount(instant.time.time_since_epoch().count(), instant.extreme);
+  bcl::DateTime time;
+  time.set_value(count.value);
+  time.set_scale(static_cast<bcl::DateTime_TimeSpanScale>(count.scale));
+  time.set_kind(instant.kind);
+  return time;
+}
+
+Result<Duration> ToDuration(const bcl::TimeSpan& span) {
+  const Result<TickCount> count = ReadCount(span.value(), span.scale());
+  if (!count.ok()) return Result<Duration>::Failure("duration: " + count.error());
+  return Result<Duration>::Success({Ticks(count.value().ticks), count.value().extreme});
+}
+
+bcl::TimeSpan ToTimeSpan(const Duration& duration) {
+  const ScaledCount count = WriteCount(duration.ticks.count(), duration.extreme);
+  bcl::TimeSpan span;
+  span.set_value(count.value);
+  span.set_scale(static_cast<bcl::TimeSpan_TimeSpanScale>(count.scale));
+  return span;
+}
+
+Result<std::chrono::system_clock::time_point> ToSystemTime(const bcl::DateTime& time) {
+  using SystemTime = std::chrono::system_clock::time_point;
+  using SystemPerTick = std::ratio_divide<Ticks::period, SystemTime::period>;
+  static_assert(SystemPerTick::den == 1, "system_clock must be at least as fine as 100 ns");
+  constexpr std::int64_t kPerTick = SystemPerTick::num;
+
+  const Result<Instant> instant = ToInstant(time);
+  if (!instant.ok()) return Result<SystemTime>::Failure(instant.error());
+  if (instant.value().extreme == Extreme::Max) return Result<SystemTime>::Success(SystemTime::max());
+  if (instant.value().extreme == Extreme::Min) return Result<SystemTime>::Success(SystemTime::min());
+
+  const std::int64_t ticks = instant.value().time.time_since_epoch().count();
+  if (ticks > std::numeric_limits<SystemTime::rep>::max() / kPerTick ||
+      ticks < std::numeric_limits<SystemTime::rep>::min() / kPerTick) {
+    return Result<SystemTime>::Failure("time " + FormatIso8601(instant.value()) +
+                                       " lies outside the range of std::chrono::system_clock");
+  }
+  return Result<SystemTime>::Success(SystemTime(SystemTime::duration(ticks * kPerTick)));
+}
+
+bcl::DateTime FromSystemTime(std::chrono::system_clock::time_point time,
+                             bcl::DateTime_DateTimeKind kind) {
+  using SystemTime = std::chrono::system_clock::time_point;
+  Instant instant;
+  instant.kind = kind;
+  if (time == SystemTime::max()) {
+    instant.extreme = Extreme::Max;
+  } else if (time == SystemTime::min()) {
+    instant.extreme = Extreme::Min;
+  } else {
+    instant.time = std::chrono::floor<Ticks>(time);
+  }
+  return ToDateTime(instant);
+}
+
+std::string FormatIso8601(const Instant& instant) {
+  if (instant.extreme == Extreme::Max) return "max";
+  if (instant.extreme == Extreme::Min) return "min";
+
+  // Split into whole days and the ticks of the day without overflowing near
+  // the ends of the 64-bit range.
+  const std::int64_t ticks = instant.time.time_since_epoch().count();
+  std::int64_t days = ticks / kTicksPerDay;
+  std::int64_t ofDay = ticks % kTicksPerDay;
+  if (ofDay < 0) {
+    ofDay += kTicksPerDay;
+    --days;
+  }
+  const CivilDate date = CivilFromDays(days);
+  const std::int64_t seconds = ofDay / kTicksPerUnit[3];
+  char clock[48];
+  std::snprintf(clock, sizeof clock, "-%02u-%02uT%02lld:%02lld:%02lld.%07lld%s", date.month,
+                date.day, static_cast<long long>(seconds / 3600),
+                static_cast<long long>(seconds / 60 % 60), static_cast<long long>(seconds % 60),
+                static_cast<long long>(ofDay % kTicksPerUnit[3]),
+                instant.kind == bcl::DateTime_DateTimeKind_UTC ? "Z" : "");
+  return FormatYear(date.year) + clock;
+}
+
+Result<std::string> FormatIso8601(const bcl::DateTime& time) {
+  const Result<Instant> instant = ToInstant(time);
+  if (!instant.ok()) return Result<std::string>::Failure(instant.error());
+  return Result<std::string>::Success(FormatIso8601(instant.value()));
+}
+
+}  // namespace vrex::data

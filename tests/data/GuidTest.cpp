@@ -1,0 +1,45 @@
+#include "vrex/data/Guid.h"
+
+#include <gtest/gtest.h>
+
+namespace vrex::data {
+namespace {
+
+constexpr const char* kText = "00112233-4455-6677-8899-aabbccddeeff";
+// The usual 16-byte layout of that identifier: first three groups reversed.
+constexpr GuidBytes kBytes = {0x33, 0x22, 0x11, 0x00, 0x55, 0x44, 0x77, 0x66,
+                              0x88, 0x99, 0xaa, 0xbb, 0xcc, 0xdd, 0xee, 0xff};
+
+TEST(GuidTest, KnownIdentifierMapsToItsBytesAndHalves) {
+  const Result<bcl::Guid> parsed = ParseGuid("00112233-4455-6677-8899-AABBCCDDEEFF");
+  ASSERT_TRUE(parsed.ok()) << parsed.error();
+  EXPECT_EQ(parsed.value().lo(), 0x6677445500112233ULL);
+  EXPECT_EQ(parsed.value().hi(), 0xffeeddccbbaa9988ULL);
+  EXPECT_EQ(GuidToBytes(parsed.value()), kBytes);
+  EXPECT_EQ(FormatGuid(GuidFromBytes(kBytes)), kText);
+  EXPECT_EQ(FormatGuid(bcl::Guid()), "00000000-0000-0000-0000-000000000000");
+
+  // Two fixed64 fields put the 16-byte form on the wire as it stands.
+  const std::string bytes(kBytes.begin(), kBytes.end());
+  EXPECT_EQ(parsed.value().SerializeAsString(), "\x09" + bytes.substr(0, 8) + "\x11" + bytes.substr(8));
+}
+
+TEST(GuidTest, RejectsAnythingButTheCanonicalForm) {
+  const char* const malformed[] = {
+      "",
+      "{00112233-4455-6677-8899-aabbccddeeff}",
+      "00112233445566778899aabbccddeeff",
+      "00112233-4455-6677-8899-aabbccddeef",
+      "001122334-455-6677-8899-aabbccddeeff",
+      "00112233-4455-6677-8899-aabbccddeefg",
+      " 0112233-4455-6677-8899-aabbccddeeff",
+  };
+  for (const char* text : malformed) {
+    const Result<bcl::Guid> parsed = ParseGuid(text);
+    EXPECT_FALSE(parsed.ok()) << text;
+    EXPECT_NE(parsed.error().find(text), std::string::npos) << parsed.error();
+  }
+}
+
+}  // namespace
+}  // namespace vrex::data
