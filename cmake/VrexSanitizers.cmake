@@ -18,7 +18,10 @@ endif()
 
 # Environment for tests under a sanitizer: the established Post keeps two
 # things on purpose (see tests/sanitizers/lsan.supp); nothing else is excused.
+# Slow unwinding on malloc gives full stacks through libcurl, which the
+# suppressions need to see the Post frames.
 set(VREX_SANITIZER_TEST_ENVIRONMENT
+  "ASAN_OPTIONS=fast_unwind_on_malloc=0:detect_leaks=1"
   "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/sanitizers/lsan.supp:print_suppressions=0"
   "UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1"
-  "TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1")
+  "TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1:suppressions=${PROJECT_SOURCE_DIR}/tests/sanitizers/tsan.supp")

@@ -1,0 +1,53 @@
+#pragma once
+// Everything vrex::Client is built from.
+
+#include <chrono>
+#include <optional>
+#include <string>
+
+namespace vrex {
+
+/// TLS settings for https base URLs; libcurl's defaults where left empty.
+struct TlsOptions {
+  bool verifyPeer = true;         ///< check the server certificate and host name
+  std::string caFile;             ///< CA bundle (PEM) instead of the system's
+  std::string caDirectory;        ///< directory of CA certificates
+  std::string clientCertificate;  ///< client certificate (PEM) for mutual TLS
+  std::string clientKey;          ///< its private key (PEM)
+};
+
+/// Which calls are repeated, and how often. Only queries and file requests
+/// are retried, never commands (nor PropagateTopologyModelCommand, which is
+/// answered like a query); only after a transport failure or a status 502,
+/// 503 or 504. The wait before attempt n+1 is drawn at random between
+/// half and all of min(initialDelay * 2^(n-1), maxDelay).
+struct RetryPolicy {
+  int maxAttempts = 3;  ///< 1 turns retrying off
+  std::chrono::milliseconds initialDelay{100};
+  std::chrono::milliseconds maxDelay{2000};
+  /// No further attempt starts when it would begin later than this after the
+  /// start of the call.
+  std::chrono::milliseconds maxTotalTime{10000};
+};
+
+struct ClientOptions {
+  /// Scheme, host, optional port and path prefix, without "/api/"; used as
+  /// given, like the established API.
+  std::string baseUrl;
+  /// Sent in "GatewayApiAuthentication"; the build's token when empty.
+  std::optional<std::string> token;
+  std::chrono::milliseconds connectTimeout{10000};
+  /// Bound of one attempt, answer included; downloads may set their own.
+  std::chrono::milliseconds totalTimeout{60000};
+  TlsOptions tls;
+  /// Proxy URL; unset: libcurl's default (the proxy environment variables);
+  /// empty: no proxy at all.
+  std::optional<std::string> proxy;
+  std::string userAgent = "lVrexClient";
+  /// "Accept-Encoding" values; unset: none sent; empty: every encoding this
+  /// libcurl can decode.
+  std::optional<std::string> acceptEncoding;
+  RetryPolicy retry;
+};
+
+}  // namespace vrex

@@ -1,0 +1,70 @@
+#pragma once
+// Compile-time facts about every request of the catalog: its kind, its
+// endpoint name and, for a query, the message it is answered with. Made from
+// the same list as the run-time catalog (RequestList.inc), so both agree.
+//
+// Only forward declarations of the contract classes are needed here; a
+// translation unit that sends a request includes the generated headers of the
+// request and its answer (or vrex/Contracts.h for all of them).
+
+#include <string_view>
+
+#include "vrex/RequestCatalog.h"
+
+namespace Korvan::KQ::DataContracts {
+#define VREX_QUERY(Area, Request, Answer) \
+  class Request;                          \
+  class Answer;
+#define VREX_COMMAND(Area, Request) class Request;
+#define VREX_FILE(Area, Request) class Request;
+#include "vrex/RequestList.inc"
+}  // namespace Korvan::KQ::DataContracts
+
+namespace vrex {
+
+/// Specialised for every request of the catalog; `kIsRequest` is false for
+/// any other type.
+template <class Request>
+struct RequestTraits {
+  static constexpr bool kIsRequest = false;
+};
+
+// Answer is void for commands and files: they have no answer message.
+#define VREX_REQUEST_TRAITS(Request, Kind, AnswerType)         \
+  template <>                                                  \
+  struct RequestTraits<::Korvan::KQ::DataContracts::Request> { \
+    static constexpr bool kIsRequest = true;                   \
+    static constexpr RequestKind kKind = RequestKind::Kind;    \
+    static constexpr std::string_view kName = #Request;        \
+    using Answer = AnswerType;                                 \
+  };
+#define VREX_QUERY(Area, Request, Answer) \
+  VREX_REQUEST_TRAITS(Request, Query, ::Korvan::KQ::DataContracts::Answer)
+#define VREX_COMMAND(Area, Request) VREX_REQUEST_TRAITS(Request, Command, void)
+#define VREX_FILE(Area, Request) VREX_REQUEST_TRAITS(Request, File, void)
+#include "vrex/RequestList.inc"
+#undef VREX_REQUEST_TRAITS
+
+namespace detail {
+template <class Request>
+constexpr bool IsRequestOfKind([[maybe_unused]] RequestKind kind) {
+  if constexpr (RequestTraits<Request>::kIsRequest) {
+    return RequestTraits<Request>::kKind == kind;
+  } else {
+    return false;
+  }
+}
+}  // namespace detail
+
+template <class Request>
+inline constexpr bool kIsQuery = detail::IsRequestOfKind<Request>(RequestKind::Query);
+template <class Request>
+inline constexpr bool kIsCommand = detail::IsRequestOfKind<Request>(RequestKind::Command);
+template <class Request>
+inline constexpr bool kIsFileRequest = detail::IsRequestOfKind<Request>(RequestKind::File);
+
+/// The message a query is answered with.
+template <class Query>
+using AnswerOf = typename RequestTraits<Query>::Answer;
+
+}  // namespace vrex

@@ -1,0 +1,54 @@
+#pragma once
+// A gMock transport for application tests: give it to vrex::Client and test
+// code that sends requests without a network.
+//
+//   auto transport = std::make_shared<vrex::mocks::MockTransport>();
+//   EXPECT_CALL(*transport, Post(vrex::mocks::RequestTypeIs("ApiVersionQuery")))
+//       .WillOnce(testing::Return(vrex::mocks::AnswerWith(version)));
+//   const vrex::Client client(options, transport);
+
+#include <gmock/gmock.h>
+#include <google/protobuf/message.h>
+
+#include <string>
+#include <utility>
+
+#include "vrex/Transport.h"
+
+namespace vrex::mocks {
+
+class MockTransport : public Transport {
+ public:
+  MOCK_METHOD(HttpResponse, Post, (const HttpRequest& request), (override));
+  MOCK_METHOD(HttpResponse, PostStreaming,
+              (const HttpRequest& request, const StreamHandler& onChunk), (override));
+};
+
+/// A 200 answer carrying `answer`.
+inline HttpResponse AnswerWith(const google::protobuf::Message& answer) {
+  HttpResponse response;
+  response.status = 200;
+  response.body = answer.SerializeAsString();
+  return response;
+}
+
+/// An answer with `status` and no body (e.g. 401 or 503).
+inline HttpResponse StatusOnly(int status) {
+  HttpResponse response;
+  response.status = status;
+  return response;
+}
+
+/// A failed transfer, as when the server cannot be reached.
+inline HttpResponse TransportFailure(std::string reason) {
+  HttpResponse response;
+  response.transportError = std::move(reason);
+  return response;
+}
+
+/// Matches an HttpRequest by the request type it sends.
+MATCHER_P(RequestTypeIs, requestType, "sends " + std::string(requestType)) {
+  return arg.requestType == requestType;
+}
+
+}  // namespace vrex::mocks

@@ -1,0 +1,55 @@
+#include "RetrySchedule.h"
+
+#include <algorithm>
+#include <random>
+
+namespace vrex::detail {
+
+namespace {
+
+// Each thread draws its own jitter, so concurrent calls need no lock.
+std::chrono::milliseconds RandomBetween(std::chrono::milliseconds low,
+                                        std::chrono::milliseconds high) {
+  thread_local std::mt19937 engine{std::random_device{}()};
+  std::uniform_int_distribution<std::chrono::milliseconds::rep> pick(low.count(), high.count());
+  return std::chrono::milliseconds(pick(engine));
+}
+
+}  // namespace
+
+bool IsTransient(const HttpResponse& response) {
+  if (response.cancelled) {
+    return false;
+  }
+  if (response.TransportFailed()) {
+    return true;
+  }
+  return response.status == 502 || response.status == 503 || response.status == 504;
+}
+
+RetrySchedule::RetrySchedule(const RetryPolicy& policy, Clock::time_point start)
+    : policy_(policy), start_(start) {}
+
+std::chrono::milliseconds RetrySchedule::BackoffCeiling(int attemptsMade) const {
+  // Doubling stops at maxDelay, so the shift never needs more than a few steps.
+  const std::chrono::milliseconds zero(0);
+  std::chrono::milliseconds ceiling = std::max(policy_.initialDelay, zero);
+  for (int i = 1; i < attemptsMade && ceiling < policy_.maxDelay; ++i) {
+    ceiling *= 2;
+  }
+  return std::max(std::min(ceiling, policy_.maxDelay), zero);
+}
+
+std::optional<std::chrono::milliseconds> RetrySchedule::NextDelay(int attemptsMade) const {
+  if (attemptsMade >= policy_.maxAttempts) {
+    return std::nullopt;
+  }
+  const std::chrono::milliseconds ceiling = BackoffCeiling(attemptsMade);
+  const std::chrono::milliseconds delay = RandomBetween(ceiling / 2, ceiling);
+  if (Clock::now() + delay - start_ > policy_.maxTotalTime) {
+    return std::nullopt;
+  }
+  return delay;
+}
+
+}  // namespace vrex::detail

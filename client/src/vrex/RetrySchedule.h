@@ -1,0 +1,34 @@
+#pragma once
+// When to try a call again: exponential back-off with jitter, bounded in
+// attempts and in time.
+
+#include <chrono>
+#include <optional>
+
+#include "vrex/ClientOptions.h"
+#include "vrex/Transport.h"
+
+namespace vrex::detail {
+
+/// True for the answers worth another attempt: a transport failure that the
+/// caller did not cause by cancelling, and the gateway statuses 502, 503, 504.
+bool IsTransient(const HttpResponse& response);
+
+class RetrySchedule {
+ public:
+  using Clock = std::chrono::steady_clock;
+
+  RetrySchedule(const RetryPolicy& policy, Clock::time_point start);
+
+  /// The wait before the next attempt after `attemptsMade` attempts, or
+  /// nothing when the policy's attempts or time are used up.
+  std::optional<std::chrono::milliseconds> NextDelay(int attemptsMade) const;
+
+ private:
+  std::chrono::milliseconds BackoffCeiling(int attemptsMade) const;
+
+  RetryPolicy policy_;
+  Clock::time_point start_;
+};
+
+}  // namespace vrex::detail

@@ -1,0 +1,114 @@
+// File answers written to a file that appears only when the download
+// succeeds (the catalog test streams them to a callback).
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#include "CsvExportFileQuery.pb.h"
+#include "TestServer.h"
+#include "TestSupport.h"
+#include "WavFileQuery.pb.h"
+#include "vrex/Client.h"
+
+namespace {
+
+namespace contracts = Korvan::KQ::DataContracts;
+namespace fs = std::filesystem;
+using vrex::Outcome;
+
+const std::string& FileContent() {  // several chunks long
+  static const std::string content = [] {
+    std::string text(3 * 1024 * 1024, '\0');
+    for (std::size_t i = 0; i < text.size(); ++i) text[i] = static_cast<char>('a' + i % 26);
+    return text;
+  }();
+  return content;
+}
+
+std::string ReadFile(const fs::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+class ClientDownload : public ::testing::Test {
+ protected:
+  ClientDownload() {
+    fs::create_directories(directory_);
+    server_.SetAnswer("CsvExportFileQuery", vrex::testing::Answer(200, FileContent(), "text/csv"));
+    server_.Start();
+  }
+  ~ClientDownload() override { fs::remove_all(directory_); }
+
+  std::size_t FilesInDirectory() const {
+    return static_cast<std::size_t>(std::distance(fs::directory_iterator(directory_), {}));
+  }
+
+  const fs::path directory_ =
+      fs::temp_directory_path() / ("vrex-session-" + std::to_string(::getpid()));
+  vrex::stub::StubServer server_;
+};
+
+TEST_F(ClientDownload, AFileAppearsOnlyWhenItsDownloadSucceeds) {
+  const fs::path target = directory_ / "export.csv";
+  std::ofstream(target) << "previous export";
+  struct Case {
+    std::string baseUrl;
+    bool cancel;
+    Outcome::Event event;
+  };
+  const Case failures[] = {
+      {server_.BaseUrl() + "/missing", false, Outcome::Event::HttpStatusFailed},
+      {vrex::testing::UnreachableUrl(), false, Outcome::Event::TransportFailed},
+      {server_.BaseUrl(), true, Outcome::Event::Cancelled},
+  };
+  for (const Case& row : failures) {
+    SCOPED_TRACE(row.baseUrl);
+    vrex::DownloadOptions options;
+    options.onProgress = [&](const vrex::TransferProgress&) { return !row.cancel; };
+    const Outcome outcome = vrex::Client(vrex::testing::QuickOptions(row.baseUrl))
+                                .DownloadToFile(contracts::CsvExportFileQuery(), target, options);
+    EXPECT_EQ(outcome.GetEvent(), row.event) << outcome.Message();
+    EXPECT_EQ(ReadFile(target), "previous export");
+    EXPECT_EQ(FilesInDirectory(), 1u);  // no temporary file left behind
+  }
+
+  vrex::TransferProgress last;
+  vrex::DownloadOptions options;
+  options.onProgress = [&](const vrex::TransferProgress& progress) {
+    EXPECT_GT(progress.received, last.received);
+    last = progress;
+    return true;
+  };
+  const Outcome outcome = vrex::Client(vrex::testing::QuickOptions(server_.BaseUrl()))
+                              .DownloadToFile(contracts::CsvExportFileQuery(), target, options);
+  ASSERT_TRUE(outcome) << outcome.Message();
+  EXPECT_TRUE(ReadFile(target) == FileContent());
+  EXPECT_EQ(FilesInDirectory(), 1u);
+  EXPECT_EQ(last.received, FileContent().size());
+  EXPECT_EQ(last.expected, FileContent().size());
+}
+
+TEST_F(ClientDownload, ATransferBrokenOffMidwayLeavesNoFileAndIsNotRepeated) {
+  // Announces the whole file but closes the connection after a megabyte.
+  vrex::testing::TestServer breaking([](const httplib::Request&, httplib::Response& response) {
+    response.set_content_provider(
+        FileContent().size(), "audio/wav",
+        [](std::size_t offset, std::size_t length, httplib::DataSink& sink) {
+          sink.write(FileContent().data() + offset, std::min<std::size_t>(length, 65536));
+          return offset < 1024 * 1024;
+        });
+  });
+  const Outcome outcome = vrex::Client(vrex::testing::QuickOptions(breaking.BaseUrl(), 3))
+                              .DownloadToFile(contracts::WavFileQuery(), directory_ / "sound.wav");
+  EXPECT_EQ(outcome.GetEvent(), Outcome::Event::TransportFailed);
+  EXPECT_EQ(outcome.Attempts(), 1);  // bytes were delivered already
+  EXPECT_EQ(breaking.RequestCount(), 1u);
+  EXPECT_EQ(FilesInDirectory(), 0u);
+}
+
+}  // namespace

@@ -1,0 +1,131 @@
+// Retries, time-outs, connection reuse and concurrent use, against real
+// servers on 127.0.0.1.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "AddShiftCommand.pb.h"
+#include "ApiVersionQuery.pb.h"
+#include "PropagateTopologyModelCommand.pb.h"
+#include "PropagateTopologyModelContainer.pb.h"
+#include "TestServer.h"
+#include "TestSupport.h"
+#include "VersionDTO.pb.h"
+#include "vrex/Client.h"
+
+namespace {
+
+namespace contracts = Korvan::KQ::DataContracts;
+using vrex::Outcome;
+using vrex::testing::QuickOptions;
+using vrex::testing::TestServer;
+
+// Answers with `statuses` in turn, then with 200.
+TestServer::Handler Scripted(std::vector<int> statuses) {
+  auto calls = std::make_shared<std::atomic<std::size_t>>(0);
+  return [statuses, calls](const httplib::Request&, httplib::Response& response) {
+    const std::size_t call = (*calls)++;
+    response.status = call < statuses.size() ? statuses[call] : 200;
+  };
+}
+
+TEST(ClientRetries, RepeatsQueriesOnlyAfterGatewayStatusesAndNeverCommands) {
+  struct Case {
+    std::vector<int> statuses;
+    int expectedAttempts;
+    int expectedStatus;
+  };
+  const Case cases[] = {
+      {{503, 502, 504}, 4, 200},
+      {{503, 503, 503, 503, 503}, 4, 503},  // the attempts run out
+      {{500}, 1, 500},
+      {{401}, 1, 401},
+  };
+  for (const Case& row : cases) {
+    SCOPED_TRACE(::testing::PrintToString(row.statuses));
+    TestServer server(Scripted(row.statuses));
+    const Outcome outcome = vrex::Client(QuickOptions(server.BaseUrl(), 4))
+                                .Send(contracts::ApiVersionQuery())
+                                .GetOutcome();
+    EXPECT_EQ(server.RequestCount(), static_cast<std::size_t>(row.expectedAttempts));
+    EXPECT_EQ(outcome.Attempts(), row.expectedAttempts);
+    EXPECT_EQ(outcome.HttpStatus(), row.expectedStatus);
+  }
+
+  TestServer commandServer(Scripted({503, 503}));
+  const vrex::Client client(QuickOptions(commandServer.BaseUrl(), 4));
+  EXPECT_EQ(client.Send(contracts::AddShiftCommand()).Attempts(), 1);
+  // Answered like a query, yet it changes the topology.
+  EXPECT_EQ(client.Send(contracts::PropagateTopologyModelCommand()).GetOutcome().Attempts(), 1);
+  EXPECT_EQ(commandServer.RequestCount(), 2u);
+}
+
+TEST(ClientRetries, RepeatsAfterTransportFailuresWithinTheAttemptAndTimeBounds) {
+  vrex::ClientOptions options = QuickOptions(vrex::testing::UnreachableUrl(), 3);
+  EXPECT_EQ(vrex::Client(options).Send(contracts::ApiVersionQuery()).GetOutcome().Attempts(), 3);
+  options.retry.initialDelay = std::chrono::milliseconds(10);
+  options.retry.maxTotalTime = std::chrono::milliseconds(0);  // no time for a second attempt
+  EXPECT_EQ(vrex::Client(options).Send(contracts::ApiVersionQuery()).GetOutcome().Attempts(), 1);
+}
+
+TEST(ClientTimeouts, AnUnansweredCallEndsAsATimedOutTransfer) {
+  vrex::stub::StubServer server;
+  vrex::stub::CannedAnswer late = vrex::testing::Answer(200);
+  late.delay = std::chrono::minutes(10);  // cut short when the server stops
+  server.SetAnswer("ApiVersionQuery", late);
+  server.Start();
+  vrex::ClientOptions options = QuickOptions(server.BaseUrl(), 2);
+  options.totalTimeout = std::chrono::milliseconds(100);
+
+  const Outcome outcome = vrex::Client(options).Send(contracts::ApiVersionQuery()).GetOutcome();
+  EXPECT_EQ(outcome.GetEvent(), Outcome::Event::TransportFailed);
+  EXPECT_THAT(outcome.ErrorText(), ::testing::HasSubstr("timed out"));
+  EXPECT_EQ(outcome.Attempts(), 2);  // a time-out is worth another attempt
+}
+
+TEST(ClientConnections, ReusesOneConnectionForSequentialCallsFailedOnesIncluded) {
+  TestServer server(Scripted({200, 404, 500, 200, 401}));
+  const vrex::Client client(QuickOptions(server.BaseUrl()));
+  for (int i = 0; i < 20; ++i) {
+    client.Send(contracts::ApiVersionQuery());
+  }
+  EXPECT_EQ(server.RequestCount(), 20u);
+  EXPECT_EQ(server.RemotePorts().size(), 1u);
+}
+
+TEST(ClientConnections, ServesSeveralThreadsEachWithItsOwnAnswers) {
+  TestServer server([](const httplib::Request& request, httplib::Response& response) {
+    contracts::ApiVersionQuery query;
+    contracts::VersionDTO version;
+    query.ParseFromString(request.body);
+    version.set_developmentname(query.factory());  // an echo tells the answers apart
+    response.set_content(version.SerializeAsString(), "application/x-protobuf");
+  });
+  const vrex::Client client(QuickOptions(server.BaseUrl()));
+  constexpr int kThreads = 4;
+  constexpr int kCalls = 25;
+  std::atomic<int> matching{0};
+  std::vector<std::thread> threads;
+  for (int t = 0; t < kThreads; ++t) {
+    threads.emplace_back([&, t] {
+      for (int i = 0; i < kCalls; ++i) {
+        contracts::ApiVersionQuery query;
+        query.set_factory(std::to_string(t) + "/" + std::to_string(i));
+        const auto result = client.Send(query);
+        matching += result && result->developmentname() == query.factory() ? 1 : 0;
+      }
+    });
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  EXPECT_EQ(matching.load(), kThreads * kCalls);
+  EXPECT_LE(server.RemotePorts().size(), static_cast<std::size_t>(kThreads));
+}
+
+}  // namespace
