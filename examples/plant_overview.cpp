@@ -3,10 +3,13 @@
 // table, with the values of the newest test.
 //
 //   plant_overview http://127.0.0.1:8080 [FACTORY LINE]
+#include <algorithm>
 #include <iomanip>
 #include <iostream>
 #include <map>
+#include <sstream>
 #include <string>
+#include <vector>
 
 #include "VrexClient.h"
 #include "vrex/data/Measurements.h"
@@ -73,10 +76,16 @@ std::string UnitText(const dc::Unit& unit) {
   return text;
 }
 
+std::string NumberText(float number) {
+  std::ostringstream text;
+  text << number;
+  return text.str();
+}
+
 std::string ValueText(const dc::MeasurementValue& value) {
   switch (vrex::data::KindOf(value)) {
     case en::Scalar:
-      return std::to_string(value.scalar().value()) + " " + UnitText(value.scalar().unit());
+      return NumberText(value.scalar().value()) + " " + UnitText(value.scalar().unit());
     case en::ScalarTrack:
       return "track of " + std::to_string(value.scalartrack().values_size()) + " points";
     case en::Vector:
@@ -108,11 +117,18 @@ void PrintMeasurements(const dc::MeasurementContainer& container) {
   if (tests.empty()) return;
   const auto& [newestId, newest] = *tests.rbegin();
   std::cout << "\nValues of test " << newestId << ":\n";
-  for (const auto& entry : vrex::data::PairByHandle(newest->measurementvalues())) {
-    const std::string name =
-        entry.key != nullptr ? vrex::data::DescribeClavis(*entry.key) : "(unnamed value)";
-    std::cout << "  " << std::setw(44) << name << ' '
-              << (entry.value != nullptr ? ValueText(*entry.value) : "(not sent)") << '\n';
+  const auto entries = vrex::data::PairByHandle(newest->measurementvalues());
+  std::vector<std::string> names;
+  std::size_t width = 0;
+  for (const auto& entry : entries) {
+    names.push_back(entry.key != nullptr ? vrex::data::DescribeClavis(*entry.key)
+                                         : "(unnamed value)");
+    width = std::max(width, names.back().size());
+  }
+  for (std::size_t i = 0; i < entries.size(); ++i) {
+    const auto* value = entries[i].value;
+    std::cout << "  " << std::setw(static_cast<int>(width + 2)) << names[i]
+              << (value != nullptr ? ValueText(*value) : "(not sent)") << '\n';
   }
 }
 

@@ -4,7 +4,7 @@
 # against it, and stops the server.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-bash scripts/setup.sh >/dev/null
+[[ -n "${VREX_SKIP_SETUP:-}" ]] || bash scripts/setup.sh >/dev/null
 build_dir="${VREX_BUILD_DIR:-build}"
 
 log="$(mktemp)"

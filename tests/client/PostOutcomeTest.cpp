@@ -1,0 +1,138 @@
+// The outcome of VrexClient::Post for every kind of answer, and what it does
+// to the caller's response message.
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "StubFixture.h"
+#include "VrexClient.h"
+
+namespace {
+
+namespace dc = Korvan::KQ::DataContracts;
+namespace en = Korvan::KQ::DataContracts::Enumerator;
+
+struct OutcomeCase {
+  const char* name;
+  int status;
+  std::string body;
+  en::CodeCategory category;
+  en::DetailCode detail;
+  en::LogLevel level;
+  enum { Untouched, Parsed, Cleared, ParserLeftovers } response;
+};
+
+dc::VersionDTO ServerVersion() {
+  dc::VersionDTO version;
+  version.set_major(4);
+  version.set_minor(2);
+  version.set_developmentname("nightly");
+  return version;
+}
+
+dc::VersionDTO CallersVersion() {
+  dc::VersionDTO version;
+  version.set_major(99);
+  version.set_developmentname("held by the caller");
+  return version;
+}
+
+const std::string kGarbage("\xff\xff\xff\xff", 4);
+
+const OutcomeCase kOutcomeCases[] = {
+    {"Ok", 200, ServerVersion().SerializeAsString(), en::CodeCategory_None, en::NoDetailCode,
+     en::Trace, OutcomeCase::Parsed},
+    {"OkEmptyBody", 200, "", en::CodeCategory_None, en::NoDetailCode, en::Trace,
+     OutcomeCase::Cleared},
+    {"OkGarbage", 200, kGarbage, en::CodeCategory_Backend, en::NoDetailCode, en::Error,
+     OutcomeCase::ParserLeftovers},
+    {"Status400", 400, "", en::CodeCategory_ApiPipeline, en::ApiPipeline_Unauthorized, en::Error,
+     OutcomeCase::Untouched},
+    {"Status401", 401, "", en::CodeCategory_ApiPipeline, en::ApiPipeline_Unauthorized, en::Error,
+     OutcomeCase::Untouched},
+    {"Status404WithBody", 404, ServerVersion().SerializeAsString(), en::CodeCategory_ApiPipeline,
+     en::ApiPipeline_Unauthorized, en::Error, OutcomeCase::Untouched},
+    {"Status499", 499, "", en::CodeCategory_ApiPipeline, en::ApiPipeline_Unauthorized, en::Error,
+     OutcomeCase::Untouched},
+    {"Status201", 201, ServerVersion().SerializeAsString(), en::CodeCategory_ApiPipeline,
+     en::ApiPipeline_Failed, en::Error, OutcomeCase::Untouched},
+    {"Status204", 204, "", en::CodeCategory_ApiPipeline, en::ApiPipeline_Failed, en::Error,
+     OutcomeCase::Untouched},
+    {"Status399", 399, "", en::CodeCategory_ApiPipeline, en::ApiPipeline_Failed, en::Error,
+     OutcomeCase::Untouched},
+    {"Status500", 500, "", en::CodeCategory_ApiPipeline, en::ApiPipeline_Failed, en::Error,
+     OutcomeCase::Untouched},
+    {"Status503", 503, "", en::CodeCategory_ApiPipeline, en::ApiPipeline_Failed, en::Error,
+     OutcomeCase::Untouched},
+};
+
+void PrintTo(const OutcomeCase& c, std::ostream* out) { *out << c.name; }
+
+class PostOutcome : public StubFixture, public ::testing::WithParamInterface<OutcomeCase> {};
+
+TEST_P(PostOutcome, MatchesTheOutcomeTable) {
+  const OutcomeCase& c = GetParam();
+  vrex::stub::CannedAnswer answer;
+  answer.status = c.status;
+  answer.body = c.body;
+  server.SetAnswer("ApiVersionQuery", answer);
+
+  dc::ApiVersionQuery request;
+  request.set_factory("Plant-North");
+  dc::VersionDTO response = CallersVersion();
+  const dc::MessageContainer status =
+      VrexClient::Post(Url("ApiVersionQuery"), request, response, "");
+
+  EXPECT_EQ(status.codecategory(), c.category);
+  EXPECT_EQ(status.detailcode(), c.detail);
+  EXPECT_EQ(status.level(), c.level);
+  switch (c.response) {
+    case OutcomeCase::Untouched:
+      EXPECT_EQ(response.SerializeAsString(), CallersVersion().SerializeAsString());
+      break;
+    case OutcomeCase::Parsed:
+      EXPECT_EQ(response.SerializeAsString(), ServerVersion().SerializeAsString());
+      break;
+    case OutcomeCase::Cleared:
+      EXPECT_EQ(response.ByteSizeLong(), 0u);
+      break;
+    case OutcomeCase::ParserLeftovers:
+      break;  // Whatever the parser left: callers must not look.
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(EstablishedClient, PostOutcome, ::testing::ValuesIn(kOutcomeCases),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+TEST_F(StubFixture, RedirectIsReportedAndNotFollowed) {
+  vrex::stub::CannedAnswer redirect;
+  redirect.status = 302;
+  redirect.headers.push_back({"Location", Url("SimpleTopologyQuery")});
+  server.SetAnswer("ApiVersionQuery", redirect);
+
+  dc::VersionDTO response = CallersVersion();
+  const auto status = VrexClient::Post(Url("ApiVersionQuery"), dc::ApiVersionQuery(), response, "");
+
+  EXPECT_EQ(status.codecategory(), en::CodeCategory_ApiPipeline);
+  EXPECT_EQ(status.detailcode(), en::ApiPipeline_Failed);
+  EXPECT_EQ(server.Journal().size(), 1u);
+  EXPECT_EQ(response.developmentname(), "held by the caller");
+}
+
+TEST_F(StubFixture, UnreachableServerReportsOneLineOnStderr) {
+  const std::string url = Url("ApiVersionQuery");
+  server.Stop();  // Nothing listens on the port any more.
+
+  dc::VersionDTO response = CallersVersion();
+  ::testing::internal::CaptureStderr();
+  const auto status = VrexClient::Post(url, dc::ApiVersionQuery(), response, "");
+  const std::string stderrText = ::testing::internal::GetCapturedStderr();
+
+  EXPECT_EQ(status.codecategory(), en::CodeCategory_Backend);
+  EXPECT_EQ(status.detailcode(), en::NoDetailCode);
+  EXPECT_EQ(status.level(), en::Error);
+  EXPECT_EQ(stderrText, "curl_easy_perform() failed: Couldn't connect to server\n");
+  EXPECT_EQ(response.developmentname(), "held by the caller");
+}
+
+}  // namespace

@@ -1,0 +1,99 @@
+// What VrexClient::Post puts on the wire: path, headers in order, body.
+#include <set>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "StubFixture.h"
+#include "VrexClient.h"
+
+namespace {
+
+namespace dc = Korvan::KQ::DataContracts;
+using vrex::stub::HeaderField;
+using vrex::stub::JournalEntry;
+
+// The headers a client chose to send; libcurl's own framing (Host,
+// Content-Length) is left out.
+std::vector<HeaderField> ChosenHeaders(const JournalEntry& request) {
+  static const std::set<std::string> framing = {"Host", "Content-Length"};
+  std::vector<HeaderField> chosen;
+  for (const HeaderField& header : request.headers) {
+    if (framing.count(header.name) == 0) chosen.push_back(header);
+  }
+  return chosen;
+}
+
+JournalEntry OnlyRequest(const vrex::stub::StubServer& server) {
+  const auto journal = server.Journal();
+  EXPECT_EQ(journal.size(), 1u);
+  return journal.empty() ? JournalEntry{} : journal.front();
+}
+
+TEST_F(StubFixture, RequestWithFieldsIsSentAsBinaryWithThreeHeadersInOrder) {
+  dc::MeasurementQuery query;
+  query.set_factory("Plant-North");
+  query.set_line("Line-A");
+  query.mutable_lastn()->set_topn(3);
+  dc::MeasurementContainer response;
+  VrexClient::Post(Url("MeasurementQuery"), query, response, "");
+
+  const JournalEntry request = OnlyRequest(server);
+  EXPECT_EQ(request.method, "POST");
+  EXPECT_EQ(request.path, "/api/MeasurementQuery");
+  EXPECT_EQ(request.body, query.SerializeAsString());
+  const auto headers = ChosenHeaders(request);
+  ASSERT_EQ(headers.size(), 3u);
+  EXPECT_EQ(headers[0], (HeaderField{"Content-Type", "application/x-protobuf"}));
+  EXPECT_EQ(headers[1], (HeaderField{"accept", "application/x-protobuf"}));
+  EXPECT_EQ(headers[2].name, "GatewayApiAuthentication");
+  EXPECT_EQ(headers[2].value.size(), 300u);
+}
+
+TEST_F(StubFixture, EmptyRequestIsSentAsJsonBraces) {
+  dc::SimpleTopologyContainer response;
+  VrexClient::Post(Url("SimpleTopologyQuery"), dc::SimpleTopologyQuery(), response, "");
+
+  const JournalEntry request = OnlyRequest(server);
+  EXPECT_EQ(request.body, "{}");
+  const auto headers = ChosenHeaders(request);
+  ASSERT_EQ(headers.size(), 3u);
+  EXPECT_EQ(headers[0], (HeaderField{"Content-Type", "application/json"}));
+  EXPECT_EQ(headers[1], (HeaderField{"accept", "application/x-protobuf"}));
+  EXPECT_EQ(headers[2].name, "GatewayApiAuthentication");
+}
+
+TEST_F(StubFixture, EveryCallCarriesTheSameToken) {
+  dc::VersionDTO response;
+  VrexClient::Post(Url("ApiVersionQuery"), dc::ApiVersionQuery(), response, "");
+  dc::ApiVersionQuery withFactory;
+  withFactory.set_factory("Plant-South");
+  VrexClient::Post(Url("ApiVersionQuery"), withFactory, response, "");
+
+  const auto journal = server.Journal();
+  ASSERT_EQ(journal.size(), 2u);
+  const std::string* first = journal[0].FindHeader("GatewayApiAuthentication");
+  const std::string* second = journal[1].FindHeader("GatewayApiAuthentication");
+  ASSERT_NE(first, nullptr);
+  ASSERT_NE(second, nullptr);
+  EXPECT_EQ(*first, *second);
+}
+
+TEST_F(StubFixture, TrailingTextArgumentChangesNothing) {
+  dc::GeneralInformationQuery query;
+  query.set_factory("Plant-North");
+  dc::GeneralInformationContainer response;
+  for (const char* text : {"", "anything", "\x01\x02 binary"}) {
+    VrexClient::Post(Url("GeneralInformationQuery"), query, response, text);
+  }
+  const auto journal = server.Journal();
+  ASSERT_EQ(journal.size(), 3u);
+  for (const JournalEntry& request : journal) {
+    EXPECT_EQ(request.path, journal[0].path);
+    EXPECT_EQ(request.body, journal[0].body);
+    EXPECT_EQ(request.headers, journal[0].headers);
+  }
+}
+
+}  // namespace
