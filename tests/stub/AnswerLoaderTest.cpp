@@ -1,0 +1,217 @@
+// Loading canned answers from data directories: the sample plant, the file
+// format, and the errors that point at the file at fault.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <set>
+#include <string>
+
+#include <google/protobuf/descriptor.h>
+#include <google/protobuf/message.h>
+
+#include "MeasurementContainer.pb.h"
+#include "ScratchDirectory.h"
+#include "VersionDTO.pb.h"
+#include "vrex/RequestCatalog.h"
+#include "vrex/stub/AnswerLoader.h"
+
+namespace vrex::stub {
+namespace {
+
+namespace fs = std::filesystem;
+namespace dc = Korvan::KQ::DataContracts;
+using ::testing::HasSubstr;
+using vrex::stub::test_support::ScratchDirectory;
+
+const fs::path kSamplePlant = VREX_STUB_SAMPLE_PLANT;
+
+std::unique_ptr<google::protobuf::Message> ParseAnswer(std::string_view requestType,
+                                                       const CannedAnswer& answer) {
+  const google::protobuf::Descriptor* descriptor = AnswerDescriptor(*FindRequest(requestType));
+  std::unique_ptr<google::protobuf::Message> message(
+      google::protobuf::MessageFactory::generated_factory()->GetPrototype(descriptor)->New());
+  EXPECT_TRUE(message->ParseFromString(answer.body)) << requestType;
+  return message;
+}
+
+TEST(SamplePlant, EveryFileLoadsAsTheAnswerOfItsRequest) {
+  std::set<std::string> stems;
+  for (const auto& entry : fs::directory_iterator(kSamplePlant)) {
+    const auto extension = entry.path().extension();
+    if (extension == ".json" || extension == ".bin" || extension == ".meta") {
+      stems.insert(entry.path().stem().string());
+    }
+  }
+  ASSERT_FALSE(stems.empty());
+
+  const AnswerSet answers = LoadAnswerDirectory(kSamplePlant);
+
+  ASSERT_EQ(answers.size(), stems.size());
+  for (const auto& [requestType, answer] : answers) {
+    EXPECT_EQ(answer.status, 200) << requestType;
+    EXPECT_FALSE(answer.body.empty()) << requestType << " answers nothing";
+    ParseAnswer(requestType, answer);
+  }
+}
+
+TEST(SamplePlant, MeasurementsUseEveryValueKindAndPairEachValueWithItsKey) {
+  const AnswerSet answers = LoadAnswerDirectory(kSamplePlant);
+  ASSERT_EQ(answers.count("MeasurementQuery"), 1U);
+  dc::MeasurementContainer container;
+  ASSERT_TRUE(container.ParseFromString(answers.at("MeasurementQuery").body));
+  ASSERT_FALSE(container.measurements().empty());
+
+  std::set<std::string> kinds;
+  for (const auto& [id, measurement] : container.measurements()) {
+    EXPECT_EQ(measurement.generalinformation().pkident(), id);
+    const auto& values = measurement.measurementvalues();
+    for (const auto& [handle, value] : values.values()) {
+      EXPECT_EQ(values.keys().count(handle), 1U) << "test " << id << ", handle " << handle;
+      if (value.has_scalar()) kinds.insert("Scalar");
+      if (value.has_scalartrack()) kinds.insert("ScalarTrack");
+      if (value.has_vector()) kinds.insert("Vector");
+      if (value.has_vectortrack()) kinds.insert("VectorTrack");
+      if (value.has_matrix()) kinds.insert("Matrix");
+    }
+  }
+  EXPECT_THAT(kinds, ::testing::ElementsAre("Matrix", "Scalar", "ScalarTrack", "Vector", "VectorTrack"));
+}
+
+TEST(AnswerDirectory, BodiesAndMetaFilesMakeTheAnswers) {
+  const ScratchDirectory data;
+  data.Write("ApiVersionQuery.json", R"({"Major": 4, "Minor": 7, "Patch": 3})");
+  data.Write("ArchiveFileQuery.bin", std::string("PK\x03\x04\0\xff", 6));
+  data.Write("MeasurementQuery.meta",
+             "# the plan is being edited\n"
+             "status = 503\n"
+             "content-type = text/html\n"
+             "delay-ms = 250\n"
+             "header = Retry-After: 30\n"
+             "header = Location: http://127.0.0.1/x#y\n");
+  data.Write("README.md", "not an answer");
+
+  const AnswerSet answers = LoadAnswerDirectory(data.Path());
+
+  ASSERT_EQ(answers.size(), 3U);
+  dc::VersionDTO version;
+  ASSERT_TRUE(version.ParseFromString(answers.at("ApiVersionQuery").body));
+  EXPECT_EQ(version.major(), 4);
+  EXPECT_EQ(version.minor(), 7);
+  EXPECT_EQ(version.patch(), 3);
+  EXPECT_EQ(answers.at("ApiVersionQuery").contentType, "application/x-protobuf");
+
+  const CannedAnswer& archive = answers.at("ArchiveFileQuery");
+  EXPECT_EQ(archive.body, std::string("PK\x03\x04\0\xff", 6));
+  EXPECT_EQ(archive.contentType, "application/octet-stream");
+
+  const CannedAnswer& shifts = answers.at("MeasurementQuery");
+  EXPECT_EQ(shifts.status, 503);
+  EXPECT_EQ(shifts.contentType, "text/html");
+  EXPECT_EQ(shifts.delay, std::chrono::milliseconds(250));
+  EXPECT_TRUE(shifts.body.empty());
+  ASSERT_EQ(shifts.headers.size(), 2U);
+  EXPECT_EQ(shifts.headers[0].name, "Retry-After");
+  EXPECT_EQ(shifts.headers[0].value, "30");
+  EXPECT_EQ(shifts.headers[1].value, "http://127.0.0.1/x#y");
+}
+
+TEST(AnswerDirectory, AnswerTypeLetsACommandAnswerWithAMessage) {
+  const ScratchDirectory data;
+  data.Write("AddShiftCommand.json", R"({"Major": 9})");
+  data.Write("AddShiftCommand.meta", "answer-type = VersionDTO\n");
+
+  const AnswerSet answers = LoadAnswerDirectory(data.Path());
+
+  dc::VersionDTO version;
+  ASSERT_TRUE(version.ParseFromString(answers.at("AddShiftCommand").body));
+  EXPECT_EQ(version.major(), 9);
+}
+
+struct BadDirectoryCase {
+  const char* name;
+  std::vector<std::pair<const char*, const char*>> files;
+  const char* fileAtFault;                 // must be named in the message
+  std::vector<const char*> reasonParts;    // and so must these
+};
+
+class BadAnswerDirectory : public ::testing::TestWithParam<BadDirectoryCase> {};
+
+TEST_P(BadAnswerDirectory, FailsNamingTheFileAndTheReason) {
+  const ScratchDirectory data;
+  for (const auto& [name, content] : GetParam().files) {
+    data.Write(name, content);
+  }
+  try {
+    LoadAnswerDirectory(data.Path());
+    FAIL() << "loaded without complaint";
+  } catch (const AnswerLoadError& error) {
+    const std::string message = error.what();
+    EXPECT_THAT(message, HasSubstr((data.Path() / GetParam().fileAtFault).string()));
+    for (const char* part : GetParam().reasonParts) {
+      EXPECT_THAT(message, HasSubstr(part));
+    }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, BadAnswerDirectory,
+    ::testing::Values(
+        BadDirectoryCase{"MalformedJson",
+                         {{"SimpleTopologyQuery.json", R"({"Values": [ {"Name": "Plant-North" ]})"}},
+                         "SimpleTopologyQuery.json",
+                         {"SimpleTopologyContainer"}},
+        BadDirectoryCase{"MisspeltField",
+                         {{"ApiVersionQuery.json", R"({"Mayor": 4})"}},
+                         "ApiVersionQuery.json",
+                         {"VersionDTO", "Mayor"}},
+        BadDirectoryCase{"WrongValueType",
+                         {{"ApiVersionQuery.json", R"({"Major": "four"})"}},
+                         "ApiVersionQuery.json",
+                         {"VersionDTO"}},
+        BadDirectoryCase{"UnknownRequestType",
+                         {{"MeasurmentQuery.json", "{}"}},
+                         "MeasurmentQuery.json",
+                         {"'MeasurmentQuery' is not a request type"}},
+        BadDirectoryCase{"JsonForARequestAnsweredByNoMessage",
+                         {{"AddShiftCommand.json", "{}"}},
+                         "AddShiftCommand.json",
+                         {"answered by no message"}},
+        BadDirectoryCase{"AnswerTypeNamingNoMessage",
+                         {{"AddShiftCommand.json", "{}"}, {"AddShiftCommand.meta", "answer-type = Nothing\n"}},
+                         "AddShiftCommand.json",
+                         {"'Nothing' names no contract message"}},
+        BadDirectoryCase{"JsonAndBinForOneRequest",
+                         {{"ApiVersionQuery.json", "{}"}, {"ApiVersionQuery.bin", ""}},
+                         "ApiVersionQuery.json",
+                         {"ApiVersionQuery.bin"}},
+        BadDirectoryCase{"UnknownMetaKey",
+                         {{"MeasurementQuery.meta", "status = 200\nstatuss = 500\n"}},
+                         "MeasurementQuery.meta:2",
+                         {"unknown key 'statuss'"}},
+        BadDirectoryCase{"StatusNotANumber",
+                         {{"MeasurementQuery.meta", "status = 2OO\n"}},
+                         "MeasurementQuery.meta:1",
+                         {"'2OO'"}},
+        BadDirectoryCase{"NegativeDelay",
+                         {{"MeasurementQuery.meta", "delay-ms = -5\n"}},
+                         "MeasurementQuery.meta:1",
+                         {"'-5'"}},
+        BadDirectoryCase{"LineWithoutEquals",
+                         {{"MeasurementQuery.meta", "status 200\n"}},
+                         "MeasurementQuery.meta:1",
+                         {"key = value"}},
+        BadDirectoryCase{"HeaderWithoutColon",
+                         {{"MeasurementQuery.meta", "header = Retry-After 30\n"}},
+                         "MeasurementQuery.meta:1",
+                         {"Name: value"}}),
+    [](const ::testing::TestParamInfo<BadDirectoryCase>& info) { return info.param.name; });
+
+TEST(AnswerDirectory, AMissingDirectoryIsAnError) {
+  const ScratchDirectory data;
+  EXPECT_THROW(LoadAnswerDirectory(data.Path() / "absent"), AnswerLoadError);
+}
+
+}  // namespace
+}  // namespace vrex::stub

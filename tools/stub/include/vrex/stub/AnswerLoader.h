@@ -1,0 +1,56 @@
+#pragma once
+// Reads canned answers from a data directory, one set of files per request
+// type. The format, in short (the sample plant's README.md shows examples):
+//
+//   <RequestType>.json  proto3 JSON of the answer message; the server sends its
+//                       binary encoding with "Content-Type: application/x-protobuf".
+//                       The message is the one the request catalog names for
+//                       the request, or the one that answer-type names.
+//   <RequestType>.bin   the answer body as raw bytes, sent as they are with
+//                       "Content-Type: application/octet-stream".
+//   <RequestType>.meta  optional; "key = value" lines; lines starting with '#'
+//                       are comments:
+//                         status = 503            HTTP status (default 200)
+//                         content-type = text/html
+//                         delay-ms = 250          wait before answering
+//                         header = Location: /x   extra header, may repeat
+//                         answer-type = VersionDTO  message the .json holds
+//                       A .meta without a .json or .bin gives an empty body.
+//
+// <RequestType> must be a request the catalog knows; files with any other
+// extension (README.md) are ignored.
+
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+#include "vrex/stub/CannedAnswer.h"
+
+namespace vrex::stub {
+
+/// A data file that cannot be used; what() names the file and the reason.
+class AnswerLoadError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// Canned answers by request type.
+using AnswerSet = std::map<std::string, CannedAnswer, std::less<>>;
+
+/// Every answer of `directory`. Throws AnswerLoadError when the directory
+/// cannot be read or any file in it is unusable: an unknown request type, JSON
+/// that does not parse as the answer message (the protobuf parser's message is
+/// quoted), a .json beside a .bin, or a bad .meta line.
+AnswerSet LoadAnswerDirectory(const std::filesystem::path& directory);
+
+/// A 200 answer from proto3 JSON of the answer message of `requestType`
+/// (`answerType` overrides the catalog's message, by short name). Throws
+/// AnswerLoadError for an unknown request type, a request answered by no
+/// message, or JSON that does not parse.
+CannedAnswer JsonAnswer(std::string_view requestType, std::string_view json,
+                        std::string_view answerType = {});
+
+}  // namespace vrex::stub

@@ -1,0 +1,33 @@
+#pragma once
+// One request as the stub server received it, for tests that check what a
+// client really sent: header order and spelling included.
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vrex::stub {
+
+/// One request header, name and value as they stood on the wire (the value
+/// without the blanks around it).
+struct HeaderField {
+  std::string name;
+  std::string value;
+
+  friend bool operator==(const HeaderField& a, const HeaderField& b) {
+    return a.name == b.name && a.value == b.value;
+  }
+};
+
+struct JournalEntry {
+  std::string method;               ///< e.g. "POST"
+  std::string path;                 ///< request target as sent, e.g. "/api/MeasurementQuery"
+  std::vector<HeaderField> headers; ///< in arrival order
+  std::string body;                 ///< after any chunked transfer coding is removed
+
+  /// Value of the first header whose name equals `name` ignoring case, or
+  /// nullptr when the request had none.
+  const std::string* FindHeader(std::string_view name) const;
+};
+
+}  // namespace vrex::stub

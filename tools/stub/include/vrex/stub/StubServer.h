@@ -1,0 +1,96 @@
+#pragma once
+// A stand-in results server for tests and demonstrations. It answers
+// "POST /api/<RequestType>" with canned answers and records every request it
+// receives in a journal, headers in the order they came.
+//
+//   vrex::stub::StubServer server;          // 127.0.0.1, ephemeral port
+//   server.SetAnswerMessage("ApiVersionQuery", version);
+//   server.Start();
+//   VrexClient::CheckVersion(server.BaseUrl(), status, "");
+//   auto requests = server.Journal();
+//
+// Which answer a request gets:
+//   - a request type with a canned answer: that answer;
+//   - a request type the catalog knows, without one: 200 with an empty body
+//     (an empty message of any type);
+//   - a request type the catalog does not know, or a path that is not
+//     "/api/<RequestType>": 404;
+//   - another method than POST on "/api/<RequestType>": 405.
+
+#include <cstddef>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "vrex/stub/AnswerLoader.h"
+#include "vrex/stub/CannedAnswer.h"
+#include "vrex/stub/JournalEntry.h"
+
+namespace google::protobuf {
+class Message;
+}
+
+namespace vrex::stub {
+
+struct StubServerOptions {
+  std::string host = "127.0.0.1";
+  int port = 0;              ///< 0: the system picks a free port
+  std::size_t threads = 8;   ///< connections served at once
+};
+
+/// Called on the serving thread for every request, once its answer is chosen
+/// and before any delay.
+using RequestObserver = std::function<void(const JournalEntry&, const CannedAnswer&)>;
+
+class StubServer {
+ public:
+  explicit StubServer(StubServerOptions options = {});
+  ~StubServer();  ///< stops the server when it runs
+  StubServer(const StubServer&) = delete;
+  StubServer& operator=(const StubServer&) = delete;
+
+  /// Binds and starts serving on background threads; returns once requests
+  /// are accepted. Throws std::runtime_error when the address cannot be bound,
+  /// std::logic_error when already running. A stopped server may start again.
+  void Start();
+  /// Stops accepting, cuts pending delays short and waits for the serving
+  /// threads. Does nothing when not running.
+  void Stop();
+  bool IsRunning() const;
+  /// The bound port while running, else 0.
+  int Port() const;
+  /// "http://HOST:PORT", the server URL that client calls take.
+  std::string BaseUrl() const;
+
+  /// Throws std::invalid_argument when the catalog knows no `requestType`.
+  void SetAnswer(std::string_view requestType, CannedAnswer answer);
+  /// The binary encoding of `message` with `status` (map entries in key order).
+  void SetAnswerMessage(std::string_view requestType, const google::protobuf::Message& message,
+                        int status = 200);
+  void ClearAnswer(std::string_view requestType);
+  void ClearAnswers();
+  /// The canned answer of `requestType`, if one is set.
+  std::optional<CannedAnswer> Answer(std::string_view requestType) const;
+  /// Adds the answers of a data directory (see AnswerLoader.h), replacing
+  /// those of the same request types; returns how many it added. Throws
+  /// AnswerLoadError and then changes nothing.
+  std::size_t LoadAnswers(const std::filesystem::path& directory);
+
+  /// Every request received since the start or the last ClearJournal, in
+  /// arrival order.
+  std::vector<JournalEntry> Journal() const;
+  void ClearJournal();
+
+  /// Replaces the observer; an empty function removes it.
+  void SetRequestObserver(RequestObserver observer);
+
+ private:
+  class Impl;
+  std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace vrex::stub

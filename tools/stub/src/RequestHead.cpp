@@ -1,0 +1,58 @@
+#include "RequestHead.h"
+
+namespace vrex::stub {
+
+namespace {
+
+constexpr std::string_view kBlanks = " \t";
+
+std::string_view TrimBlanks(std::string_view text) {
+  const auto first = text.find_first_not_of(kBlanks);
+  if (first == std::string_view::npos) {
+    return {};
+  }
+  return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+}
+
+/// Takes the next line off `raw`, without its line ending.
+std::string_view NextLine(std::string_view& raw) {
+  const auto newline = raw.find('\n');
+  std::string_view line = raw.substr(0, newline);
+  raw = newline == std::string_view::npos ? std::string_view{} : raw.substr(newline + 1);
+  if (!line.empty() && line.back() == '\r') {
+    line.remove_suffix(1);
+  }
+  return line;
+}
+
+void ParseRequestLine(std::string_view line, RequestHead& head) {
+  const auto firstSpace = line.find(' ');
+  head.method = std::string(line.substr(0, firstSpace));
+  if (firstSpace == std::string_view::npos) {
+    return;
+  }
+  const auto rest = line.substr(firstSpace + 1);
+  head.target = std::string(rest.substr(0, rest.find(' ')));
+}
+
+}  // namespace
+
+RequestHead ParseRequestHead(std::string_view raw) {
+  RequestHead head;
+  ParseRequestLine(NextLine(raw), head);
+  while (!raw.empty()) {
+    const std::string_view line = NextLine(raw);
+    if (line.empty()) {
+      break;  // end of the head
+    }
+    const auto colon = line.find(':');
+    if (colon == std::string_view::npos) {
+      continue;
+    }
+    head.headers.push_back(
+        {std::string(line.substr(0, colon)), std::string(TrimBlanks(line.substr(colon + 1)))});
+  }
+  return head;
+}
+
+}  // namespace vrex::stub

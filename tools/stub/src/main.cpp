@@ -1,0 +1,91 @@
+// vrex-stub: a stand-in results server answering from a data directory.
+// Prints "vrex-stub listening on http://HOST:PORT" as its first line, then
+// serves until SIGINT or SIGTERM.
+
+#include <CLI/CLI.hpp>
+
+#include <csignal>
+#include <cstdlib>
+#include <exception>
+#include <iostream>
+#include <string>
+
+#include <pthread.h>
+
+#include "DefaultDataDirectory.h"
+#include "vrex/stub/StubServer.h"
+
+namespace {
+
+struct CommandLine {
+  vrex::stub::StubServerOptions server;
+  std::string dataDirectory;
+  bool verbose = false;
+};
+
+CommandLine ParseCommandLine(int argc, char** argv) {
+  CommandLine line;
+  CLI::App app{"Stub results server: answers POST /api/<RequestType> from a data directory"};
+  app.add_option("--port", line.server.port, "Port to listen on; 0 picks a free one")
+      ->check(CLI::Range(0, 65535));
+  app.add_option("--host", line.server.host, "Address to listen on");
+  app.add_option("--data", line.dataDirectory,
+                 "Data directory, one answer per request type (default: the sample plant)");
+  app.add_option("--threads", line.server.threads, "Connections served at once")
+      ->check(CLI::Range(1, 256));
+  app.add_flag("--verbose", line.verbose, "Print every request and its status on stderr");
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    std::exit(app.exit(error));
+  }
+  if (line.dataDirectory.empty()) {
+    line.dataDirectory = vrex::stub::DefaultDataDirectory().string();
+  }
+  return line;
+}
+
+/// Blocks SIGINT and SIGTERM in this thread and in every thread started
+/// after it, so that only sigwait() in main receives them.
+sigset_t BlockStopSignals() {
+  sigset_t signals;
+  sigemptyset(&signals);
+  sigaddset(&signals, SIGINT);
+  sigaddset(&signals, SIGTERM);
+  pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+  return signals;
+}
+
+void PrintEachRequest(vrex::stub::StubServer& server) {
+  server.SetRequestObserver(
+      [](const vrex::stub::JournalEntry& entry, const vrex::stub::CannedAnswer& answer) {
+        std::cerr << entry.method << ' ' << entry.path << " -> " << answer.status << ", "
+                  << answer.body.size() << " bytes\n";
+      });
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const CommandLine line = ParseCommandLine(argc, argv);
+  const sigset_t stopSignals = BlockStopSignals();
+  try {
+    vrex::stub::StubServer server(line.server);
+    const auto answers = server.LoadAnswers(line.dataDirectory);
+    if (line.verbose) {
+      PrintEachRequest(server);
+    }
+    server.Start();
+    std::cout << "vrex-stub listening on " << server.BaseUrl() << std::endl;
+    std::cerr << "vrex-stub: " << answers << " answers from " << line.dataDirectory << '\n';
+
+    int received = 0;
+    sigwait(&stopSignals, &received);
+    std::cerr << "vrex-stub: stopping on signal " << received << '\n';
+    server.Stop();
+  } catch (const std::exception& error) {
+    std::cerr << "vrex-stub: " << error.what() << '\n';
+    return EXIT_FAILURE;
+  }
+  return EXIT_SUCCESS;
+}
