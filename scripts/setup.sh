@@ -12,6 +12,10 @@ packages=(
   libcurl4-openssl-dev
   libcpp-httplib-dev libcli11-dev libfmt-dev
   libgtest-dev libgmock-dev libbenchmark-dev
+  # TLS tests run a local HTTPS front with a throw-away certificate.
+  nginx-light openssl
+  # Fuzzing and sanitizer builds.
+  clang-14 libfuzzer-14-dev libclang-rt-14-dev
 )
 missing=()
 for package in "${packages[@]}"; do
