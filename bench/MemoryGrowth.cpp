@@ -1,5 +1,10 @@
 // Resident memory and open file descriptors after many calls of each API,
-// a hundredth of them to a server that is not there.
+// with every hundredth call to a server that is not there; then separately
+// with every call to the live server and with every call to the dead one.
+// VrexClient::Post keeps the handle of a failed transfer, so what failures
+// leave must be told apart from what every call leaves. Failures are counted
+// per target: a failure on the live server (e.g. no free local port) would
+// leave the same as a deliberate one.
 //
 //   vrex_memory_growth [CALLS]     (default 100000)
 #include <dirent.h>
@@ -8,7 +13,6 @@
 #include <cstdlib>
 #include <fstream>
 #include <functional>
-#include <iostream>
 #include <string>
 
 #include "BenchServer.h"
@@ -37,21 +41,40 @@ int OpenDescriptors() {
   return count - 3;  // ".", ".." and the directory itself
 }
 
-// Calls `call(ok)` `calls` times; every hundredth call goes to a dead address.
-void Measure(const char* name, long calls, const std::function<void(bool)>& call) {
-  for (int warmUp = 0; warmUp < 1000; ++warmUp) call(warmUp % 100 != 0);
-  bench::SharedServer().ClearJournal();
-  const long rssBefore = ResidentKilobytes();
-  const int fdsBefore = OpenDescriptors();
+/// One call of an API, to the live server or the dead address; true when it
+/// succeeded.
+using Call = std::function<bool(bool live)>;
+
+struct Tally {
+  long liveFailures = 0;
+  long deadFailures = 0;
+};
+
+Tally RunCalls(long calls, long deadEvery, const Call& call) {
+  Tally tally;
   for (long i = 0; i < calls; ++i) {
-    call(i % 100 != 0);
+    const bool live = deadEvery == 0 || i % deadEvery != 0;
+    if (!call(live)) ++(live ? tally.liveFailures : tally.deadFailures);
     // The in-process stub journals every request; keep that out of the count.
     if (i % 1000 == 0) bench::SharedServer().ClearJournal();
   }
   bench::SharedServer().ClearJournal();
-  std::printf("%-16s calls %7ld  RSS %7ld -> %7ld kB (%+ld kB)  fds %3d -> %3d\n", name, calls,
-              rssBefore, ResidentKilobytes(), ResidentKilobytes() - rssBefore, fdsBefore,
-              OpenDescriptors());
+  return tally;
+}
+
+// `deadEvery`: every n-th call goes to the dead address; 0: none, 1: all.
+void Measure(const char* name, long calls, long deadEvery, const Call& call) {
+  RunCalls(1000, deadEvery, call);  // warm-up: pools, caches, allocator arenas
+  const long rssBefore = ResidentKilobytes();
+  const int fdsBefore = OpenDescriptors();
+  const Tally tally = RunCalls(calls, deadEvery, call);
+  const long rssGrowth = ResidentKilobytes() - rssBefore;
+  const int fdGrowth = OpenDescriptors() - fdsBefore;
+  std::printf("%-26s calls %7ld  failures live %5ld dead %6ld  RSS %+8ld kB  fds %+6d  "
+              "per call %6.3f kB %5.2f fds\n",
+              name, calls, tally.liveFailures, tally.deadFailures, rssGrowth, fdGrowth,
+              static_cast<double>(rssGrowth) / static_cast<double>(calls),
+              static_cast<double>(fdGrowth) / static_cast<double>(calls));
   std::fflush(stdout);
 }
 
@@ -67,16 +90,24 @@ int main(int argc, char** argv) {
   vrex::ClientOptions liveOptions, deadOptions;
   liveOptions.baseUrl = live;
   deadOptions.baseUrl = dead;
-  deadOptions.retry.maxAttempts = 1;
+  liveOptions.retry.maxAttempts = deadOptions.retry.maxAttempts = 1;
   const vrex::Client liveClient(liveOptions), deadClient(deadOptions);
-  Measure("vrex::Client", calls, [&](bool ok) {
-    (void)(ok ? liveClient : deadClient).Send(query);
-  });
-
-  std::fclose(stderr);  // Post prints one line per failed transfer.
-  Measure("VrexClient::Post", calls, [&](bool ok) {
+  const Call sessionCall = [&](bool toLive) {
+    return (toLive ? liveClient : deadClient).Send(query).Ok();
+  };
+  const Call postCall = [&](bool toLive) {
     dc::VersionDTO version;
-    VrexClient::Post((ok ? live : dead) + "/api/ApiVersionQuery", query, version, "");
-  });
+    return VrexClient::Post((toLive ? live : dead) + "/api/ApiVersionQuery", query, version, "")
+               .codecategory() == 0;
+  };
+
+  // The all-live and all-dead runs of Post split its growth into the part
+  // every call leaves and the part a failed transfer leaves.
+  Measure("vrex::Client, 1% dead", calls, 100, sessionCall);
+  Measure("vrex::Client, all dead", calls / 100, 1, sessionCall);
+  std::fclose(stderr);  // Post prints one line per failed transfer.
+  Measure("VrexClient::Post, 1% dead", calls, 100, postCall);
+  Measure("VrexClient::Post, all live", calls, 0, postCall);
+  Measure("VrexClient::Post, all dead", calls / 100, 1, postCall);
   return 0;
 }

@@ -1,5 +1,12 @@
-// Parsing a large measurement answer (about 50 MB of vectors): on the heap,
-// on an arena, and memcpy of the same bytes as the physical bound.
+// Parsing large answers on the heap and on an arena, with memcpy of the same
+// bytes as the physical bound. Two shapes:
+//   - Vectors: a MeasurementContainer of about 50 MB of vectors. A vector
+//     point is a message of its own (VectorPoint, one float), so this is
+//     seven million tiny sub-messages, not a packed array.
+//   - Headers: a GeneralInformationContainer of many test headers, each
+//     with seven strings, two time stamps and a map of additional
+//     information: many small allocations of different sizes.
+// Destroying the answer is part of each iteration: an application pays it.
 #include <cstring>
 #include <string>
 #include <vector>
@@ -7,6 +14,7 @@
 #include <benchmark/benchmark.h>
 #include <google/protobuf/arena.h>
 
+#include "GeneralInformationContainer.pb.h"
 #include "MeasurementContainer.pb.h"
 
 namespace {
@@ -16,8 +24,9 @@ namespace dc = Korvan::KQ::DataContracts;
 constexpr int kTests = 200;
 constexpr int kVectorsPerTest = 5;
 constexpr int kPointsPerVector = 7000;
+constexpr int kHeaders = 200000;
 
-const std::string& LargeAnswer() {
+const std::string& VectorAnswer() {
   static const std::string wire = [] {
     dc::MeasurementContainer container;
     for (int test = 0; test < kTests; ++test) {
@@ -37,34 +46,61 @@ const std::string& LargeAnswer() {
   return wire;
 }
 
-void ParseOnHeap(benchmark::State& state) {
-  const std::string& wire = LargeAnswer();
+void FillHeader(int id, dc::GeneralInformation& header) {
+  header.set_pkident(id);
+  header.mutable_measurementtime()->set_value(1710223091 + 200 * id);
+  header.mutable_timeofnextmeasurement()->set_value(1710223291 + 200 * id);
+  header.set_serial("SN-24-" + std::to_string(1000000 + id));
+  header.set_type("GX-200-4M");
+  header.set_basetype("GX-200");
+  header.set_bench("Bench-" + std::to_string(1 + id % 3));
+  header.set_result(id % 17 == 0 ? "NOK" : "OK");
+  header.set_testkind("End-of-line test");
+  header.set_relativefilepath("2024/03/12/Bench-" + std::to_string(1 + id % 3) + "_20240312.kqa");
+  header.set_fileoffset(4096 * (id % 1000));
+  auto& info = *header.mutable_additionalinfo();
+  info["Operator"] = "M. Weber";
+  info["ProductionOrder"] = "PO-" + std::to_string(88000 + id / 500);
+  info["Shift"] = id % 2 == 0 ? "Early" : "Late";
+}
+
+const std::string& HeaderAnswer() {
+  static const std::string wire = [] {
+    dc::GeneralInformationContainer container;
+    for (int id = 0; id < kHeaders; ++id) FillHeader(id, *container.add_values());
+    return container.SerializeAsString();
+  }();
+  return wire;
+}
+
+template <class Answer>
+void ParseOnHeap(benchmark::State& state, const std::string& (*wireOf)()) {
+  const std::string& wire = wireOf();
   for (auto _ : state) {
-    dc::MeasurementContainer container;
-    if (!container.ParseFromString(wire)) state.SkipWithError("parse failed");
-    benchmark::DoNotOptimize(container);
+    Answer answer;
+    if (!answer.ParseFromString(wire)) state.SkipWithError("parse failed");
+    benchmark::DoNotOptimize(answer);
   }
   state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * wire.size()));
 }
-BENCHMARK(ParseOnHeap)->Unit(benchmark::kMillisecond)->UseRealTime();
 
-void ParseOnArena(benchmark::State& state) {
-  const std::string& wire = LargeAnswer();
+template <class Answer>
+void ParseOnArena(benchmark::State& state, const std::string& (*wireOf)()) {
+  const std::string& wire = wireOf();
   google::protobuf::ArenaOptions options;
   options.start_block_size = 1 << 20;
   options.max_block_size = 16 << 20;
   for (auto _ : state) {
     google::protobuf::Arena arena(options);
-    auto* container = google::protobuf::Arena::CreateMessage<dc::MeasurementContainer>(&arena);
-    if (!container->ParseFromString(wire)) state.SkipWithError("parse failed");
-    benchmark::DoNotOptimize(container);
+    auto* answer = google::protobuf::Arena::CreateMessage<Answer>(&arena);
+    if (!answer->ParseFromString(wire)) state.SkipWithError("parse failed");
+    benchmark::DoNotOptimize(answer);
   }
   state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * wire.size()));
 }
-BENCHMARK(ParseOnArena)->Unit(benchmark::kMillisecond)->UseRealTime();
 
-void MemcpyBound(benchmark::State& state) {
-  const std::string& wire = LargeAnswer();
+void MemcpyBound(benchmark::State& state, const std::string& (*wireOf)()) {
+  const std::string& wire = wireOf();
   std::vector<char> target(wire.size());
   for (auto _ : state) {
     std::memcpy(target.data(), wire.data(), wire.size());
@@ -72,7 +108,27 @@ void MemcpyBound(benchmark::State& state) {
     benchmark::ClobberMemory();
   }
   state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * wire.size()));
+  state.counters["answer_MB"] = static_cast<double>(wire.size()) / 1e6;
 }
-BENCHMARK(MemcpyBound)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+// Heap, arena and memcpy of one answer shape, side by side.
+template <class Answer>
+void RegisterShape(const std::string& shape, const std::string& (*wireOf)()) {
+  benchmark::RegisterBenchmark(("ParseOnHeap_" + shape).c_str(), ParseOnHeap<Answer>, wireOf)
+      ->Unit(benchmark::kMillisecond)
+      ->UseRealTime();
+  benchmark::RegisterBenchmark(("ParseOnArena_" + shape).c_str(), ParseOnArena<Answer>, wireOf)
+      ->Unit(benchmark::kMillisecond)
+      ->UseRealTime();
+  benchmark::RegisterBenchmark(("MemcpyBound_" + shape).c_str(), MemcpyBound, wireOf)
+      ->Unit(benchmark::kMillisecond)
+      ->UseRealTime();
+}
+
+const bool kRegistered = [] {
+  RegisterShape<dc::MeasurementContainer>("Vectors", &VectorAnswer);
+  RegisterShape<dc::GeneralInformationContainer>("Headers", &HeaderAnswer);
+  return true;
+}();
 
 }  // namespace

@@ -1,0 +1,21 @@
+#pragma once
+// Finding and running the programs the TLS tests lean on (openssl, nginx),
+// which are installed by the set-up script but may be missing elsewhere.
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace vrex::tls_test {
+
+/// The full path of `name` on PATH or in /usr/sbin and /sbin (where nginx
+/// lives but an ordinary user's PATH may not reach); nothing when absent.
+std::optional<std::string> FindProgram(const std::string& name);
+
+/// Runs `program` to its end, at most `timeout`; throws std::runtime_error
+/// naming the command and quoting its output when it fails or hangs.
+void RunProgram(const std::string& program, const std::vector<std::string>& arguments,
+                std::chrono::milliseconds timeout = std::chrono::seconds(30));
+
+}  // namespace vrex::tls_test

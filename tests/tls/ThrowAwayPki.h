@@ -1,0 +1,53 @@
+#pragma once
+// Certificates made for one test run with the openssl program: a CA that
+// signs the server's certificate and a client certificate, and a second,
+// unrelated CA with a client certificate of its own. Keys are P-256, made
+// fresh each run and never leave the directory.
+
+#include <filesystem>
+#include <string>
+
+namespace vrex::tls_test {
+
+/// A certificate (PEM) and its private key (PEM).
+struct KeyPair {
+  std::filesystem::path certificate;
+  std::filesystem::path key;
+};
+
+class ThrowAwayPki {
+ public:
+  /// Writes everything into `directory`; throws std::runtime_error when an
+  /// openssl command fails.
+  ThrowAwayPki(const std::string& openssl, const std::filesystem::path& directory);
+
+  /// The CA that signed `server` and `client`.
+  const std::filesystem::path& CaCertificate() const { return ca_.certificate; }
+  /// A directory holding only CaCertificate(), under its subject-hash name.
+  const std::filesystem::path& CaDirectory() const { return caDirectory_; }
+  /// A CA that signed nothing the server shows.
+  const std::filesystem::path& OtherCaCertificate() const { return otherCa_.certificate; }
+  /// For 127.0.0.1 (and no host name).
+  const KeyPair& Server() const { return server_; }
+  /// A client certificate from the CA the server trusts for clients.
+  const KeyPair& Client() const { return client_; }
+  /// A client certificate from the other CA.
+  const KeyPair& StrangerClient() const { return strangerClient_; }
+
+ private:
+  KeyPair MakeCa(const std::string& name) const;
+  KeyPair MakeLeaf(const std::string& name, const std::string& extensions, const KeyPair& ca,
+                   int serial) const;
+
+  std::string openssl_;
+  std::filesystem::path directory_;
+  std::filesystem::path config_;
+  KeyPair ca_;
+  KeyPair otherCa_;
+  KeyPair server_;
+  KeyPair client_;
+  KeyPair strangerClient_;
+  std::filesystem::path caDirectory_;
+};
+
+}  // namespace vrex::tls_test
