@@ -2,8 +2,10 @@
 // Everything vrex::Client is built from.
 
 #include <chrono>
+#include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace vrex {
 
@@ -30,6 +32,17 @@ struct RetryPolicy {
   std::chrono::milliseconds maxTotalTime{10000};
 };
 
+/// What one line of a wire trace shows.
+enum class WireTraceKind {
+  Info,            ///< libcurl's notes: connecting, connected, TLS, ...
+  RequestHeaders,  ///< the request line and headers as sent, token masked
+  ResponseHeader,  ///< the status line or one header of the answer
+};
+
+/// Receives the trace of each exchange (for a verbose mode); called on the
+/// calling thread while the exchange runs. Bodies are never traced.
+using WireTraceHandler = std::function<void(WireTraceKind kind, std::string_view text)>;
+
 struct ClientOptions {
   /// Scheme, host, optional port and path prefix, without "/api/"; used as
   /// given, like the established API.
@@ -48,6 +61,9 @@ struct ClientOptions {
   /// libcurl can decode.
   std::optional<std::string> acceptEncoding;
   RetryPolicy retry;
+  /// Unset: nothing is traced. The value of "GatewayApiAuthentication" is
+  /// shown as "***", never as the token.
+  WireTraceHandler onWireTrace;
 };
 
 }  // namespace vrex

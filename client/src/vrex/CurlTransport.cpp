@@ -66,6 +66,46 @@ std::size_t ReceiveBody(char* data, std::size_t size, std::size_t count, void* c
   return 0;
 }
 
+// The request headers as sent, with the gateway token replaced, so that a
+// trace can be shown and kept without leaking it.
+std::string MaskToken(std::string_view headers) {
+  constexpr std::string_view kName = "GatewayApiAuthentication:";
+  std::string masked(headers);
+  const std::size_t name = masked.find(kName);
+  if (name == std::string::npos) {
+    return masked;
+  }
+  const std::size_t valueStart = name + kName.size();
+  const std::size_t lineEnd = masked.find_first_of("\r\n", valueStart);
+  masked.replace(valueStart, (lineEnd == std::string::npos ? masked.size() : lineEnd) - valueStart,
+                 " ***");
+  return masked;
+}
+
+// libcurl's debug callback; `context` is the handler of the transport's options.
+int TraceWire(CURL*, curl_infotype type, char* data, std::size_t size, void* context) {
+  const auto& handler = *static_cast<const WireTraceHandler*>(context);
+  const std::string_view text(data, size);
+  try {
+    switch (type) {
+      case CURLINFO_TEXT:
+        handler(WireTraceKind::Info, text);
+        break;
+      case CURLINFO_HEADER_OUT:
+        handler(WireTraceKind::RequestHeaders, MaskToken(text));
+        break;
+      case CURLINFO_HEADER_IN:
+        handler(WireTraceKind::ResponseHeader, text);
+        break;
+      default:  // bodies and TLS records are not traced
+        break;
+    }
+  } catch (...) {
+    // An exception must not cross libcurl's C frames; a lost trace line is harmless.
+  }
+  return 0;
+}
+
 void SetText(CURL* handle, CURLoption option, const std::string& value) {
   if (!value.empty()) {
     curl_easy_setopt(handle, option, value.c_str());
@@ -117,6 +157,11 @@ void CurlTransport::Configure(CURL* handle) const {
   SetText(handle, CURLOPT_USERAGENT, options_.userAgent);
   if (options_.acceptEncoding) {
     curl_easy_setopt(handle, CURLOPT_ACCEPT_ENCODING, options_.acceptEncoding->c_str());
+  }
+  if (options_.onWireTrace) {
+    curl_easy_setopt(handle, CURLOPT_DEBUGFUNCTION, &TraceWire);
+    curl_easy_setopt(handle, CURLOPT_DEBUGDATA, &options_.onWireTrace);
+    curl_easy_setopt(handle, CURLOPT_VERBOSE, 1L);
   }
 }
 

@@ -1,0 +1,110 @@
+#include "vrex/MessageJson.h"
+
+#include <google/protobuf/descriptor.h>
+#include <google/protobuf/util/json_util.h>
+
+
+namespace vrex {
+
+namespace {
+
+using google::protobuf::Descriptor;
+using google::protobuf::DescriptorPool;
+using google::protobuf::Message;
+using google::protobuf::MessageFactory;
+
+constexpr std::string_view kContractPackage = "Korvan.KQ.DataContracts.";
+
+template <typename T>
+data::Result<T> Failure(std::string error) {
+  return data::Result<T>::Failure(std::move(error));
+}
+
+// The JSON parser says "(Time.Items[0]) Nope: Cannot find field."; people
+// read "unknown field \"Nope\" in Time.Items[0]" more easily.
+std::string DescribeUnknownField(const std::string& parserText) {
+  constexpr std::string_view kSuffix = ": Cannot find field.";
+  if (parserText.size() <= kSuffix.size() ||
+      parserText.compare(parserText.size() - kSuffix.size(), kSuffix.size(), kSuffix) != 0) {
+    return parserText;
+  }
+  std::string location;
+  std::string field = parserText.substr(0, parserText.size() - kSuffix.size());
+  if (!field.empty() && field.front() == '(') {
+    const std::size_t close = field.find(") ");
+    if (close != std::string::npos) {
+      location = field.substr(1, close - 1);
+      field.erase(0, close + 2);
+    }
+  }
+  std::string text = "unknown field \"" + field + "\"";
+  return location.empty() ? text : text + " in " + location;
+}
+
+}  // namespace
+
+const Descriptor* FindMessageType(std::string_view typeName) {
+  if (typeName.empty()) {
+    return nullptr;
+  }
+  const DescriptorPool* pool = DescriptorPool::generated_pool();
+  // A short name is tried in the contract package first, so "Factory" is the
+  // contract's message and not some type of that name elsewhere.
+  if (typeName.find('.') == std::string_view::npos) {
+    std::string fullName(kContractPackage);
+    fullName.append(typeName);
+    if (const Descriptor* found = pool->FindMessageTypeByName(fullName)) {
+      return found;
+    }
+  }
+  return pool->FindMessageTypeByName(std::string(typeName));
+}
+
+std::string MergeJsonInto(std::string_view json, Message& message) {
+  google::protobuf::util::JsonParseOptions options;
+  options.ignore_unknown_fields = false;
+  const auto status = google::protobuf::util::JsonStringToMessage(
+      google::protobuf::StringPiece(json.data(), json.size()), &message, options);
+  if (status.ok()) {
+    return {};
+  }
+  const std::string error(status.message());
+  return error.empty() ? "the text is not JSON of " + message.GetTypeName()
+                       : DescribeUnknownField(error);
+}
+
+data::Result<std::unique_ptr<Message>> MessageFromJson(std::string_view typeName,
+                                                       std::string_view json) {
+  using MessageResult = std::unique_ptr<Message>;
+  const Descriptor* type = FindMessageType(typeName);
+  if (type == nullptr) {
+    return Failure<MessageResult>("no contract message is named \"" + std::string(typeName) +
+                                  "\"");
+  }
+  const Message* prototype = MessageFactory::generated_factory()->GetPrototype(type);
+  if (prototype == nullptr) {
+    return Failure<MessageResult>("no message class for " + type->full_name());
+  }
+  std::unique_ptr<Message> message(prototype->New());
+  std::string error = MergeJsonInto(json, *message);
+  if (!error.empty()) {
+    return Failure<MessageResult>(type->name() + ": " + error);
+  }
+  return data::Result<MessageResult>::Success(std::move(message));
+}
+
+data::Result<std::string> MessageToJson(const Message& message, const JsonLayout& layout) {
+  google::protobuf::util::JsonPrintOptions options;
+  options.add_whitespace = layout.multiLine;
+  options.always_print_primitive_fields = layout.withDefaults;
+  options.always_print_enums_as_ints = layout.enumsAsNumbers;
+  options.preserve_proto_field_names = true;
+  std::string json;
+  const auto status = google::protobuf::util::MessageToJsonString(message, &json, options);
+  if (!status.ok()) {
+    return Failure<std::string>(message.GetTypeName() + ": " + std::string(status.message()));
+  }
+  return data::Result<std::string>::Success(std::move(json));
+}
+
+}  // namespace vrex

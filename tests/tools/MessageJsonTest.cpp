@@ -1,0 +1,85 @@
+// The library's JSON bridge: requests built from text, answers printed, and
+// no input that makes it throw or abort.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "MeasurementQuery.pb.h"
+#include "vrex/MessageJson.h"
+
+namespace vrex {
+namespace {
+
+namespace dc = ::Korvan::KQ::DataContracts;
+using ::testing::HasSubstr;
+
+TEST(MessageFromJson, BuildsTheNamedTypeWithContractFieldNames) {
+  const auto message = MessageFromJson(
+      "MeasurementQuery",
+      R"({"Factory": "F", "LastN": {"TopN": 3}, "Clavis": {"Items": [{"Mode": "Run"}], "Exclude": false}})");
+  ASSERT_TRUE(message.ok()) << message.error();
+  const auto& query = dynamic_cast<const dc::MeasurementQuery&>(*message.value());
+  EXPECT_EQ(query.factory(), "F");
+  EXPECT_EQ(query.lastn().topn(), 3);
+  EXPECT_EQ(query.clavis().items(0).mode(), "Run");
+  EXPECT_TRUE(query.clavis().has_exclude());
+}
+
+TEST(MessageFromJson, FailuresNameTheirCause) {
+  const std::vector<std::tuple<std::string, std::string, std::string>> cases = {
+      {"MeasurementQuery", R"({"Factroy": "F"})", "MeasurementQuery: unknown field \"Factroy\""},
+      {"MeasurementQuery", R"({"Clavis": {"Items": [{"Mood": ""}]}})",
+       "unknown field \"Mood\" in Clavis.Items[0]"},
+      {"MeasurementQuery", R"({"Factory": 5})", "Factory"},
+      {"LogEntryQuery", R"({"Level": "Loud"})", "Loud"},
+      {"NoSuchType", "{}", "no contract message is named \"NoSuchType\""},
+      {"", "{}", "no contract message is named \"\""},
+  };
+  for (const auto& [type, json, message] : cases) {
+    const auto result = MessageFromJson(type, json);
+    EXPECT_FALSE(result.ok()) << json;
+    EXPECT_THAT(result.error(), HasSubstr(message));
+  }
+}
+
+TEST(MessageFromJson, HostileInputIsAnErrorNotACrash) {
+  const std::vector<std::string> inputs = {
+      "",
+      "\xff\xfe\x00",
+      std::string(100000, '['),
+      std::string(100000, '{'),
+      R"({"Time": )" + std::string(5000, '{'),
+      R"({"Factory": "\ud800"})",
+      R"({"LastN": {"TopN": 1e400}})",
+      R"({"LastN": {"TopN": "99999999999999999999"}})",
+      "[1, 2, 3]",
+      "null",
+  };
+  for (const std::string& input : inputs) {
+    EXPECT_FALSE(MessageFromJson("MeasurementQuery", input).ok()) << input.substr(0, 40);
+  }
+}
+
+TEST(MessageToJson, PrintsContractNamesAndRoundTrips) {
+  dc::MeasurementQuery query;
+  query.set_line("L");
+  query.mutable_lastn()->set_topn(7);
+  JsonLayout oneLine;
+  oneLine.multiLine = false;
+  const auto json = MessageToJson(query, oneLine);
+  ASSERT_TRUE(json.ok()) << json.error();
+  EXPECT_EQ(json.value(), R"({"Line":"L","LastN":{"TopN":7}})");
+  const auto back = MessageFromJson("MeasurementQuery", json.value());
+  ASSERT_TRUE(back.ok());
+  EXPECT_EQ(back.value()->SerializeAsString(), query.SerializeAsString());
+}
+
+TEST(FindMessageType, TakesShortAndFullNames) {
+  ASSERT_NE(FindMessageType("Factory"), nullptr);
+  EXPECT_EQ(FindMessageType("Factory")->full_name(), "Korvan.KQ.DataContracts.Factory");
+  ASSERT_NE(FindMessageType("bcl.DateTime"), nullptr);
+  EXPECT_EQ(FindMessageType("Enumerator.LogLevel"), nullptr) << "an enumeration is no message";
+}
+
+}  // namespace
+}  // namespace vrex

@@ -1,0 +1,95 @@
+// Times typed on the command line and times shown in a line's zone.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "LineTimeZone.h"
+#include "TimeArguments.h"
+#include "vrex/data/Time.h"
+
+namespace vrex::cli {
+namespace {
+
+using std::chrono::hours;
+using std::chrono::minutes;
+using std::chrono::seconds;
+
+SystemTime Utc(std::int64_t secondsSince1970) { return SystemTime(seconds(secondsSince1970)); }
+
+const LineTimeZone kBerlin = LineTimeZone::Named("Europe/Berlin", minutes(60));
+
+TEST(RelativeSpans, AreReadInEveryUnitAndCombination) {
+  const std::vector<std::pair<std::string, seconds>> cases = {
+      {"30s", seconds(30)}, {"15m", minutes(15)},      {"2h", hours(2)},
+      {"1d", hours(24)},    {"1w", hours(7 * 24)},     {"1h30m", minutes(90)},
+  };
+  for (const auto& [text, span] : cases) {
+    const auto parsed = ParseRelativeSpan(text);
+    ASSERT_TRUE(parsed.ok()) << text << ": " << parsed.error();
+    EXPECT_EQ(parsed.value(), span) << text;
+  }
+  for (const char* bad : {"", "h", "2", "2x", "0h", "-2h", "2 h"}) {
+    EXPECT_FALSE(ParseRelativeSpan(bad).ok()) << bad;
+  }
+}
+
+TEST(TimeArgumentsFromNow, CountBack) {
+  const SystemTime now = Utc(1'710'223'091);
+  const auto parsed = ParseTimeArgument("2h", now, kBerlin);
+  ASSERT_TRUE(parsed.ok()) << parsed.error();
+  EXPECT_EQ(parsed.value(), now - hours(2));
+}
+
+TEST(Iso8601Arguments, HonourOffsetsOrTheLinesZone) {
+  struct Case {
+    std::string text;
+    std::int64_t utcSeconds;
+  };
+  // 2024-03-12 is winter time in Berlin (+01:00), 2024-07-01 summer time (+02:00).
+  const std::vector<Case> cases = {
+      {"2024-03-12T08:00:00Z", 1'710'230'400},
+      {"2024-03-12T08:00:00+01:00", 1'710'226'800},
+      {"2024-03-12T08:00-0530", 1'710'250'200},
+      {"2024-03-12T08:00", 1'710'226'800},
+      {"2024-03-12 08:00:00", 1'710'226'800},
+      {"2024-07-01T08:00", 1'719'813'600},
+      {"2024-03-12", 1'710'198'000},
+      {"2024-02-29T23:59:59.5Z", 1'709'251'199},
+  };
+  for (const Case& testCase : cases) {
+    const auto parsed = ParseTimeArgument(testCase.text, Utc(0), kBerlin);
+    ASSERT_TRUE(parsed.ok()) << testCase.text << ": " << parsed.error();
+    EXPECT_EQ(std::chrono::floor<seconds>(parsed.value()), Utc(testCase.utcSeconds))
+        << testCase.text;
+  }
+}
+
+TEST(Iso8601Arguments, RejectWhatIsNoTime) {
+  for (const char* bad : {"2024-13-01", "2023-02-29", "2024-03-12T25:00", "2024-03-12T08",
+                          "12.03.2024", "2024-03-12T08:00+1", "2024-03-12T08:00:00Zjunk"}) {
+    const auto parsed = ParseTimeArgument(bad, Utc(0), kBerlin);
+    EXPECT_FALSE(parsed.ok()) << bad;
+  }
+}
+
+TEST(LineTimes, AreShownWithTheOffsetInForceThen) {
+  EXPECT_EQ(kBerlin.Format(Utc(1'710'223'091)), "2024-03-12T06:58:11+01:00");
+  EXPECT_EQ(kBerlin.Format(Utc(1'719'813'600)), "2024-07-01T08:00:00+02:00");
+  EXPECT_EQ(LineTimeZone::Utc().Format(Utc(1'710'223'091)), "2024-03-12T05:58:11Z");
+  const auto chicagoWithoutDatabase = LineTimeZone::Named("Nowhere/Unknown", minutes(-360));
+  EXPECT_EQ(chicagoWithoutDatabase.Format(Utc(1'710'223'091)), "2024-03-11T23:58:11-06:00");
+}
+
+TEST(LineTimes, ContractTimesKeepFractionsLocalTimesAndExtremes) {
+  bcl::DateTime time = data::FromSystemTime(Utc(1'710'223'091) + std::chrono::milliseconds(250));
+  EXPECT_EQ(kBerlin.Format(time), "2024-03-12T06:58:11.25+01:00");
+  time.set_kind(bcl::DateTime_DateTimeKind_LOCAL);
+  EXPECT_EQ(kBerlin.Format(time), "2024-03-12T05:58:11.25") << "a local time is shown as sent";
+  bcl::DateTime greatest;
+  greatest.set_scale(bcl::DateTime_TimeSpanScale_MINMAX);
+  greatest.set_value(1);
+  EXPECT_EQ(kBerlin.Format(greatest), "max");
+}
+
+}  // namespace
+}  // namespace vrex::cli

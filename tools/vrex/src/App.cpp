@@ -1,0 +1,64 @@
+#include "App.h"
+
+#include "CallCommand.h"
+#include "Command.h"
+#include "DownloadCommand.h"
+#include "LogCommand.h"
+#include "SchemaCommands.h"
+#include "TestCommands.h"
+#include "TopologyCommands.h"
+
+namespace vrex::cli {
+
+namespace {
+
+std::string ExitCodeHelp() {
+  std::string text = "EXIT STATUS\n";
+  for (const ExitCodeMeaning& entry : ExitCodeTable()) {
+    text += "  " + std::to_string(ToInt(entry.code)) + "  " + std::string(entry.meaning) + "\n";
+  }
+  return text;
+}
+
+std::string MainFooter() {
+  return "\nEXAMPLES\n"
+         "  vrex version http://results:8080\n"
+         "  vrex topology http://results:8080\n"
+         "  vrex tests http://results:8080 --factory Plant-North --line Line-A --since 1h "
+         "--bench Bench-3\n"
+         "  vrex list --family Measurements\n"
+         "  vrex template MeasurementQuery > query.json\n"
+         "  vrex call http://results:8080 MeasurementQuery -d @query.json\n"
+         "\nThe token is taken from --token or $VREX_TOKEN. Run `vrex COMMAND --help` for the "
+         "options and examples of a command.\n\n" +
+         ExitCodeHelp();
+}
+
+}  // namespace
+
+int RunVrex(int argc, const char* const* argv, Console& console) {
+  CLI::App app{"vrex: the results server from the command line. Every request of the contract "
+               "is one command away; the schema is built in, so list, describe and template "
+               "work offline.",
+               "vrex"};
+  app.require_subcommand(1);
+  app.set_version_flag("--version", "vrex " VREX_CLI_VERSION);
+  app.footer(MainFooter());
+  CommandAction action;
+  CommandSetup setup{app, console, action};
+  AddSchemaCommands(setup);
+  AddCallCommand(setup);
+  AddDownloadCommand(setup);
+  AddTopologyCommands(setup);
+  AddTestCommands(setup);
+  AddLogCommand(setup);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    const int status = app.exit(error, console.out, console.err);
+    return status == 0 ? 0 : ToInt(ExitCode::Usage);
+  }
+  return action ? ToInt(action()) : ToInt(ExitCode::Usage);
+}
+
+}  // namespace vrex::cli

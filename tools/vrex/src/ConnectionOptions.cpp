@@ -1,0 +1,134 @@
+#include "ConnectionOptions.h"
+
+#include <chrono>
+#include <cstdlib>
+
+#include "FailureAdvice.h"
+#include "WireTrace.h"
+
+namespace vrex::cli {
+
+namespace {
+
+std::chrono::milliseconds Milliseconds(double seconds) {
+  return std::chrono::milliseconds(static_cast<long long>(seconds * 1000.0));
+}
+
+std::optional<std::string> TokenFromEnvironment() {
+  const char* token = std::getenv("VREX_TOKEN");
+  if (token == nullptr || *token == '\0') {
+    return std::nullopt;
+  }
+  return std::string(token);
+}
+
+// Keeps the reason of libcurl's last "... failed: <reason>" note, and shows
+// every note with -v.
+WireTraceHandler MakeNoteTaker(std::shared_ptr<TransportNotes> notes, WireTraceHandler show) {
+  return [notes = std::move(notes), show = std::move(show)](WireTraceKind kind,
+                                                            std::string_view text) {
+    constexpr std::string_view kFailed = " failed: ";
+    const std::size_t failed = text.find(kFailed);
+    if (kind == WireTraceKind::Info && failed != std::string_view::npos) {
+      std::string_view reason = text.substr(failed + kFailed.size());
+      while (!reason.empty() && (reason.back() == '\n' || reason.back() == '\r')) {
+        reason.remove_suffix(1);
+      }
+      notes->lastFailure = std::string(reason);
+    }
+    if (show) {
+      show(kind, text);
+    }
+  };
+}
+
+}  // namespace
+
+void AddServerArguments(CLI::App& command, ServerArguments& arguments) {
+  command.add_option("URL", arguments.url, "Server base URL, e.g. http://results:8080")
+      ->required();
+  const std::string group = "Connection";
+  command
+      .add_option("--token", arguments.token,
+                  "Gateway token (default: $VREX_TOKEN, else the token built into the library); "
+                  "never printed")
+      ->group(group);
+  command.add_option("--timeout", arguments.timeoutSeconds, "Seconds one attempt may take")
+      ->check(CLI::PositiveNumber)
+      ->capture_default_str()
+      ->group(group);
+  command
+      .add_option("--connect-timeout", arguments.connectTimeoutSeconds,
+                  "Seconds to wait for the connection")
+      ->check(CLI::PositiveNumber)
+      ->capture_default_str()
+      ->group(group);
+  command.add_option("--cacert", arguments.caFile, "CA bundle (PEM) to check the server with")
+      ->check(CLI::ExistingFile)
+      ->group(group);
+  command.add_option("--cert", arguments.clientCertificate, "Client certificate (PEM)")
+      ->check(CLI::ExistingFile)
+      ->group(group);
+  command.add_option("--key", arguments.clientKey, "Private key of --cert (PEM)")
+      ->check(CLI::ExistingFile)
+      ->group(group);
+  command
+      .add_flag("--insecure", arguments.insecure,
+                "Do not check the server's certificate (test servers only)")
+      ->group(group);
+  command.add_option("--proxy", arguments.proxy, "Proxy URL; \"\" for none")->group(group);
+  command
+      .add_option("--retries", arguments.retries,
+                  "Repeats of a query after a transport failure or HTTP 502/503/504")
+      ->check(CLI::Range(0, 10))
+      ->capture_default_str()
+      ->group(group);
+  command
+      .add_flag("-v,--verbose", arguments.verbose,
+                "Show the request line and headers, the status and the time taken on stderr")
+      ->group(group);
+}
+
+std::string NormaliseUrl(std::string url) {
+  while (!url.empty() && url.back() == '/') {
+    url.pop_back();
+  }
+  return url;
+}
+
+ClientOptions MakeClientOptions(const ServerArguments& arguments, Console& console) {
+  ClientOptions options;
+  options.baseUrl = NormaliseUrl(arguments.url);
+  options.token = arguments.token.empty() ? TokenFromEnvironment()
+                                          : std::optional<std::string>(arguments.token);
+  options.totalTimeout = Milliseconds(arguments.timeoutSeconds);
+  options.connectTimeout = Milliseconds(arguments.connectTimeoutSeconds);
+  options.tls.caFile = arguments.caFile;
+  options.tls.clientCertificate = arguments.clientCertificate;
+  options.tls.clientKey = arguments.clientKey;
+  options.tls.verifyPeer = !arguments.insecure;
+  options.proxy = arguments.proxy;
+  options.retry.maxAttempts = arguments.retries + 1;
+  options.userAgent = "vrex";
+  if (arguments.insecure) {
+    console.err << "vrex: warning: --insecure: the server's certificate is not checked; use it "
+                   "only against test servers\n";
+  }
+  options.onWireTrace = MakeNoteTaker(
+      arguments.notes, arguments.verbose ? MakeTraceWriter(console.err) : WireTraceHandler());
+  return options;
+}
+
+ExitCode ReportOutcome(const Outcome& outcome, const ServerArguments& arguments,
+                       Console& console) {
+  if (arguments.verbose) {
+    console.err << FormatTraceSummary(outcome);
+  }
+  if (!outcome.Ok()) {
+    console.err << "vrex: " << DescribeFailure(outcome, NormaliseUrl(arguments.url),
+                                                arguments.notes->lastFailure) << '\n';
+  }
+  return ExitCodeFor(outcome);
+}
+
+}  // namespace vrex::cli

@@ -1,0 +1,56 @@
+#pragma once
+// What every command that talks to a server takes: the server URL and the
+// connection options, turned into a vrex::Client; and how the outcome of a
+// call is reported.
+
+#include <CLI/CLI.hpp>
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "Console.h"
+#include "ExitCodes.h"
+#include "vrex/Client.h"
+
+namespace vrex::cli {
+
+/// What the transport said on its way that the outcome does not carry:
+/// libcurl's error text is "Couldn't connect to server", while its notes
+/// name the system's reason ("Connection refused").
+struct TransportNotes {
+  std::string lastFailure;  ///< "Connection refused"; empty when none was noted
+};
+
+struct ServerArguments {
+  std::string url;
+  std::string token;  ///< empty: VREX_TOKEN, else the build's token
+  double timeoutSeconds = 60;
+  double connectTimeoutSeconds = 10;
+  std::string caFile;
+  std::string clientCertificate;
+  std::string clientKey;
+  bool insecure = false;
+  std::optional<std::string> proxy;
+  int retries = 2;
+  bool verbose = false;
+  /// Filled during the call by the client MakeClientOptions configured.
+  std::shared_ptr<TransportNotes> notes = std::make_shared<TransportNotes>();
+};
+
+/// Adds the URL positional and the connection options to `command`.
+void AddServerArguments(CLI::App& command, ServerArguments& arguments);
+
+/// The client options the arguments describe; warns about --insecure on
+/// `console.err` and traces the wire there with -v.
+ClientOptions MakeClientOptions(const ServerArguments& arguments, Console& console);
+
+/// The server URL as the client takes it: without a trailing "/".
+std::string NormaliseUrl(std::string url);
+
+/// Prints the -v summary of the call, and on failure the message that names
+/// the cause and a next step. Returns the exit code of the outcome.
+ExitCode ReportOutcome(const Outcome& outcome, const ServerArguments& arguments,
+                       Console& console);
+
+}  // namespace vrex::cli

@@ -1,0 +1,17 @@
+#pragma once
+// Where a command reads and writes, so that the commands can run against
+// string streams in tests as well as against the terminal.
+
+#include <iosfwd>
+
+namespace vrex::cli {
+
+struct Console {
+  std::istream& in;
+  std::ostream& out;
+  std::ostream& err;
+  bool outIsTerminal = false;
+  bool errIsTerminal = false;
+};
+
+}  // namespace vrex::cli

@@ -1,0 +1,114 @@
+#include "FailureAdvice.h"
+
+#include <array>
+#include <utility>
+
+#include "MessageContainer.pb.h"
+
+namespace vrex::cli {
+
+namespace {
+
+namespace enums = ::Korvan::KQ::DataContracts::Enumerator;
+
+bool Contains(std::string_view text, std::string_view part) {
+  return text.find(part) != std::string_view::npos;
+}
+
+// libcurl says "Failed to connect to host port 8080 after 0 ms: Connection
+// refused"; the host is already in our line, the reason is what counts.
+std::string_view ReasonOf(std::string_view errorText) {
+  const std::size_t colon = errorText.rfind(": ");
+  if (Contains(errorText, "Failed to connect") && colon != std::string_view::npos) {
+    return errorText.substr(colon + 2);
+  }
+  return errorText;
+}
+
+std::string_view TransportHint(std::string_view errorText) {
+  static const std::array<std::pair<std::string_view, std::string_view>, 9> hints = {{
+      {"refused", "is the server running? check the URL"},
+      {"resolve proxy", "check --proxy"},
+      {"resolve", "check the host name in the URL"},
+      {"imed out", "the server did not answer in time; check the URL or raise --timeout"},
+      {"Timeout", "the server did not answer in time; check the URL or raise --timeout"},
+      {"certificate", "check --cacert, or try --insecure against a test server"},
+      {"SSL", "check --cacert, --cert and --key, or whether the server speaks https"},
+      {"Unsupported protocol", "the URL must start with http:// or https://"},
+      {"proxy", "check --proxy"},
+  }};
+  for (const auto& [marker, hint] : hints) {
+    if (Contains(errorText, marker)) {
+      return hint;
+    }
+  }
+  return "check the URL and the network";
+}
+
+std::string_view RejectionHint(int status) {
+  switch (status) {
+    case 401:
+    case 403:
+      return "check the gateway token (--token or VREX_TOKEN)";
+    case 404:
+      return "check the URL: give the server's base address, without \"/api/\"";
+    case 405:
+      return "check the URL: it must lead to the results server's gateway";
+    default:
+      return "check the request fields; `vrex template TYPE` shows them";
+  }
+}
+
+std::string_view ServerFailureHint(int status) {
+  if (status >= 300 && status <= 399) {
+    return "the server redirects; check the URL (https? path prefix?)";
+  }
+  if (status == 502 || status == 503 || status == 504) {
+    return "the server or a gateway in between is not available; try again later or "
+           "raise --retries";
+  }
+  return "the server could not carry out the request; see its log (`vrex log URL`) or ask "
+         "its administrator";
+}
+
+std::string CodeName(const Outcome& outcome) {
+  return enums::DetailCode_Name(outcome.Status().detailcode());
+}
+
+}  // namespace
+
+std::string DescribeFailure(const Outcome& outcome, std::string_view baseUrl,
+                            std::string_view systemReason) {
+  const std::string url(baseUrl);
+  const int status = outcome.HttpStatus();
+  const std::string httpText = "HTTP " + std::to_string(status) + " (" + CodeName(outcome) + ")";
+  switch (outcome.GetEvent()) {
+    case Outcome::Event::Succeeded:
+      return outcome.RequestType() + " succeeded";
+    case Outcome::Event::TransportFailed: {
+      const std::string reason(systemReason.empty() ? ReasonOf(outcome.ErrorText()) : systemReason);
+      return "cannot reach " + url + ": " + reason + " (" +
+             std::string(TransportHint(reason + " " + outcome.ErrorText())) + ")";
+    }
+    case Outcome::Event::HttpStatusFailed:
+      if (status >= 400 && status <= 499) {
+        return "server rejected the request: " + httpText + " \u2014 " +
+               std::string(RejectionHint(status));
+      }
+      return "server failed the request: " + httpText + " \u2014 " +
+             std::string(ServerFailureHint(status));
+    case Outcome::Event::AnswerUnreadable:
+      return "the answer to " + outcome.RequestType() + " could not be read (" +
+             outcome.ErrorText() + ") \u2014 is " + url +
+             " a results server of this interface version? check with `vrex version " + url +
+             "`";
+    case Outcome::Event::FileFailed:
+      return "cannot write the file: " + outcome.ErrorText() +
+             " \u2014 check the path, its permissions and the free space";
+    case Outcome::Event::Cancelled:
+      return outcome.RequestType() + " was cancelled before it finished";
+  }
+  return outcome.Message();
+}
+
+}  // namespace vrex::cli

@@ -1,0 +1,118 @@
+#include "LogCommand.h"
+
+#include <memory>
+
+#include "ConnectionOptions.h"
+#include "LogEntryQuery.pb.h"
+#include "LogLevel.pb.h"
+#include "LogTable.h"
+#include "SelectionOptions.h"
+#include "vrex/MessageJson.h"
+#include "vrex/data/Time.h"
+
+namespace vrex::cli {
+
+namespace {
+
+namespace dc = ::Korvan::KQ::DataContracts;
+namespace en = ::Korvan::KQ::DataContracts::Enumerator;
+
+struct LogArguments {
+  ServerArguments server;
+  SelectionArguments selection;
+  std::string bench;
+  std::string source;
+  std::string level;
+  bool json = false;
+};
+
+std::string LevelNames() {
+  std::string names;
+  for (int level = en::LogLevel_MIN; level <= en::LogLevel_MAX; ++level) {
+    if (en::LogLevel_IsValid(level)) {
+      names += (names.empty() ? "" : ", ") + en::LogLevel_Name(static_cast<en::LogLevel>(level));
+    }
+  }
+  return names;
+}
+
+data::Result<dc::LogEntryQuery> BuildLogQuery(const LogArguments& arguments,
+                                              const LineTimeZone& zone) {
+  dc::LogEntryQuery query;
+  const SelectionArguments& selection = arguments.selection;
+  if (!selection.factory.empty()) query.set_factory(selection.factory);
+  if (!selection.line.empty()) query.set_line(selection.line);
+  if (!arguments.bench.empty()) query.set_testbench(arguments.bench);
+  if (!arguments.source.empty()) query.set_sourcecontext(arguments.source);
+  if (!arguments.level.empty()) {
+    en::LogLevel level{};
+    if (!en::LogLevel_Parse(arguments.level, &level)) {
+      return data::Result<dc::LogEntryQuery>::Failure("--level \"" + arguments.level +
+                                                      "\" is no log level; the levels are " +
+                                                      LevelNames());
+    }
+    query.set_level(level);
+  }
+  const auto window = ReadTimeWindow(selection, zone, std::chrono::system_clock::now());
+  if (!window.ok()) {
+    return data::Result<dc::LogEntryQuery>::Failure(window.error());
+  }
+  if (window.value().from) *query.mutable_fromtime() = data::FromSystemTime(*window.value().from);
+  if (window.value().until) {
+    *query.mutable_untiltime() = data::FromSystemTime(*window.value().until);
+  }
+  return data::Result<dc::LogEntryQuery>::Success(std::move(query));
+}
+
+ExitCode Run(const LogArguments& arguments, Console& console) {
+  const Client client(MakeClientOptions(arguments.server, console));
+  const SelectionArguments& selection = arguments.selection;
+  const bool namesLine = !selection.factory.empty() && !selection.line.empty();
+  const LineTimeZone zone = namesLine
+                                ? LookUpLineZone(client, selection.factory, selection.line, console)
+                                : LineTimeZone::Utc();
+  const auto query = BuildLogQuery(arguments, zone);
+  if (!query.ok()) {
+    console.err << "vrex: " << query.error() << '\n';
+    return ExitCode::Usage;
+  }
+  const auto log = client.Send(query.value());
+  const ExitCode code = ReportOutcome(log.GetOutcome(), arguments.server, console);
+  if (code != ExitCode::Ok) {
+    return code;
+  }
+  if (arguments.json) {
+    const auto json = MessageToJson(log.Value());
+    console.out << (json.ok() ? json.value() : "{}\n");
+  } else {
+    console.out << RenderLog(log.Value(), zone);
+  }
+  return ExitCode::Ok;
+}
+
+}  // namespace
+
+void AddLogCommand(const CommandSetup& setup) {
+  auto arguments = std::make_shared<LogArguments>();
+  CLI::App& command = AddCommand(
+      setup.app, "log",
+      "Shows the server's log entries of a context (factory, line, bench), optionally of one "
+      "source, level and time window. Times are shown in the line's time zone when the "
+      "topology states it, else in UTC.",
+      "  vrex log http://results:8080 --factory Plant-North --line Line-A --since 2h\n"
+      "  vrex log http://results:8080 --level Error --since 1d\n"
+      "  vrex log http://results:8080 --factory Plant-North --line Line-A --bench Bench-3 "
+      "--json\n");
+  AddServerArguments(command, arguments->server);
+  AddLineArguments(command, arguments->selection, false);
+  command.add_option("--bench", arguments->bench, "Test bench of the line");
+  command.add_option("--source", arguments->source, "Only entries of this source context");
+  command.add_option("--level", arguments->level, "Only entries of this level (" + LevelNames() +
+                                                      ")");
+  command.add_flag("--json", arguments->json, "Machine-readable output: the answer as JSON");
+  command.callback([arguments, &console = setup.console, &action = setup.action] {
+    action = [arguments, &console] { return Run(*arguments, console); };
+  });
+}
+
+}  // namespace vrex::cli

@@ -1,0 +1,100 @@
+#include "SelectionOptions.h"
+
+#include "SimpleTopologyContainer.pb.h"
+#include "SimpleTopologyQuery.pb.h"
+#include "TimeArguments.h"
+#include "TopologyTree.h"
+#include "vrex/data/Time.h"
+
+namespace vrex::cli {
+
+namespace dc = ::Korvan::KQ::DataContracts;
+
+void AddLineArguments(CLI::App& command, SelectionArguments& arguments, bool lineRequired) {
+  command.add_option("--factory", arguments.factory, "Factory of the line (see `vrex topology`)")
+      ->required(lineRequired);
+  command.add_option("--line", arguments.line, "Line")->required(lineRequired);
+  CLI::Option* since = command.add_option(
+      "--since", arguments.since, "Only what happened since then: 2h, 30m, 1d or ISO 8601");
+  CLI::Option* from =
+      command.add_option("--from", arguments.from, "Start of the window (ISO 8601 or 2h ago)");
+  CLI::Option* until =
+      command.add_option("--until", arguments.until, "End of the window (ISO 8601 or 2h ago)");
+  since->excludes(from)->excludes(until);
+}
+
+void AddSelectionArguments(CLI::App& command, SelectionArguments& arguments) {
+  AddLineArguments(command, arguments);
+  command.add_option("--last", arguments.last, "Only the last N tests")
+      ->check(CLI::PositiveNumber);
+  command.add_option("--bench", arguments.benches, "Only tests of this bench (repeatable)");
+  command.add_option("--serial", arguments.serials, "Only tests of this serial (repeatable)");
+}
+
+data::Result<TimeWindow> ReadTimeWindow(const SelectionArguments& arguments,
+                                        const LineTimeZone& zone, SystemTime now) {
+  TimeWindow window;
+  const std::pair<const std::string*, std::optional<SystemTime>*> bounds[] = {
+      {arguments.since.empty() ? &arguments.from : &arguments.since, &window.from},
+      {&arguments.until, &window.until}};
+  for (const auto& [text, bound] : bounds) {
+    if (text->empty()) {
+      continue;
+    }
+    const auto time = ParseTimeArgument(*text, now, zone);
+    if (!time.ok()) {
+      return data::Result<TimeWindow>::Failure(time.error());
+    }
+    *bound = time.value();
+  }
+  if (window.from && window.until && *window.until < *window.from) {
+    return data::Result<TimeWindow>::Failure("--until lies before --from");
+  }
+  return data::Result<TimeWindow>::Success(window);
+}
+
+data::Result<SelectionFilters> BuildSelectionFilters(const SelectionArguments& arguments,
+                                                     const LineTimeZone& zone, SystemTime now) {
+  const auto window = ReadTimeWindow(arguments, zone, now);
+  if (!window.ok()) {
+    return data::Result<SelectionFilters>::Failure(window.error());
+  }
+  SelectionFilters filters;
+  if (window.value().from || window.value().until) {
+    filters.time.emplace();
+    // An open end of the window reaches to now.
+    *filters.time->mutable_from() =
+        data::FromSystemTime(window.value().from.value_or(SystemTime::min()));
+    *filters.time->mutable_until() = data::FromSystemTime(window.value().until.value_or(now));
+  }
+  if (arguments.last > 0 || !filters.time) {
+    filters.lastN.emplace();
+    filters.lastN->set_topn(arguments.last > 0 ? arguments.last : kDefaultLastTests);
+  }
+  if (!arguments.benches.empty()) {
+    filters.bench.emplace();
+    for (const std::string& bench : arguments.benches) filters.bench->add_items(bench);
+  }
+  if (!arguments.serials.empty()) {
+    filters.serial.emplace();
+    for (const std::string& serial : arguments.serials) filters.serial->add_items(serial);
+  }
+  return data::Result<SelectionFilters>::Success(std::move(filters));
+}
+
+LineTimeZone LookUpLineZone(const Client& client, const std::string& factory,
+                            const std::string& line, Console& console) {
+  const auto topology = client.Send(dc::SimpleTopologyQuery());
+  if (!topology.Ok()) {
+    return LineTimeZone::Utc();  // the request that follows reports the failure
+  }
+  const dc::Line* found = FindLine(topology.Value(), factory, line);
+  if (found == nullptr) {
+    console.err << "vrex: note: the topology has no line \"" << line << "\" in factory \""
+                << factory << "\" (see `vrex topology`); times are in UTC\n";
+    return LineTimeZone::Utc();
+  }
+  return LineTimeZone::Of(*found);
+}
+
+}  // namespace vrex::cli

@@ -1,0 +1,22 @@
+#pragma once
+// Test headers as a table, one row per test, times in the line's zone.
+
+#include <string>
+
+#include "GeneralInformation.pb.h"
+#include "GeneralInformationContainer.pb.h"
+#include "LineTimeZone.h"
+
+namespace vrex::cli {
+
+/// Id, time, serial, type, bench, result, test kind and repetition; "no
+/// tests" when the container is empty.
+std::string RenderTestTable(const Korvan::KQ::DataContracts::GeneralInformationContainer& tests,
+                            const LineTimeZone& zone);
+
+/// "1002  2024-03-12T07:01:47+01:00  SN-24-0003142  Bench-1  NOK": one
+/// test in a line, as the heading of its values.
+std::string DescribeTest(const Korvan::KQ::DataContracts::GeneralInformation& test,
+                         const LineTimeZone& zone);
+
+}  // namespace vrex::cli
