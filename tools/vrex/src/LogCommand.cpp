@@ -7,7 +7,7 @@
 #include "LogLevel.pb.h"
 #include "LogTable.h"
 #include "SelectionOptions.h"
-#include "vrex/MessageJson.h"
+#include "SendAndPrint.h"
 #include "vrex/data/Time.h"
 
 namespace vrex::cli {
@@ -76,18 +76,8 @@ ExitCode Run(const LogArguments& arguments, Console& console) {
     console.err << "vrex: " << query.error() << '\n';
     return ExitCode::Usage;
   }
-  const auto log = client.Send(query.value());
-  const ExitCode code = ReportOutcome(log.GetOutcome(), arguments.server, console);
-  if (code != ExitCode::Ok) {
-    return code;
-  }
-  if (arguments.json) {
-    const auto json = MessageToJson(log.Value());
-    console.out << (json.ok() ? json.value() : "{}\n");
-  } else {
-    console.out << RenderLog(log.Value(), zone);
-  }
-  return ExitCode::Ok;
+  return SendAndPrint(client, query.value(), arguments.server, arguments.json, console,
+                      [&zone](const auto& log) { return RenderLog(log, zone); });
 }
 
 }  // namespace

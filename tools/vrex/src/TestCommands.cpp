@@ -10,8 +10,8 @@
 #include "MeasurementQuery.pb.h"
 #include "MeasurementTable.h"
 #include "SelectionOptions.h"
+#include "SendAndPrint.h"
 #include "TestTable.h"
-#include "vrex/MessageJson.h"
 
 namespace vrex::cli {
 
@@ -30,24 +30,6 @@ struct TestArguments {
 ExitCode UsageError(const std::string& text, Console& console) {
   console.err << "vrex: " << text << '\n';
   return ExitCode::Usage;
-}
-
-// Sends the query and prints its answer with `render`, or as JSON.
-template <class Query, class Render>
-ExitCode SendAndPrint(const Client& client, const Query& query, const TestArguments& arguments,
-                      Console& console, Render render) {
-  const auto answer = client.Send(query);
-  const ExitCode code = ReportOutcome(answer.GetOutcome(), arguments.server, console);
-  if (code != ExitCode::Ok) {
-    return code;
-  }
-  if (arguments.json) {
-    const auto json = MessageToJson(answer.Value());
-    console.out << (json.ok() ? json.value() : "{}\n");
-  } else {
-    console.out << render(answer.Value());
-  }
-  return ExitCode::Ok;
 }
 
 template <class ByIdQuery>
@@ -70,7 +52,7 @@ ExitCode RunTests(const TestArguments& arguments, Console& console) {
   };
   if (!arguments.ids.empty()) {
     return SendAndPrint(client, MakeByIdQuery<dc::GeneralInformationByIdQuery>(arguments),
-                        arguments, console, render);
+                        arguments.server, arguments.json, console, render);
   }
   const auto filters =
       BuildSelectionFilters(arguments.selection, zone, std::chrono::system_clock::now());
@@ -79,7 +61,7 @@ ExitCode RunTests(const TestArguments& arguments, Console& console) {
   }
   dc::GeneralInformationQuery query;
   ApplySelection(arguments.selection, filters.value(), query);
-  return SendAndPrint(client, query, arguments, console, render);
+  return SendAndPrint(client, query, arguments.server, arguments.json, console, render);
 }
 
 data::Result<dc::ClavisFilter> BuildClavisFilter(const std::vector<std::string>& claves) {
@@ -109,7 +91,7 @@ ExitCode RunMeasurements(const TestArguments& arguments, Console& console) {
   if (!arguments.ids.empty()) {
     auto query = MakeByIdQuery<dc::MeasurementByIdQuery>(arguments);
     if (restricted) *query.mutable_clavis() = clavisFilter.value();
-    return SendAndPrint(client, query, arguments, console, render);
+    return SendAndPrint(client, query, arguments.server, arguments.json, console, render);
   }
   const auto filters =
       BuildSelectionFilters(arguments.selection, zone, std::chrono::system_clock::now());
@@ -119,7 +101,7 @@ ExitCode RunMeasurements(const TestArguments& arguments, Console& console) {
   dc::MeasurementQuery query;
   ApplySelection(arguments.selection, filters.value(), query);
   if (restricted) *query.mutable_clavis() = clavisFilter.value();
-  return SendAndPrint(client, query, arguments, console, render);
+  return SendAndPrint(client, query, arguments.server, arguments.json, console, render);
 }
 
 using Runner = ExitCode (*)(const TestArguments&, Console&);
