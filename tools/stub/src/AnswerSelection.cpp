@@ -36,13 +36,16 @@ std::optional<std::string_view> RequestTypeOf(std::string_view path) {
 }  // namespace
 
 CannedAnswer SelectAnswer(std::string_view method, std::string_view path,
-                          const AnswerTable& answers) {
+                          const JournalEntry& request, const AnswerTable& answers) {
   const auto requestType = RequestTypeOf(path);
   if (!requestType || FindRequest(*requestType) == nullptr) {
     return TextAnswer(404, "no such request: " + std::string(path));
   }
   if (method != "POST") {
     return TextAnswer(405, "requests are sent with POST");
+  }
+  if (const Responder responder = answers.FindResponder(*requestType)) {
+    return responder(request);
   }
   if (auto canned = answers.Find(*requestType)) {
     return std::move(*canned);

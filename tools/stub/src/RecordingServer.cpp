@@ -40,6 +40,12 @@ std::string_view RecordingServer::CurrentRequestBytes() {
   return t_currentStream == nullptr ? std::string_view{} : t_currentStream->Recorded();
 }
 
+void RecordingServer::ShutDownCurrentConnection() {
+  if (t_currentStream != nullptr) {
+    ::shutdown(t_currentStream->socket(), SHUT_RDWR);
+  }
+}
+
 bool RecordingServer::WaitForNextRequest(const RecordingSocketStream& stream) const {
   const auto deadline =
       std::chrono::steady_clock::now() + std::chrono::seconds(keep_alive_timeout_sec_);

@@ -21,6 +21,10 @@ class RecordingServer : public httplib::Server {
   /// handler. Handlers run on the thread that reads the request, so this
   /// needs no lock.
   static std::string_view CurrentRequestBytes();
+  /// Shuts the connection of the request that the calling thread is handling
+  /// down in both directions, so that nothing more is read or sent on it; the
+  /// connection loop then closes it. Does nothing outside a handler.
+  static void ShutDownCurrentConnection();
 
  private:
   bool process_and_close_socket(socket_t sock) override;

@@ -80,6 +80,9 @@ class StubServer::Impl {
 
   std::mutex observerMutex_;
   RequestObserver observer_;
+
+  const ConnectionControl control_{[this](std::chrono::milliseconds delay) { Delay(delay); },
+                                   [] { RecordingServer::ShutDownCurrentConnection(); }};
 };
 
 std::unique_ptr<RecordingServer> StubServer::Impl::MakeServer() {
@@ -199,11 +202,10 @@ void StubServer::Impl::Notify(const JournalEntry& entry, const CannedAnswer& ans
 
 void StubServer::Impl::Handle(const httplib::Request& request, httplib::Response& response) {
   JournalEntry entry = EntryOf(request);
-  const CannedAnswer answer = SelectAnswer(request.method, request.path, answers);
+  const CannedAnswer answer = SelectAnswer(request.method, request.path, entry, answers);
   Notify(entry, answer);
   journal.Add(std::move(entry));
-  Delay(answer.delay);
-  WriteAnswer(answer, response);
+  WriteAnswer(answer, response, control_);
 }
 
 StubServer::StubServer(StubServerOptions options)
@@ -230,6 +232,14 @@ void StubServer::SetAnswerMessage(std::string_view requestType,
 
 void StubServer::ClearAnswer(std::string_view requestType) { impl_->answers.Remove(requestType); }
 void StubServer::ClearAnswers() { impl_->answers.Clear(); }
+
+void StubServer::SetResponder(std::string_view requestType, Responder responder) {
+  impl_->answers.SetResponder(requestType, std::move(responder));
+}
+
+void StubServer::ClearResponder(std::string_view requestType) {
+  impl_->answers.RemoveResponder(requestType);
+}
 
 std::optional<CannedAnswer> StubServer::Answer(std::string_view requestType) const {
   return impl_->answers.Find(requestType);

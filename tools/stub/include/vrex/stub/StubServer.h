@@ -10,6 +10,7 @@
 //   auto requests = server.Journal();
 //
 // Which answer a request gets:
+//   - a request type with a responder: what it computes from the request;
 //   - a request type with a canned answer: that answer;
 //   - a request type the catalog knows, without one: 200 with an empty body
 //     (an empty message of any type);
@@ -29,6 +30,7 @@
 #include "vrex/stub/AnswerLoader.h"
 #include "vrex/stub/CannedAnswer.h"
 #include "vrex/stub/JournalEntry.h"
+#include "vrex/stub/Responder.h"
 
 namespace google::protobuf {
 class Message;
@@ -73,6 +75,12 @@ class StubServer {
                         int status = 200);
   void ClearAnswer(std::string_view requestType);
   void ClearAnswers();
+  /// Answers each request of `requestType` with what `responder` computes
+  /// from it; a responder goes before a canned answer of the same type.
+  /// Throws std::invalid_argument when the catalog knows no `requestType`.
+  void SetResponder(std::string_view requestType, Responder responder);
+  /// Removes the responder of `requestType`; its canned answer, if any, applies again.
+  void ClearResponder(std::string_view requestType);
   /// The canned answer of `requestType`, if one is set.
   std::optional<CannedAnswer> Answer(std::string_view requestType) const;
   /// Adds the answers of a data directory (see AnswerLoader.h), replacing

@@ -1,0 +1,181 @@
+// Eight threads calling at once, each asking for data of its own (the stub
+// echoes the query into the answer): every answer must be the caller's own.
+// Run under ThreadSanitizer as well (label "concurrency"); there
+// VREX_CONCURRENCY_CALLS scales the calls per thread down.
+#include <gtest/gtest.h>
+#include <google/protobuf/util/message_differencer.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "EchoAnswers.h"
+#include "VrexClient.h"
+#include "vrex/Client.h"
+#include "vrex/stub/StubServer.h"
+
+namespace vrex::reliability {
+namespace {
+
+namespace enums = contracts::Enumerator;
+
+constexpr int kThreads = 8;
+constexpr int kDefaultCallsPerThread = 2000;
+
+int CallsPerThread() {
+  const char* configured = std::getenv("VREX_CONCURRENCY_CALLS");
+  const int calls = configured != nullptr ? std::atoi(configured) : 0;
+  return calls > 0 ? calls : kDefaultCallsPerThread;
+}
+
+enum class Api { EstablishedSendToServer, SessionClient, BothAtOnce };
+
+const char* NameOf(Api api) {
+  switch (api) {
+    case Api::EstablishedSendToServer:
+      return "EstablishedSendToServer";
+    case Api::SessionClient:
+      return "SessionClient";
+    case Api::BothAtOnce:
+      return "BothAtOnce";
+  }
+  return "unknown";
+}
+
+void PrintTo(Api api, std::ostream* out) { *out << NameOf(api); }
+
+// Call `call` of thread `thread`: its own factory, line and identifiers.
+contracts::GeneralInformationByIdQuery QueryOf(int thread, int call) {
+  contracts::GeneralInformationByIdQuery query;
+  query.set_factory("Plant-" + std::to_string(thread));
+  query.set_line("Line-" + std::to_string(call));
+  query.add_identifier(thread);
+  query.add_identifier(call);
+  query.add_identifier(thread * 100000 + call);
+  return query;
+}
+
+// The protobuf runtime builds its descriptors on first use, behind
+// synchronisation that ThreadSanitizer cannot see in the uninstrumented
+// library. Building all the tests need before any thread starts keeps its
+// reports to the code under test.
+void BuildDescriptors() {
+  const contracts::GeneralInformationByIdQuery query = QueryOf(0, 0);
+  const contracts::GeneralInformationContainer answer = EchoOf(query);
+  static_cast<void>(query.ShortDebugString());
+  static_cast<void>(google::protobuf::util::MessageDifferencer::Equals(answer, answer));
+  static_cast<void>(contracts::MessageContainer().ShortDebugString());
+  static_cast<void>(Outcome("", Outcome::Event::HttpStatusFailed, 500, "").Message());
+}
+
+struct Tally {
+  std::atomic<int> answered{0};
+  std::atomic<int> failed{0};
+  std::atomic<int> mixedUp{0};
+  std::mutex mutex;
+  std::string firstProblem;
+
+  void Note(std::atomic<int>& counter, const std::string& problem) {
+    ++counter;
+    const std::lock_guard lock(mutex);
+    if (firstProblem.empty()) {
+      firstProblem = problem;
+    }
+  }
+};
+
+class Concurrency : public ::testing::TestWithParam<Api> {
+ protected:
+  void SetUp() override {
+    stub::StubServerOptions options;
+    options.threads = 2 * kThreads;  // kept-alive connections each hold one
+    server = std::make_unique<stub::StubServer>(options);
+    server->SetResponder("GeneralInformationByIdQuery", EchoResponder());
+    server->Start();
+    ClientOptions clientOptions;
+    clientOptions.baseUrl = server->BaseUrl();
+    clientOptions.retry.maxAttempts = 1;  // every call is one request
+    client = std::make_unique<Client>(clientOptions);
+    BuildDescriptors();
+  }
+  void TearDown() override { server->Stop(); }
+
+  // One call by the API this thread uses; on failure, what went wrong.
+  std::optional<std::string> Call(bool established,
+                                  const contracts::GeneralInformationByIdQuery& query,
+                                  contracts::GeneralInformationContainer& answer) const {
+    if (established) {
+      contracts::MessageContainer status;
+      answer = VrexClient::SendToServer(server->BaseUrl(), query, status, "");
+      if (status.codecategory() != enums::CodeCategory_None) {
+        return status.ShortDebugString();
+      }
+      return std::nullopt;
+    }
+    auto result = client->Send(query);
+    if (!result) {
+      return result.GetOutcome().Message();
+    }
+    answer = std::move(result.Value());
+    return std::nullopt;
+  }
+
+  void RunThread(int thread, int calls, Tally& tally) const {
+    const bool established = GetParam() == Api::EstablishedSendToServer ||
+                             (GetParam() == Api::BothAtOnce && thread % 2 == 0);
+    for (int call = 0; call < calls; ++call) {
+      const contracts::GeneralInformationByIdQuery query = QueryOf(thread, call);
+      contracts::GeneralInformationContainer answer;
+      if (const auto failure = Call(established, query, answer)) {
+        tally.Note(tally.failed, *failure);
+      } else if (!google::protobuf::util::MessageDifferencer::Equals(answer, EchoOf(query))) {
+        tally.Note(tally.mixedUp, query.ShortDebugString() + " got " + answer.ShortDebugString());
+      } else {
+        ++tally.answered;
+      }
+    }
+  }
+
+  std::unique_ptr<stub::StubServer> server;
+  std::unique_ptr<Client> client;
+};
+
+TEST_P(Concurrency, EveryThreadGetsItsOwnAnswers) {
+  const int calls = CallsPerThread();
+  Tally tally;
+  const auto start = std::chrono::steady_clock::now();
+  std::vector<std::thread> threads;
+  for (int thread = 0; thread < kThreads; ++thread) {
+    threads.emplace_back([this, thread, calls, &tally] { RunThread(thread, calls, tally); });
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
+
+  const int total = kThreads * calls;
+  std::printf("[ figures  ] %s: %d threads x %d calls, %d answers checked, %d failed, "
+              "%d mixed up, %.1f s, %.0f calls/s\n",
+              NameOf(GetParam()), kThreads, calls, tally.answered.load(), tally.failed.load(),
+              tally.mixedUp.load(), elapsed.count(), total / elapsed.count());
+  EXPECT_EQ(tally.failed.load(), 0) << tally.firstProblem;
+  EXPECT_EQ(tally.mixedUp.load(), 0) << tally.firstProblem;
+  EXPECT_EQ(tally.answered.load(), total);
+  EXPECT_EQ(server->Journal().size(), static_cast<std::size_t>(total));
+}
+
+INSTANTIATE_TEST_SUITE_P(EightThreads, Concurrency,
+                         ::testing::Values(Api::EstablishedSendToServer, Api::SessionClient,
+                                           Api::BothAtOnce),
+                         [](const ::testing::TestParamInfo<Api>& info) {
+                           return NameOf(info.param);
+                         });
+
+}  // namespace
+}  // namespace vrex::reliability

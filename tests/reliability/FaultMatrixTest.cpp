@@ -1,0 +1,221 @@
+// The fault matrix: every fault of FaultCatalog against the established Post
+// and SendToServer and against vrex::Client, each call bounded so that a hang
+// fails instead of stalling the run.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <future>
+#include <memory>
+#include <string>
+
+#include "ApiVersionQuery.pb.h"
+#include "BoundedCall.h"
+#include "Endpoints.h"
+#include "FaultCatalog.h"
+#include "VrexClient.h"
+#include "vrex/Client.h"
+#include "vrex/stub/StubServer.h"
+
+namespace vrex::reliability {
+namespace {
+
+using ::testing::HasSubstr;
+
+constexpr std::string_view kTransferFailureLine = "curl_easy_perform() failed: ";
+
+bool Contains(const std::string& text, std::string_view part) {
+  return text.find(part) != std::string::npos;
+}
+
+contracts::ApiVersionQuery Query() {
+  contracts::ApiVersionQuery query;
+  query.set_factory("Plant-North");
+  return query;
+}
+
+// What the caller holds before the call; a response still equal to it was
+// left untouched.
+contracts::VersionDTO CallersVersion() {
+  contracts::VersionDTO version;
+  version.set_major(99);
+  version.set_developmentname("held by the caller");
+  return version;
+}
+
+contracts::MessageContainer CallersEarlierStatus() {
+  contracts::MessageContainer status;
+  status.set_codecategory(enums::CodeCategory_Permission);
+  status.set_detailcode(enums::Permission_Denied);
+  status.set_level(enums::Critical);
+  return status;
+}
+
+void ExpectStatus(const contracts::MessageContainer& status, const PostExpectation& expected) {
+  EXPECT_EQ(status.codecategory(), expected.category);
+  EXPECT_EQ(status.detailcode(), expected.detail);
+  EXPECT_EQ(status.level(), expected.level);
+}
+
+void ExpectFate(const contracts::VersionDTO& response, ResponseFate fate) {
+  switch (fate) {
+    case ResponseFate::Untouched:
+      EXPECT_EQ(response.SerializeAsString(), CallersVersion().SerializeAsString());
+      break;
+    case ResponseFate::Parsed:
+      EXPECT_EQ(response.SerializeAsString(), ServerVersion().SerializeAsString());
+      break;
+    case ResponseFate::Unknown:
+      break;
+  }
+}
+
+std::string PrintFaultName(const ::testing::TestParamInfo<Fault>& info) {
+  return info.param.name;
+}
+
+// A stub armed with the fault, started for each test and stopped after it.
+class FaultTest : public ::testing::TestWithParam<Fault> {
+ protected:
+  void SetUp() override {
+    if (GetParam().target == Target::Stub) {
+      server.SetAnswer("ApiVersionQuery", GetParam().answer);
+    }
+    server.Start();
+    baseUrl = BaseUrlOf(GetParam().target, server);
+  }
+  void TearDown() override { server.Stop(); }
+
+  /// Ends every silence of the stub, so a waiting call returns.
+  std::function<void()> ReleaseServer() {
+    return [this] { server.Stop(); };
+  }
+
+  /// Each call sent exactly one request: nothing was repeated and no
+  /// redirect was followed.
+  void ExpectRequestsReceived(std::size_t calls) const {
+    if (GetParam().target == Target::Stub) {
+      EXPECT_EQ(server.Journal().size(), calls);
+    }
+  }
+
+  stub::StubServer server;
+  std::string baseUrl;
+};
+
+// --- The established API ---------------------------------------------------
+
+using EstablishedPostFault = FaultTest;
+
+TEST_P(EstablishedPostFault, PostGivesTheDocumentedOutcome) {
+  const PostExpectation& expected = GetParam().post;
+  contracts::VersionDTO response = CallersVersion();
+
+  ::testing::internal::CaptureStderr();
+  const contracts::MessageContainer status = RunBounded(
+      [&] { return VrexClient::Post(baseUrl + "/api/ApiVersionQuery", Query(), response, ""); },
+      ReleaseServer());
+  const std::string errorOutput = ::testing::internal::GetCapturedStderr();
+
+  ExpectStatus(status, expected);
+  ExpectFate(response, expected.response);
+  EXPECT_EQ(Contains(errorOutput, kTransferFailureLine), expected.transferFailureLine)
+      << errorOutput;
+  ExpectRequestsReceived(1);
+}
+
+TEST_P(EstablishedPostFault, SendToServerReplacesTheStatusAndReturnsNoPartOfAFailedAnswer) {
+  const PostExpectation& expected = GetParam().post;
+  contracts::MessageContainer status = CallersEarlierStatus();
+
+  ::testing::internal::CaptureStderr();
+  const contracts::VersionDTO version = RunBounded(
+      [&] { return VrexClient::SendToServer(baseUrl, Query(), status, ""); }, ReleaseServer());
+  ::testing::internal::GetCapturedStderr();
+
+  ExpectStatus(status, expected);
+  if (expected.response == ResponseFate::Untouched) {
+    EXPECT_EQ(version.ByteSizeLong(), 0u) << "a failed call returns the empty result";
+  } else if (expected.response == ResponseFate::Parsed) {
+    EXPECT_EQ(version.SerializeAsString(), ServerVersion().SerializeAsString());
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(FaultMatrix, EstablishedPostFault,
+                         ::testing::ValuesIn(FaultsWherePostWaits(false)), PrintFaultName);
+
+// Post has no time-out. It waits while the server is silent, and fails once
+// the server closes the connection.
+using EstablishedPostSilence = FaultTest;
+
+TEST_P(EstablishedPostSilence, PostWaitsUntilTheServerEndsTheSilence) {
+  auto arrived = std::make_shared<std::promise<void>>();
+  server.SetRequestObserver(
+      [arrived](const stub::JournalEntry&, const stub::CannedAnswer&) { arrived->set_value(); });
+  contracts::VersionDTO response = CallersVersion();
+
+  ::testing::internal::CaptureStderr();
+  auto call = std::async(std::launch::async, [&] {
+    return VrexClient::Post(baseUrl + "/api/ApiVersionQuery", Query(), response, "");
+  });
+  const bool requestArrived =
+      arrived->get_future().wait_for(kHangBound) == std::future_status::ready;
+  // Only a Post that gave up on a silent server could be ready this early.
+  const bool returnedDuringSilence =
+      call.wait_for(std::chrono::milliseconds(200)) == std::future_status::ready;
+  server.Stop();  // the stub closes the connection
+  const bool returned = call.wait_for(kHangBound) == std::future_status::ready;
+  const contracts::MessageContainer status = call.get();
+  const std::string errorOutput = ::testing::internal::GetCapturedStderr();
+
+  ASSERT_TRUE(requestArrived);
+  EXPECT_FALSE(returnedDuringSilence);
+  ASSERT_TRUE(returned);
+  ExpectStatus(status, GetParam().post);
+  ExpectFate(response, GetParam().post.response);
+  EXPECT_THAT(errorOutput, HasSubstr(kTransferFailureLine));
+}
+
+INSTANTIATE_TEST_SUITE_P(FaultMatrix, EstablishedPostSilence,
+                         ::testing::ValuesIn(FaultsWherePostWaits(true)), PrintFaultName);
+
+// --- The session client ----------------------------------------------------
+
+using SessionClientFault = FaultTest;
+
+ClientOptions MatrixOptions(const std::string& baseUrl) {
+  ClientOptions options;
+  options.baseUrl = baseUrl;
+  // Long beside a working exchange, even under sanitizers; short enough that
+  // the silent rows cost little.
+  options.connectTimeout = std::chrono::seconds(2);
+  options.totalTimeout = std::chrono::seconds(2);
+  options.retry.maxAttempts = 1;  // one attempt, one request per call
+  return options;
+}
+
+TEST_P(SessionClientFault, SendGivesTheDocumentedOutcomeWithinItsTimeOut) {
+  const Fault& fault = GetParam();
+  const Client client(MatrixOptions(baseUrl));
+  contracts::VersionDTO answer = CallersVersion();
+
+  const Outcome outcome =
+      RunBounded([&] { return client.Send(Query(), answer); }, ReleaseServer());
+
+  EXPECT_EQ(outcome.GetEvent(), fault.client.event) << outcome.Message();
+  EXPECT_EQ(outcome.HttpStatus(), fault.client.httpStatus);
+  // The same status the established API reports for the same event.
+  ExpectStatus(outcome.Status(), fault.post);
+  if (fault.client.event == Outcome::Event::TransportFailed) {
+    EXPECT_EQ(Contains(outcome.ErrorText(), "timed out"), fault.client.timedOut)
+        << outcome.ErrorText();
+  }
+  ExpectFate(answer, fault.client.response);
+  ExpectRequestsReceived(1);
+}
+
+INSTANTIATE_TEST_SUITE_P(FaultMatrix, SessionClientFault, ::testing::ValuesIn(Faults()),
+                         PrintFaultName);
+
+}  // namespace
+}  // namespace vrex::reliability

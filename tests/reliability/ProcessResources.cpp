@@ -1,0 +1,32 @@
+#include "ProcessResources.h"
+
+#include <malloc.h>
+
+#include <cstddef>
+#include <filesystem>
+#include <iterator>
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define VREX_SANITIZER_ALLOCATOR 1
+// Part of every sanitizer runtime; GCC ships no header that declares it.
+extern "C" std::size_t __sanitizer_get_current_allocated_bytes();
+#endif
+
+namespace vrex::reliability {
+
+std::size_t OpenDescriptorCount() {
+  // The directory iterator's own descriptor is counted too, the same each time.
+  const std::filesystem::directory_iterator entries("/proc/self/fd");
+  return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
+}
+
+std::size_t HeapBytesInUse() {
+#ifdef VREX_SANITIZER_ALLOCATOR
+  return __sanitizer_get_current_allocated_bytes();
+#else
+  const struct mallinfo2 info = mallinfo2();
+  return info.uordblks + info.hblkhd;  // small chunks in use and mapped large ones
+#endif
+}
+
+}  // namespace vrex::reliability

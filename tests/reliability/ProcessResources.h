@@ -1,0 +1,15 @@
+#pragma once
+// What the process holds right now, for tests of what calls keep behind.
+
+#include <cstddef>
+
+namespace vrex::reliability {
+
+/// Open file descriptors of this process (entries of /proc/self/fd).
+std::size_t OpenDescriptorCount();
+
+/// Heap bytes allocated and not yet freed, by the sanitizer's allocator in a
+/// sanitizer build and by the C library's otherwise.
+std::size_t HeapBytesInUse();
+
+}  // namespace vrex::reliability

@@ -1,0 +1,172 @@
+// The gateway token, compiled in or given in ClientOptions, never shows in
+// anything the library prints or hands back, whatever the server does, even
+// a server that quotes the token back.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "ApiVersionQuery.pb.h"
+#include "Endpoints.h"
+#include "FaultCatalog.h"
+#include "VrexClient.h"
+#include "vrex/Client.h"
+#include "vrex/stub/StubServer.h"
+
+namespace vrex::reliability {
+namespace {
+
+constexpr std::string_view kTokenHeader = "GatewayApiAuthentication";
+// Any run of this many characters of the token counts as showing it.
+constexpr std::size_t kTokenWindow = 20;
+
+// The answer of a proxy that lists the request's headers, token included.
+stub::CannedAnswer QuotingHeaders(int status, const stub::JournalEntry& request) {
+  stub::CannedAnswer answer;
+  answer.status = status;
+  answer.contentType = "text/html";
+  answer.body = "<html><body><h1>Request rejected</h1><pre>\n";
+  for (const stub::HeaderField& header : request.headers) {
+    answer.body += header.name + ": " + header.value + "\n";
+  }
+  answer.body += "</pre></body></html>\n";
+  return answer;
+}
+
+// Ways a call can end, each a chance to leak the token.
+struct Exposure {
+  const char* name;
+  Target target;
+  int quotingStatus;  ///< 0: the version, sent as `delivery` says; else a page quoting the headers
+  stub::Delivery delivery;
+};
+
+const Exposure kExposures[] = {
+    {"Succeeded", Target::Stub, 0, stub::Delivery::Whole},
+    {"RejectedWithTheTokenQuoted", Target::Stub, 401, stub::Delivery::Whole},
+    {"UnreadableBodyQuotingTheToken", Target::Stub, 200, stub::Delivery::Whole},
+    {"ServerFailureQuotingTheToken", Target::Stub, 502, stub::Delivery::Whole},
+    {"BrokenOffMidBody", Target::Stub, 0, stub::Delivery::CloseMidBody},
+    {"RefusedConnection", Target::RefusedPort, 0, stub::Delivery::Whole},
+    {"UnknownHost", Target::UnknownHost, 0, stub::Delivery::Whole},
+};
+
+void Arm(stub::StubServer& server, const Exposure& exposure) {
+  if (exposure.quotingStatus != 0) {
+    server.SetResponder("ApiVersionQuery", [status = exposure.quotingStatus](
+                                               const stub::JournalEntry& request) {
+      return QuotingHeaders(status, request);
+    });
+    return;
+  }
+  server.ClearResponder("ApiVersionQuery");
+  stub::CannedAnswer answer;
+  answer.body = ServerVersion().SerializeAsString();
+  answer.delivery = exposure.delivery;
+  server.SetAnswer("ApiVersionQuery", answer);
+}
+
+::testing::AssertionResult ShowsNoPartOf(const std::string& token, const std::string& text) {
+  for (std::size_t at = 0; at + kTokenWindow <= token.size(); ++at) {
+    if (text.find(token.substr(at, kTokenWindow)) != std::string::npos) {
+      return ::testing::AssertionFailure() << "shows the token: " << text;
+    }
+  }
+  return ::testing::AssertionSuccess();
+}
+
+// The token as the server received it.
+std::string TokenReceivedBy(const stub::StubServer& server) {
+  const std::vector<stub::JournalEntry> journal = server.Journal();
+  if (journal.empty() || journal.front().FindHeader(kTokenHeader) == nullptr) {
+    return {};
+  }
+  return *journal.front().FindHeader(kTokenHeader);
+}
+
+class TokenHygiene : public ::testing::Test {
+ protected:
+  void SetUp() override { server.Start(); }
+  void TearDown() override { server.Stop(); }
+
+  std::string BaseUrl(const Exposure& exposure) const {
+    return BaseUrlOf(exposure.target, server);
+  }
+
+  stub::StubServer server;
+};
+
+TEST_F(TokenHygiene, EstablishedCallsNeverPrintTheBuildsToken) {
+  contracts::MessageContainer probe;
+  VrexClient::CheckVersion(server.BaseUrl(), probe, "");
+  const std::string token = TokenReceivedBy(server);
+  ASSERT_EQ(token.size(), 300u) << "the build's token reached the server";
+
+  for (const Exposure& exposure : kExposures) {
+    SCOPED_TRACE(exposure.name);
+    Arm(server, exposure);
+    contracts::MessageContainer status;
+    contracts::VersionDTO response;
+
+    ::testing::internal::CaptureStderr();
+    VrexClient::Post(BaseUrl(exposure) + "/api/ApiVersionQuery", contracts::ApiVersionQuery(),
+                     response, "");
+    VrexClient::SendToServer(BaseUrl(exposure), contracts::ApiVersionQuery(), status, "");
+    VrexClient::CheckVersion(BaseUrl(exposure), status, "");
+    const std::string errorOutput = ::testing::internal::GetCapturedStderr();
+
+    EXPECT_TRUE(ShowsNoPartOf(token, errorOutput));
+  }
+}
+
+// The session client with the build's token and with a token of its options.
+class SessionTokenHygiene : public TokenHygiene, public ::testing::WithParamInterface<bool> {};
+
+ClientOptions SessionOptions(const std::string& baseUrl, bool ownToken) {
+  ClientOptions options;
+  options.baseUrl = baseUrl;
+  options.retry.maxAttempts = 1;
+  options.totalTimeout = std::chrono::seconds(20);
+  if (ownToken) {
+    options.token = "session-token-4f1c9a7e2b8d6035-e91a7c44d2b05f86-a3d7e1c9b5f20864";
+  }
+  return options;
+}
+
+TEST_P(SessionTokenHygiene, SessionClientNeverPrintsNorReportsTheToken) {
+  const bool ownToken = GetParam();
+  Client(SessionOptions(server.BaseUrl(), ownToken)).Send(contracts::ApiVersionQuery());
+  const std::string token = TokenReceivedBy(server);
+  if (ownToken) {
+    ASSERT_EQ(token, *SessionOptions("", true).token) << "the options' token reached the server";
+  } else {
+    ASSERT_EQ(token.size(), 300u) << "the build's token reached the server";
+  }
+
+  for (const Exposure& exposure : kExposures) {
+    SCOPED_TRACE(exposure.name);
+    Arm(server, exposure);
+    std::string trace;
+    ClientOptions options = SessionOptions(BaseUrl(exposure), ownToken);
+    options.onWireTrace = [&trace](WireTraceKind, std::string_view text) { trace += text; };
+    const Client client(options);
+
+    ::testing::internal::CaptureStderr();
+    const auto result = client.Send(contracts::ApiVersionQuery());
+    const std::string errorOutput = ::testing::internal::GetCapturedStderr();
+
+    EXPECT_EQ(errorOutput, "") << "the session client prints nothing";
+    EXPECT_TRUE(ShowsNoPartOf(token, result.GetOutcome().Message()));
+    EXPECT_TRUE(ShowsNoPartOf(token, result.GetOutcome().ErrorText()));
+    EXPECT_TRUE(ShowsNoPartOf(token, trace));
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Tokens, SessionTokenHygiene, ::testing::Bool(),
+                         [](const ::testing::TestParamInfo<bool>& info) {
+                           return info.param ? "TokenOfTheOptions" : "TokenOfTheBuild";
+                         });
+
+}  // namespace
+}  // namespace vrex::reliability
