@@ -11,6 +11,15 @@ elseif(VREX_SANITIZE STREQUAL "thread")
 elseif(NOT VREX_SANITIZE STREQUAL "")
   message(FATAL_ERROR "VREX_SANITIZE must be empty, 'address' or 'thread', not '${VREX_SANITIZE}'")
 endif()
+# A fuzzing build also gives everything built here libFuzzer's coverage
+# instrumentation, so that the fuzzers see which paths the library takes.
+if(VREX_BUILD_FUZZERS)
+  if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    message(FATAL_ERROR "VREX_BUILD_FUZZERS needs Clang (e.g. CXX=clang++-14), "
+                        "not ${CMAKE_CXX_COMPILER_ID}")
+  endif()
+  list(APPEND vrex_sanitizer_flags -fsanitize=fuzzer-no-link)
+endif()
 if(vrex_sanitizer_flags)
   target_compile_options(vrex_sanitizers INTERFACE ${vrex_sanitizer_flags} -fno-omit-frame-pointer)
   target_link_options(vrex_sanitizers INTERFACE ${vrex_sanitizer_flags})

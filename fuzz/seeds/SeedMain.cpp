@@ -1,0 +1,67 @@
+// vrex-fuzz-seeds SAMPLE_PLANT OUT_DIR
+// Writes the seed corpus of each fuzz target to OUT_DIR/<target>/ (emptied
+// first) and its dictionary, if it has one, to OUT_DIR/<target>.dict.
+#include <cstdio>
+#include <exception>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "SeedCorpus.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using vrex::fuzz::Seed;
+
+void WriteFile(const fs::path& path, const std::string& bytes) {
+  std::ofstream out(path, std::ios::binary | std::ios::trunc);
+  out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+  if (!out) {
+    throw std::runtime_error("cannot write " + path.string());
+  }
+}
+
+void WriteCorpus(const fs::path& outDir, const std::string& target, const std::vector<Seed>& seeds,
+                 const std::vector<std::string>& dictionary) {
+  const fs::path corpus = outDir / target;
+  fs::remove_all(corpus);
+  fs::create_directories(corpus);
+  for (const Seed& seed : seeds) {
+    WriteFile(corpus / seed.name, seed.bytes);
+  }
+  std::string dictionaryText;
+  for (const std::string& entry : dictionary) {
+    dictionaryText += entry + '\n';
+  }
+  fs::remove(outDir / (target + ".dict"));
+  if (!dictionary.empty()) {
+    WriteFile(outDir / (target + ".dict"), dictionaryText);
+  }
+  std::printf("%s: %zu seeds, %zu dictionary entries\n", target.c_str(), seeds.size(),
+              dictionary.size());
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc != 3) {
+    std::fprintf(stderr, "usage: %s SAMPLE_PLANT OUT_DIR\n", argv[0]);
+    return 2;
+  }
+  try {
+    const fs::path samplePlant = argv[1];
+    const fs::path outDir = argv[2];
+    const vrex::fuzz::SamplePlant plant = vrex::fuzz::ReadSamplePlant(samplePlant);
+    WriteCorpus(outDir, "answer_parse", vrex::fuzz::AnswerSeeds(samplePlant, plant), {});
+    WriteCorpus(outDir, "json_request", vrex::fuzz::JsonRequestSeeds(plant),
+                vrex::fuzz::JsonRequestDictionary());
+    WriteCorpus(outDir, "stub_request", vrex::fuzz::StubRequestSeeds(plant),
+                vrex::fuzz::StubRequestDictionary());
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "vrex-fuzz-seeds: %s\n", error.what());
+    return 1;
+  }
+  return 0;
+}

@@ -1,0 +1,60 @@
+#include "JsonRequestRoundTrip.h"
+
+#include <array>
+#include <string>
+
+#include "vrex/MessageJson.h"
+#include "vrex/stub/CannedAnswer.h"
+
+namespace vrex::fuzz {
+
+namespace {
+
+// The compact form, and the fullest one: every field, enumerations as numbers.
+constexpr std::array<JsonLayout, 2> kLayouts{JsonLayout{false, false, false},
+                                             JsonLayout{true, true, true}};
+
+std::string LayoutName(const JsonLayout& layout) {
+  return std::string(layout.multiLine ? "multi-line" : "one-line") +
+         (layout.withDefaults ? ", with defaults" : "") +
+         (layout.enumsAsNumbers ? ", enums as numbers" : "");
+}
+
+std::string CheckPrintedForm(std::string_view typeName, const google::protobuf::Message& request,
+                             const JsonLayout& layout) {
+  const std::string where = std::string(typeName) + " (" + LayoutName(layout) + "): ";
+  const auto printed = MessageToJson(request, layout);
+  if (!printed.ok()) {
+    return where + "an accepted request does not print: " + printed.error();
+  }
+  const auto reread = MessageFromJson(typeName, printed.value());
+  if (!reread.ok()) {
+    return where + "the printed form does not read back: " + reread.error();
+  }
+  if (stub::SerializeDeterministically(*reread.value()) !=
+      stub::SerializeDeterministically(request)) {
+    return where + "the printed form reads back to another message";
+  }
+  return {};
+}
+
+}  // namespace
+
+CheckResult CheckJsonRequestRoundTrip(std::string_view typeName, std::string_view json) {
+  const auto request = MessageFromJson(typeName, json);
+  if (!request.ok()) {
+    if (request.error().empty()) {
+      return {false, std::string(typeName) + ": a rejected request has no error text"};
+    }
+    return {false, {}};
+  }
+  for (const JsonLayout& layout : kLayouts) {
+    std::string problem = CheckPrintedForm(typeName, *request.value(), layout);
+    if (!problem.empty()) {
+      return {true, std::move(problem)};
+    }
+  }
+  return {true, {}};
+}
+
+}  // namespace vrex::fuzz
