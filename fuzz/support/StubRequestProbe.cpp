@@ -1,15 +1,11 @@
 #include "StubRequestProbe.h"
 
-#include <chrono>
-
-#include "LoopbackExchange.h"
+#include "InProcessExchange.h"
 
 namespace vrex::fuzz {
 
 namespace {
 
-// Far above what one small request takes; a hang is also caught by libFuzzer.
-constexpr std::chrono::seconds kExchangeTimeout{10};
 constexpr std::string_view kStatusLinePrefix = "HTTP/1.1 ";
 
 std::size_t CountStatusLines(std::string_view reply) {
@@ -55,7 +51,7 @@ void StubRequestProbe::Observe(const stub::JournalEntry& entry, const stub::Cann
 }
 
 CheckResult StubRequestProbe::Check(std::string_view rawRequest) {
-  const RawReply reply = ExchangeRaw(server_.Port(), rawRequest, kExchangeTimeout);
+  const RawReply reply = ExchangeInProcess(server_, rawRequest);
   const std::size_t journaled = server_.Journal().size();
   server_.ClearJournal();
 

@@ -1,5 +1,6 @@
 #pragma once
-// Sends raw bytes to a running stub server and checks how it handled them.
+// Hands raw bytes to a running stub server, served on the calling thread, and
+// checks how it handled them.
 //
 // Properties checked for every input:
 //   - the server answers every request it handled and is still serving;

@@ -1,6 +1,6 @@
 // Raw HTTP requests to the stub server, answering from the sample plant. Each
-// input goes on one new loopback connection; see StubRequestProbe.h for what
-// must hold. VREX_FUZZ_SAMPLE_PLANT overrides the answer directory.
+// input is served as one connection on the fuzzer's own thread; see
+// StubRequestProbe.h for what must hold. VREX_FUZZ_SAMPLE_PLANT overrides the answer directory.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>

@@ -5,10 +5,13 @@
 #include <gtest/gtest.h>
 
 #include <httplib.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <chrono>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
@@ -292,6 +295,36 @@ TEST_F(StubServerTest, RequestsSentTogetherOnOneConnectionAreJournaledApart) {
   EXPECT_THAT(journal[1].headers,
               ElementsAre(HeaderField{"A-Second", "2"}, HeaderField{"Transfer-Encoding", "chunked"},
                           HeaderField{"Connection", "close"}));
+}
+
+TEST_F(StubServerTest, AConnectionHandedOverIsServedOnTheCallingThread) {
+  int ends[2];
+  ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
+  const std::string requests =
+      "POST /api/ApiVersionQuery HTTP/1.1\r\nContent-Length: 2\r\n\r\nv1"
+      "POST /api/NoSuchQuery HTTP/1.1\r\nContent-Length: 0\r\n\r\n";
+  ASSERT_EQ(::write(ends[0], requests.data(), requests.size()),
+            static_cast<ssize_t>(requests.size()));
+  ::shutdown(ends[0], SHUT_WR);
+
+  server.ServeConnection(ends[1]);  // returns once the peer's end is read
+
+  std::string reply(4096, '\0');
+  const ssize_t length = ::read(ends[0], reply.data(), reply.size());
+  ::close(ends[0]);
+  ASSERT_GT(length, 0);
+  reply.resize(static_cast<std::size_t>(length));
+  EXPECT_EQ(StatusOf(reply), 200);
+  EXPECT_NE(reply.find("HTTP/1.1 404"), std::string::npos) << reply;
+  const auto journal = server.Journal();
+  ASSERT_EQ(journal.size(), 2U);
+  EXPECT_EQ(journal[0].body, "v1");
+  EXPECT_EQ(journal[1].path, "/api/NoSuchQuery");
+}
+
+TEST(StubServerLifeCycle, HandingOverAConnectionNeedsARunningServer) {
+  StubServer server;
+  EXPECT_THROW(server.ServeConnection(-1), std::logic_error);
 }
 
 TEST_F(StubServerTest, APostWithoutLengthIsAnsweredAtOnceWithAnEmptyBody) {

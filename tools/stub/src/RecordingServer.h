@@ -26,6 +26,10 @@ class RecordingServer : public httplib::Server {
   /// connection loop then closes it. Does nothing outside a handler.
   static void ShutDownCurrentConnection();
 
+  /// Serves a connected socket on the calling thread until its peer closes
+  /// or the server stops, then closes it.
+  bool ServeConnection(socket_t sock) { return process_and_close_socket(sock); }
+
  private:
   bool process_and_close_socket(socket_t sock) override;
   bool WaitForNextRequest(const RecordingSocketStream& stream) const;

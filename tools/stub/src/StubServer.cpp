@@ -44,6 +44,12 @@ class StubServer::Impl {
   void Start();
   void Stop();
   bool IsRunning() const { return thread_.joinable() && server_->is_running(); }
+  void ServeConnection(int socket) {
+    if (!IsRunning()) {
+      throw std::logic_error("vrex-stub: a connection can only be served while running");
+    }
+    server_->ServeConnection(socket);
+  }
   int Port() const { return IsRunning() ? port_ : 0; }
   std::string BaseUrl() const {
     // An IPv6 address is bracketed in a URL.
@@ -216,6 +222,7 @@ StubServer::~StubServer() { impl_->Stop(); }
 void StubServer::Start() { impl_->Start(); }
 void StubServer::Stop() { impl_->Stop(); }
 bool StubServer::IsRunning() const { return impl_->IsRunning(); }
+void StubServer::ServeConnection(int socket) { impl_->ServeConnection(socket); }
 int StubServer::Port() const { return impl_->Port(); }
 std::string StubServer::BaseUrl() const { return impl_->BaseUrl(); }
 

@@ -63,6 +63,11 @@ class StubServer {
   /// threads. Does nothing when not running.
   void Stop();
   bool IsRunning() const;
+  /// Serves one already connected socket (say one end of a socket pair) on
+  /// the calling thread, as if it had been accepted, until its peer closes;
+  /// then closes it. For in-process drivers that need no TCP, such as
+  /// fuzzers. Throws std::logic_error when the server is not running.
+  void ServeConnection(int socket);
   /// The bound port while running, else 0.
   int Port() const;
   /// "http://HOST:PORT", the server URL that client calls take.
