@@ -29,9 +29,12 @@ CC=clang-14 CXX=clang++-14 cmake -S . -B "$build_dir" -G Ninja "${new_build[@]}"
 cmake --build "$build_dir" -j "$(nproc)" --target vrex_fuzzers
 
 # Smaller quarantine than ASan's default: the fuzzers allocate a lot and the
-# machine is shared. The library's two intended leaks are not on these paths,
-# so leak detection runs without suppressions.
-export ASAN_OPTIONS="quarantine_size_mb=64:detect_leaks=1"
+# machine is shared. No allocation stacks: ASan keeps every distinct one for
+# good, and the parsers' varied call depths made a long JSON run grow by about
+# 0.4 KB per input; reproducing a finding (see above) shows them again. The
+# library's two intended leaks are not on these paths, so leak detection runs
+# without suppressions.
+export ASAN_OPTIONS="quarantine_size_mb=64:malloc_context_size=0:detect_leaks=1"
 export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
 
 "$build_dir/fuzz/vrex_fuzz_support_tests" --gtest_brief=1

@@ -5,9 +5,9 @@
 // Properties checked for every input:
 //   - the server answers every request it handled and is still serving;
 //   - what it answers follows the method its journal recorded: 200 only to a
-//     POST, 405 only to another method (the journal re-reads the request line
-//     from the raw bytes; the HTTP library's own parse chooses the answer, so
-//     the two must agree);
+//     POST, 405 only to another method (a journal that re-read the request
+//     line itself once recorded "\t\tPOST" where the HTTP library read POST
+//     and answered 200);
 //   - the handler chooses only 200 (the sample plant's answers are all 200),
 //     404 and 405; the HTTP library's own refusals of malformed requests never
 //     reach the handler and are not checked;

@@ -297,6 +297,34 @@ TEST_F(StubServerTest, RequestsSentTogetherOnOneConnectionAreJournaledApart) {
                           HeaderField{"Connection", "close"}));
 }
 
+TEST_F(StubServerTest, TheJournalRecordsTheMethodAndTargetTheServerActedOn) {
+  // Blanks the HTTP library skips around the words of the request line must
+  // not reach the journal: a journal saying "\t\tPOST" beside a 200 answer
+  // would contradict the rule that only POST is answered.
+  struct Case {
+    const char* requestLine;
+    int status;
+    const char* method;
+  };
+  const Case cases[] = {
+      {"\t\tPOST /api/ApiVersionQuery HTTP/1.1", 200, "POST"},
+      {"POST  /api/ApiVersionQuery \tHTTP/1.1", 200, "POST"},
+      {" GET /api/ApiVersionQuery HTTP/1.1", 405, "GET"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.requestLine);
+    server.ClearJournal();
+    const std::string response = ExchangeRaw(
+        server.Port(), std::string(c.requestLine) +
+                           "\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");
+    EXPECT_EQ(StatusOf(response), c.status);
+    const auto journal = server.Journal();
+    ASSERT_EQ(journal.size(), 1U);
+    EXPECT_EQ(journal[0].method, c.method);
+    EXPECT_EQ(journal[0].path, "/api/ApiVersionQuery");
+  }
+}
+
 TEST_F(StubServerTest, AConnectionHandedOverIsServedOnTheCallingThread) {
   int ends[2];
   ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);

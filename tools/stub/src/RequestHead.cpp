@@ -25,21 +25,11 @@ std::string_view NextLine(std::string_view& raw) {
   return line;
 }
 
-void ParseRequestLine(std::string_view line, RequestHead& head) {
-  const auto firstSpace = line.find(' ');
-  head.method = std::string(line.substr(0, firstSpace));
-  if (firstSpace == std::string_view::npos) {
-    return;
-  }
-  const auto rest = line.substr(firstSpace + 1);
-  head.target = std::string(rest.substr(0, rest.find(' ')));
-}
-
 }  // namespace
 
-RequestHead ParseRequestHead(std::string_view raw) {
-  RequestHead head;
-  ParseRequestLine(NextLine(raw), head);
+std::vector<HeaderField> ParseHeaderLines(std::string_view raw) {
+  std::vector<HeaderField> headers;
+  NextLine(raw);  // the request line
   while (!raw.empty()) {
     const std::string_view line = NextLine(raw);
     if (line.empty()) {
@@ -49,10 +39,10 @@ RequestHead ParseRequestHead(std::string_view raw) {
     if (colon == std::string_view::npos) {
       continue;
     }
-    head.headers.push_back(
+    headers.push_back(
         {std::string(line.substr(0, colon)), std::string(TrimBlanks(line.substr(colon + 1)))});
   }
-  return head;
+  return headers;
 }
 
 }  // namespace vrex::stub

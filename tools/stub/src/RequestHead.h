@@ -1,9 +1,10 @@
 #pragma once
-// The head of an HTTP request as it stood on the wire. The HTTP library keeps
-// headers sorted by name; the journal needs them in arrival order, so the head
-// is parsed again from the recorded bytes.
+// The header lines of an HTTP request as they stood on the wire. The HTTP
+// library keeps headers sorted by name; the journal needs them in arrival
+// order, so they are parsed again from the recorded bytes. The request line
+// is not: the method and target journaled are the ones the HTTP library read
+// and the server acted on.
 
-#include <string>
 #include <string_view>
 #include <vector>
 
@@ -11,16 +12,10 @@
 
 namespace vrex::stub {
 
-struct RequestHead {
-  std::string method;
-  std::string target;
-  std::vector<HeaderField> headers;  ///< in arrival order
-};
-
-/// Parses the request line and the header lines of `raw`, which starts with
-/// the request line; anything after the blank line that ends the head (the
-/// body) is ignored. Lines may end with CRLF or LF alone; a line without a
-/// colon is skipped.
-RequestHead ParseRequestHead(std::string_view raw);
+/// The header fields of `raw`, which starts with the request line, in arrival
+/// order; anything after the blank line that ends the head (the body) is
+/// ignored. Lines may end with CRLF or LF alone; a line without a colon is
+/// skipped.
+std::vector<HeaderField> ParseHeaderLines(std::string_view raw);
 
 }  // namespace vrex::stub

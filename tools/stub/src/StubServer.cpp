@@ -31,8 +31,8 @@ bool HasBody(const httplib::Request& request) {
 }
 
 JournalEntry EntryOf(const httplib::Request& request) {
-  RequestHead head = ParseRequestHead(RecordingServer::CurrentRequestBytes());
-  return {std::move(head.method), std::move(head.target), std::move(head.headers), request.body};
+  return {request.method, request.target,
+          ParseHeaderLines(RecordingServer::CurrentRequestBytes()), request.body};
 }
 
 }  // namespace
