@@ -3,8 +3,10 @@
 #include <google/protobuf/descriptor.h>
 #include <google/protobuf/message.h>
 #include <google/protobuf/reflection.h>
+#include <google/protobuf/text_format.h>
 
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "bcl.pb.h"
@@ -42,76 +44,24 @@ void FillTime(Message& message) {
   }
 }
 
-// Sets a singular scalar to its default, so that fields with explicit
-// presence show up as well.
-void SetDefault(Message& message, const FieldDescriptor& field) {
-  const Reflection& reflection = *message.GetReflection();
+// A scalar's zero value in text form. Written through the text parser, it is
+// set on a singular field, so that fields with explicit presence show up as
+// well, and appended to a repeated one.
+std::string ZeroText(const FieldDescriptor& field) {
   switch (field.cpp_type()) {
-    case FieldDescriptor::CPPTYPE_INT32:
-      reflection.SetInt32(&message, &field, 0);
-      break;
-    case FieldDescriptor::CPPTYPE_INT64:
-      reflection.SetInt64(&message, &field, 0);
-      break;
-    case FieldDescriptor::CPPTYPE_UINT32:
-      reflection.SetUInt32(&message, &field, 0);
-      break;
-    case FieldDescriptor::CPPTYPE_UINT64:
-      reflection.SetUInt64(&message, &field, 0);
-      break;
-    case FieldDescriptor::CPPTYPE_DOUBLE:
-      reflection.SetDouble(&message, &field, 0);
-      break;
-    case FieldDescriptor::CPPTYPE_FLOAT:
-      reflection.SetFloat(&message, &field, 0);
-      break;
     case FieldDescriptor::CPPTYPE_BOOL:
-      reflection.SetBool(&message, &field, false);
-      break;
+      return "false";
     case FieldDescriptor::CPPTYPE_ENUM:
-      reflection.SetEnumValue(&message, &field, field.enum_type()->value(0)->number());
-      break;
+      return field.enum_type()->value(0)->name();
     case FieldDescriptor::CPPTYPE_STRING:
-      reflection.SetString(&message, &field, "");
-      break;
-    case FieldDescriptor::CPPTYPE_MESSAGE:
-      break;
+      return "\"\"";
+    default:
+      return "0";
   }
 }
 
-void AddDefault(Message& message, const FieldDescriptor& field) {
-  const Reflection& reflection = *message.GetReflection();
-  switch (field.cpp_type()) {
-    case FieldDescriptor::CPPTYPE_INT32:
-      reflection.AddInt32(&message, &field, 0);
-      break;
-    case FieldDescriptor::CPPTYPE_INT64:
-      reflection.AddInt64(&message, &field, 0);
-      break;
-    case FieldDescriptor::CPPTYPE_UINT32:
-      reflection.AddUInt32(&message, &field, 0);
-      break;
-    case FieldDescriptor::CPPTYPE_UINT64:
-      reflection.AddUInt64(&message, &field, 0);
-      break;
-    case FieldDescriptor::CPPTYPE_DOUBLE:
-      reflection.AddDouble(&message, &field, 0);
-      break;
-    case FieldDescriptor::CPPTYPE_FLOAT:
-      reflection.AddFloat(&message, &field, 0);
-      break;
-    case FieldDescriptor::CPPTYPE_BOOL:
-      reflection.AddBool(&message, &field, false);
-      break;
-    case FieldDescriptor::CPPTYPE_ENUM:
-      reflection.AddEnumValue(&message, &field, field.enum_type()->value(0)->number());
-      break;
-    case FieldDescriptor::CPPTYPE_STRING:
-      reflection.AddString(&message, &field, "");
-      break;
-    case FieldDescriptor::CPPTYPE_MESSAGE:
-      break;
-  }
+void AddZero(Message& message, const FieldDescriptor& field) {
+  google::protobuf::TextFormat::ParseFieldValueFromString(ZeroText(field), &field, &message);
 }
 
 void FillField(Message& message, const FieldDescriptor& field, TypePath& path) {
@@ -120,16 +70,12 @@ void FillField(Message& message, const FieldDescriptor& field, TypePath& path) {
   if (isMessage && OnPath(path, field.message_type())) {
     return;
   }
-  if (field.is_repeated()) {
-    if (isMessage) {
-      Fill(*reflection.AddMessage(&message, &field), path);
-    } else {
-      AddDefault(message, field);
-    }
-  } else if (isMessage) {
-    Fill(*reflection.MutableMessage(&message, &field), path);
+  if (!isMessage) {
+    AddZero(message, field);
+  } else if (field.is_repeated()) {
+    Fill(*reflection.AddMessage(&message, &field), path);
   } else {
-    SetDefault(message, field);
+    Fill(*reflection.MutableMessage(&message, &field), path);
   }
 }
 
