@@ -14,6 +14,7 @@ install(EXPORT lVrexClientTargets
   DESTINATION ${VREX_CMAKE_INSTALL_DIR}
   COMPONENT Development)
 
+string(REGEX MATCH "^[0-9]+\\.[0-9]+" VREX_PROTOBUF_SERIES "${Protobuf_VERSION}")
 configure_package_config_file(
   "${CMAKE_CURRENT_LIST_DIR}/lVrexClientConfig.cmake.in"
   "${CMAKE_CURRENT_BINARY_DIR}/lVrexClientConfig.cmake"

@@ -18,7 +18,6 @@
 //   "http://host:8080/" lead to different paths ("/api/..." and "//api/...").
 // - The trailing text argument of every function is accepted and ignored.
 
-#include <cstddef>
 #include <string>
 
 #include <google/protobuf/message.h>
@@ -41,6 +40,7 @@
 #include "VectorTrackOfMeasurementsContainer.pb.h"
 #include "VectorTrackOfMeasurementsQuery.pb.h"
 #include "VersionDTO.pb.h"
+#include "vrex/Export.h"
 
 namespace VrexClient {
 
@@ -58,7 +58,7 @@ constexpr int minimumApiMinorVersion = 0;
 /// transfer fails (one line on stderr) or a 200 body does not parse;
 /// ApiPipeline/Unauthorized/Error for 4xx; ApiPipeline/Failed/Error for any
 /// other status. An empty request is sent as the JSON body "{}".
-contracts::MessageContainer Post(std::string url,
+VREX_EXPORT contracts::MessageContainer Post(std::string url,
                                  const google::protobuf::Message& request,
                                  google::protobuf::Message& response,
                                  std::string unusedText);
@@ -66,48 +66,41 @@ contracts::MessageContainer Post(std::string url,
 /// Asks the server for its interface version; true when the call succeeded
 /// and the server's version is accepted. A refused version leaves
 /// `container` at the success status: only the result tells.
-bool CheckVersion(std::string serverUrl, contracts::MessageContainer& container,
+VREX_EXPORT bool CheckVersion(std::string serverUrl, contracts::MessageContainer& container,
                   std::string unusedText);
-
-/// Joins a base URL and an endpoint name as base + "/api/" + name, unchanged.
-std::string BuildEndpointUrl(std::string serverUrl, std::string endpointName);
-
-/// libcurl write callback: appends size * count bytes to `body`.
-std::size_t WriteResponseBody(void* data, std::size_t size, std::size_t count,
-                              std::string* body);
 
 // Typed reads. Each posts `query` to its own endpoint ("/api/<QueryType>"),
 // replaces `container` with the outcome and returns the answer by value.
-contracts::VersionDTO SendToServer(std::string serverUrl,
+VREX_EXPORT contracts::VersionDTO SendToServer(std::string serverUrl,
                                    const contracts::ApiVersionQuery& query,
                                    contracts::MessageContainer& container,
                                    std::string unusedText);
-contracts::SimpleTopologyContainer SendToServer(
+VREX_EXPORT contracts::SimpleTopologyContainer SendToServer(
     std::string serverUrl, const contracts::SimpleTopologyQuery& query,
     contracts::MessageContainer& container, std::string unusedText);
-contracts::GeneralInformationContainer SendToServer(
+VREX_EXPORT contracts::GeneralInformationContainer SendToServer(
     std::string serverUrl, const contracts::GeneralInformationByIdQuery& query,
     contracts::MessageContainer& container, std::string unusedText);
-contracts::GeneralInformationContainer SendToServer(
+VREX_EXPORT contracts::GeneralInformationContainer SendToServer(
     std::string serverUrl, const contracts::GeneralInformationQuery& query,
     contracts::MessageContainer& container, std::string unusedText);
-contracts::IdNameTableStore SendToServer(
+VREX_EXPORT contracts::IdNameTableStore SendToServer(
     std::string serverUrl, const contracts::ResultDbIdNameTablesQuery& query,
     contracts::MessageContainer& container, std::string unusedText);
-contracts::ProtocolCrossReferenceStore SendToServer(
+VREX_EXPORT contracts::ProtocolCrossReferenceStore SendToServer(
     std::string serverUrl, const contracts::ProtocolCrossReferenceQuery& query,
     contracts::MessageContainer& container, std::string unusedText);
-contracts::MeasurementContainer SendToServer(
+VREX_EXPORT contracts::MeasurementContainer SendToServer(
     std::string serverUrl, const contracts::MeasurementByIdQuery& query,
     contracts::MessageContainer& container, std::string unusedText);
-contracts::MeasurementContainer SendToServer(
+VREX_EXPORT contracts::MeasurementContainer SendToServer(
     std::string serverUrl, const contracts::MeasurementQuery& query,
     contracts::MessageContainer& container, std::string unusedText);
-contracts::VectorTrackOfMeasurementsContainer SendToServer(
+VREX_EXPORT contracts::VectorTrackOfMeasurementsContainer SendToServer(
     std::string serverUrl,
     const contracts::VectorTrackOfMeasurementsByIdQuery& query,
     contracts::MessageContainer& container, std::string unusedText);
-contracts::VectorTrackOfMeasurementsContainer SendToServer(
+VREX_EXPORT contracts::VectorTrackOfMeasurementsContainer SendToServer(
     std::string serverUrl,
     const contracts::VectorTrackOfMeasurementsQuery& query,
     contracts::MessageContainer& container, std::string unusedText);

@@ -7,7 +7,7 @@
 
 #include <curl/curl.h>
 
-#include "GatewayToken.h"
+#include "internal/GatewayToken.h"
 
 namespace VrexClient {
 
@@ -25,7 +25,7 @@ curl_slist* AppendPostHeaders(std::int32_t requestSize) {
                                       ? "Content-Type: application/x-protobuf"
                                       : "Content-Type: application/json";
   const std::string authentication =
-      "GatewayApiAuthentication: " + detail::gatewayAuthenticationToken;
+      "GatewayApiAuthentication: " + vrex::internal::gatewayAuthenticationToken;
   curl_slist* headers = nullptr;
   headers = curl_slist_append(headers, contentType.c_str());
   headers = curl_slist_append(headers, "accept: application/x-protobuf");
@@ -51,6 +51,19 @@ enums::DetailCode DetailCodeForStatus(std::int32_t httpStatus) {
              : enums::ApiPipeline_Failed;
 }
 
+// libcurl's write callback: appends every chunk to the body, never refusing one.
+std::size_t WriteResponseBody(void* data, std::size_t size, std::size_t count,
+                              std::string* body) {
+  const std::size_t length = size * count;
+  body->append(static_cast<const char*>(data), length);
+  return length;
+}
+
+// The endpoint of a request: base + "/api/" + name, joined unchanged.
+std::string BuildEndpointUrl(std::string serverUrl, std::string endpointName) {
+  return serverUrl + "/api/" + endpointName;
+}
+
 template <typename Result, typename Query>
 Result SendTyped(std::string serverUrl, const char* endpointName,
                  const Query& query, MessageContainer& container,
@@ -62,17 +75,6 @@ Result SendTyped(std::string serverUrl, const char* endpointName,
 }
 
 }  // namespace
-
-std::size_t WriteResponseBody(void* data, std::size_t size, std::size_t count,
-                              std::string* body) {
-  const std::size_t length = size * count;
-  body->append(static_cast<const char*>(data), length);
-  return length;
-}
-
-std::string BuildEndpointUrl(std::string serverUrl, std::string endpointName) {
-  return serverUrl + "/api/" + endpointName;
-}
 
 MessageContainer Post(std::string url, const google::protobuf::Message& request,
                       google::protobuf::Message& response,

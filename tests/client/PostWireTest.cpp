@@ -25,6 +25,16 @@ std::vector<HeaderField> ChosenHeaders(const JournalEntry& request) {
   return chosen;
 }
 
+// The token the build was configured with, handed to this test as hex.
+std::string ConfiguredToken() {
+  const std::string hex = VREX_CONFIGURED_TOKEN_HEX;
+  std::string token;
+  for (std::size_t at = 0; at + 1 < hex.size(); at += 2) {
+    token += static_cast<char>(std::stoi(hex.substr(at, 2), nullptr, 16));
+  }
+  return token;
+}
+
 JournalEntry OnlyRequest(const vrex::stub::StubServer& server) {
   const auto journal = server.Journal();
   EXPECT_EQ(journal.size(), 1u);
@@ -45,10 +55,12 @@ TEST_F(StubFixture, RequestWithFieldsIsSentAsBinaryWithThreeHeadersInOrder) {
   EXPECT_EQ(request.body, query.SerializeAsString());
   const auto headers = ChosenHeaders(request);
   ASSERT_EQ(headers.size(), 3u);
-  EXPECT_EQ(headers[0], (HeaderField{"Content-Type", "application/x-protobuf"}));
-  EXPECT_EQ(headers[1], (HeaderField{"accept", "application/x-protobuf"}));
-  EXPECT_EQ(headers[2].name, "GatewayApiAuthentication");
-  EXPECT_EQ(headers[2].value.size(), 300u);
+  // The three lines byte for byte and next to each other, token included.
+  EXPECT_NE(request.head.find("\r\nContent-Type: application/x-protobuf\r\n"
+                              "accept: application/x-protobuf\r\n"
+                              "GatewayApiAuthentication: " + ConfiguredToken() + "\r\n"),
+            std::string::npos)
+      << request.head;
 }
 
 TEST_F(StubFixture, EmptyRequestIsSentAsJsonBraces) {
@@ -78,6 +90,15 @@ TEST_F(StubFixture, EveryCallCarriesTheSameToken) {
   ASSERT_NE(first, nullptr);
   ASSERT_NE(second, nullptr);
   EXPECT_EQ(*first, *second);
+}
+
+TEST_F(StubFixture, UrlIsUsedExactlyAsGiven) {
+  dc::VersionDTO response;
+  for (const std::string suffix : {"?factory=Plant%20North&x=%2F", "%41piVersion"}) {
+    server.ClearJournal();
+    VrexClient::Post(Url("ApiVersionQuery") + suffix, dc::ApiVersionQuery(), response, "");
+    EXPECT_EQ(OnlyRequest(server).path, "/api/ApiVersionQuery" + suffix);
+  }
 }
 
 TEST_F(StubFixture, TrailingTextArgumentChangesNothing) {

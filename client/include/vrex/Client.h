@@ -23,6 +23,7 @@
 #include <utility>
 
 #include "vrex/ClientOptions.h"
+#include "vrex/Export.h"
 #include "vrex/Download.h"
 #include "vrex/Outcome.h"
 #include "vrex/RequestTraits.h"
@@ -31,7 +32,7 @@
 
 namespace vrex {
 
-class Client {
+class VREX_EXPORT Client {
  public:
   /// A client on the libcurl transport.
   explicit Client(ClientOptions options);

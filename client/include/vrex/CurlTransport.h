@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "vrex/ClientOptions.h"
+#include "vrex/Export.h"
 #include "vrex/Transport.h"
 
 namespace vrex {
@@ -12,6 +13,6 @@ namespace vrex {
 /// connections open between calls (one handle per concurrent caller).
 /// libcurl's global state is initialised once per process. Uses every option
 /// except `baseUrl` and `retry`.
-std::shared_ptr<Transport> MakeCurlTransport(const ClientOptions& options);
+VREX_EXPORT std::shared_ptr<Transport> MakeCurlTransport(const ClientOptions& options);
 
 }  // namespace vrex

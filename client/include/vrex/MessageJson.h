@@ -18,6 +18,7 @@
 
 #include <google/protobuf/message.h>
 
+#include "vrex/Export.h"
 #include "vrex/data/Result.h"
 
 namespace vrex {
@@ -33,19 +34,19 @@ struct JsonLayout {
 /// named short ("MeasurementQuery", in Korvan.KQ.DataContracts) or in full
 /// ("bcl.DateTime"). Fails on an unknown type, text that is not JSON, a
 /// field the type lacks and a value of the wrong kind.
-data::Result<std::unique_ptr<google::protobuf::Message>> MessageFromJson(std::string_view typeName,
+VREX_EXPORT data::Result<std::unique_ptr<google::protobuf::Message>> MessageFromJson(std::string_view typeName,
                                                                          std::string_view json);
 
 /// Fills `message` from `json`, as MessageFromJson does; on failure `message`
 /// holds whatever was read before the error. Returns the error text, empty on
 /// success.
-std::string MergeJsonInto(std::string_view json, google::protobuf::Message& message);
+VREX_EXPORT std::string MergeJsonInto(std::string_view json, google::protobuf::Message& message);
 
 /// `message` as proto3 JSON with the contract's field names.
-data::Result<std::string> MessageToJson(const google::protobuf::Message& message,
+VREX_EXPORT data::Result<std::string> MessageToJson(const google::protobuf::Message& message,
                                         const JsonLayout& layout = {});
 
 /// The descriptor of a contract message named short or in full, or nullptr.
-const google::protobuf::Descriptor* FindMessageType(std::string_view typeName);
+VREX_EXPORT const google::protobuf::Descriptor* FindMessageType(std::string_view typeName);
 
 }  // namespace vrex

@@ -7,10 +7,11 @@
 #include <string_view>
 
 #include "MessageContainer.pb.h"
+#include "vrex/Export.h"
 
 namespace vrex {
 
-class Outcome {
+class VREX_EXPORT Outcome {
  public:
   /// What happened, in the order the client checks for it.
   enum class Event {
@@ -66,6 +67,6 @@ class Outcome {
   ::Korvan::KQ::DataContracts::MessageContainer status_;
 };
 
-std::string_view ToString(Outcome::Event event);
+VREX_EXPORT std::string_view ToString(Outcome::Event event);
 
 }  // namespace vrex

@@ -7,6 +7,8 @@
 #include <string_view>
 #include <vector>
 
+#include "vrex/Export.h"
+
 namespace google::protobuf {
 class Descriptor;
 }
@@ -30,14 +32,14 @@ struct RequestInfo {
 };
 
 /// Every request, in listing order.
-const std::vector<RequestInfo>& Requests();
+VREX_EXPORT const std::vector<RequestInfo>& Requests();
 
 /// The entry of a request type, or nullptr when the server knows no such request.
-const RequestInfo* FindRequest(std::string_view requestType);
+VREX_EXPORT const RequestInfo* FindRequest(std::string_view requestType);
 
 /// Descriptor of a contract message by its short name (e.g. "VersionDTO"),
 /// or nullptr.
-const google::protobuf::Descriptor* FindContractMessage(std::string_view typeName);
+VREX_EXPORT const google::protobuf::Descriptor* FindContractMessage(std::string_view typeName);
 
 /// Descriptor of the message the answer of `request` is read into.
 ///
@@ -48,9 +50,9 @@ const google::protobuf::Descriptor* FindContractMessage(std::string_view typeNam
 /// every kind, so a command's answer body can be read as well. An override
 /// that names no contract message gives nullptr: it never falls back to the
 /// catalog's answer, so a misspelt name does not go unnoticed.
-const google::protobuf::Descriptor* AnswerDescriptor(const RequestInfo& request,
+VREX_EXPORT const google::protobuf::Descriptor* AnswerDescriptor(const RequestInfo& request,
                                                      std::string_view overrideType = {});
 
-std::string_view ToString(RequestKind kind);
+VREX_EXPORT std::string_view ToString(RequestKind kind);
 
 }  // namespace vrex

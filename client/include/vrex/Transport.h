@@ -9,6 +9,7 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include "vrex/Export.h"
 
 namespace vrex {
 
@@ -40,7 +41,7 @@ struct HttpResponse {
 using StreamHandler = std::function<bool(std::string_view chunk, std::uint64_t expectedSize)>;
 
 /// Must be safe to call from several threads at once.
-class Transport {
+class VREX_EXPORT Transport {
  public:
   virtual ~Transport() = default;
 

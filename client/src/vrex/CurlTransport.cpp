@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "CurlGlobal.h"
-#include "GatewayToken.h"
+#include "internal/GatewayToken.h"
 #include "vrex/CurlTransport.h"
 
 namespace vrex {
@@ -118,7 +118,7 @@ CurlTransport::CurlTransport(const ClientOptions& options)
     : options_(options),
       authenticationHeader_(
           "GatewayApiAuthentication: " +
-          options.token.value_or(::VrexClient::detail::gatewayAuthenticationToken)),
+          options.token.value_or(internal::gatewayAuthenticationToken)),
       protobufHeaders_(BuildHeaders(kProtobufType)),
       jsonHeaders_(BuildHeaders(kJsonType)),
       pool_([this](CURL* handle) { Configure(handle); }) {

@@ -45,4 +45,14 @@ std::vector<HeaderField> ParseHeaderLines(std::string_view raw) {
   return headers;
 }
 
+std::string_view HeadOf(std::string_view raw) {
+  for (const std::string_view end : {"\r\n\r\n", "\n\n"}) {
+    const auto at = raw.find(end);
+    if (at != std::string_view::npos) {
+      return raw.substr(0, at + end.size());
+    }
+  }
+  return raw;
+}
+
 }  // namespace vrex::stub

@@ -18,4 +18,8 @@ namespace vrex::stub {
 /// skipped.
 std::vector<HeaderField> ParseHeaderLines(std::string_view raw);
 
+/// The head of `raw`: everything up to and including the blank line that
+/// ends the header lines (all of `raw` when it has none).
+std::string_view HeadOf(std::string_view raw);
+
 }  // namespace vrex::stub

@@ -31,8 +31,9 @@ bool HasBody(const httplib::Request& request) {
 }
 
 JournalEntry EntryOf(const httplib::Request& request) {
-  return {request.method, request.target,
-          ParseHeaderLines(RecordingServer::CurrentRequestBytes()), request.body};
+  const std::string_view raw = RecordingServer::CurrentRequestBytes();
+  return {request.method, request.target, ParseHeaderLines(raw), request.body,
+          std::string(HeadOf(raw))};
 }
 
 }  // namespace

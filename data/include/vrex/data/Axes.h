@@ -23,25 +23,26 @@
 #include "Matrix.pb.h"
 #include "Vector.pb.h"
 #include "VectorTrack.pb.h"
+#include "vrex/Export.h"
 
 namespace vrex::data {
 
 /// Start + index * Delta.
-double AxisValue(const Korvan::KQ::DataContracts::AxisRange& axis, std::size_t index);
+VREX_EXPORT double AxisValue(const Korvan::KQ::DataContracts::AxisRange& axis, std::size_t index);
 
 /// The first `count` points of an axis.
-std::vector<double> AxisValues(const Korvan::KQ::DataContracts::AxisRange& axis, std::size_t count);
+VREX_EXPORT std::vector<double> AxisValues(const Korvan::KQ::DataContracts::AxisRange& axis, std::size_t count);
 
 /// One abscissa per ordinate of the vector.
-std::vector<double> Abscissas(const Korvan::KQ::DataContracts::Vector& vector);
+VREX_EXPORT std::vector<double> Abscissas(const Korvan::KQ::DataContracts::Vector& vector);
 
 /// The shared x axis of the track's elements, as long as its longest element.
-std::vector<double> Abscissas(const Korvan::KQ::DataContracts::VectorTrack& track);
+VREX_EXPORT std::vector<double> Abscissas(const Korvan::KQ::DataContracts::VectorTrack& track);
 
 /// The shared x axis of the matrix's rows, as long as its longest row.
-std::vector<double> Abscissas(const Korvan::KQ::DataContracts::Matrix& matrix);
+VREX_EXPORT std::vector<double> Abscissas(const Korvan::KQ::DataContracts::Matrix& matrix);
 
 /// The z position of each row of the matrix, from its ZAxisRange.
-std::vector<double> RowPositions(const Korvan::KQ::DataContracts::Matrix& matrix);
+VREX_EXPORT std::vector<double> RowPositions(const Korvan::KQ::DataContracts::Matrix& matrix);
 
 }  // namespace vrex::data

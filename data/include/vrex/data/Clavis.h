@@ -13,10 +13,11 @@
 #include <unordered_map>
 
 #include "Clavis.pb.h"
+#include "vrex/Export.h"
 
 namespace vrex::data {
 
-struct ClavisEqual {
+struct VREX_EXPORT ClavisEqual {
   bool operator()(const Korvan::KQ::DataContracts::Clavis& a,
                   const Korvan::KQ::DataContracts::Clavis& b) const noexcept;
 };
@@ -24,13 +25,13 @@ struct ClavisEqual {
 /// Hashes each part on its own and mixes them in order, so that keys that
 /// differ only in where one part ends ("ab" + "" against "a" + "b") do not
 /// collide as they would with a hash of the joined text.
-struct ClavisHash {
+struct VREX_EXPORT ClavisHash {
   std::size_t operator()(const Korvan::KQ::DataContracts::Clavis& clavis) const noexcept;
 };
 
 /// The six parts joined by "/" for messages and listings, e.g.
 /// "Run/Mic1/2/Front/Level/S7"; not meant to be parsed back.
-std::string DescribeClavis(const Korvan::KQ::DataContracts::Clavis& clavis);
+VREX_EXPORT std::string DescribeClavis(const Korvan::KQ::DataContracts::Clavis& clavis);
 
 template <typename T>
 using ClavisMap = std::unordered_map<Korvan::KQ::DataContracts::Clavis, T, ClavisHash, ClavisEqual>;

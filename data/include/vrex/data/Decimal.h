@@ -16,6 +16,7 @@
 
 #include "bcl.pb.h"
 #include "vrex/data/Result.h"
+#include "vrex/Export.h"
 
 namespace vrex::data {
 
@@ -26,13 +27,13 @@ constexpr unsigned kMaxDecimalScale = 28;
 /// and, for a scale above 0, "." and exactly `scale` digits. A negative zero
 /// keeps its sign ("-0.00"). Fails on a scale above 28 and on set bits of
 /// `signScale` above bit 16.
-Result<std::string> FormatDecimal(const bcl::Decimal& number);
+VREX_EXPORT Result<std::string> FormatDecimal(const bcl::Decimal& number);
 
 /// Reads an optional sign ("+" or "-"), one or more digits, and optionally
 /// "." followed by one or more digits; the number of those digits is the
 /// scale. No blanks, exponent or thousands separators. Fails on malformed
 /// text, on more than 28 digits after the point and on a magnitude above
 /// 2^96 - 1 (79228162514264337593543950335), rather than rounding.
-Result<bcl::Decimal> ParseDecimal(std::string_view text);
+VREX_EXPORT Result<bcl::Decimal> ParseDecimal(std::string_view text);
 
 }  // namespace vrex::data

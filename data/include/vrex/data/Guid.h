@@ -19,24 +19,25 @@
 
 #include "bcl.pb.h"
 #include "vrex/data/Result.h"
+#include "vrex/Export.h"
 
 namespace vrex::data {
 
 using GuidBytes = std::array<std::uint8_t, 16>;
 
 /// The 16-byte form of an identifier.
-GuidBytes GuidToBytes(const bcl::Guid& guid);
+VREX_EXPORT GuidBytes GuidToBytes(const bcl::Guid& guid);
 
 /// The identifier of a 16-byte form.
-bcl::Guid GuidFromBytes(const GuidBytes& bytes);
+VREX_EXPORT bcl::Guid GuidFromBytes(const GuidBytes& bytes);
 
 /// The canonical text: 32 lower-case hexadecimal digits in groups of
 /// 8-4-4-4-12 joined by hyphens.
-std::string FormatGuid(const bcl::Guid& guid);
+VREX_EXPORT std::string FormatGuid(const bcl::Guid& guid);
 
 /// Reads the canonical text, in upper or lower case. Anything else (braces,
 /// blanks, missing hyphens, a wrong length, a non-hexadecimal digit) is an
 /// error.
-Result<bcl::Guid> ParseGuid(std::string_view text);
+VREX_EXPORT Result<bcl::Guid> ParseGuid(std::string_view text);
 
 }  // namespace vrex::data

@@ -23,6 +23,7 @@
 #include "MeasurementValueContainer.pb.h"
 #include "vrex/data/Clavis.h"
 #include "vrex/data/Result.h"
+#include "vrex/Export.h"
 
 namespace vrex::data {
 
@@ -35,25 +36,25 @@ struct MeasurementEntry {
 };
 
 /// Every handle that occurs in `Keys` or `Values`, once, in ascending order.
-std::vector<MeasurementEntry> PairByHandle(
+VREX_EXPORT std::vector<MeasurementEntry> PairByHandle(
     const Korvan::KQ::DataContracts::MeasurementValueContainer& container);
 
 /// The value of the quantity `clavis`. Should several handles carry the
 /// same key, the lowest handle that has a value wins. Fails when no handle
 /// carries the key, or when those that do have no value.
-Result<const Korvan::KQ::DataContracts::MeasurementValue*> FindValue(
+VREX_EXPORT Result<const Korvan::KQ::DataContracts::MeasurementValue*> FindValue(
     const Korvan::KQ::DataContracts::MeasurementValueContainer& container,
     const Korvan::KQ::DataContracts::Clavis& clavis);
 
 /// Every kind present in a value, in field order (Scalar ... Matrix). The
 /// contract lets a value carry several kinds, or none.
-std::vector<Korvan::KQ::DataContracts::Enumerator::DataType> KindsOf(
+VREX_EXPORT std::vector<Korvan::KQ::DataContracts::Enumerator::DataType> KindsOf(
     const Korvan::KQ::DataContracts::MeasurementValue& value);
 
 /// The kind of a value: the one present kind; `Invalid` when none is
 /// present; `Unknown` when several are (see KindsOf). A non-empty `Invalid`
 /// text does not change the kind: check `value.invalid()` for it.
-Korvan::KQ::DataContracts::Enumerator::DataType KindOf(
+VREX_EXPORT Korvan::KQ::DataContracts::Enumerator::DataType KindOf(
     const Korvan::KQ::DataContracts::MeasurementValue& value);
 
 }  // namespace vrex::data

@@ -23,13 +23,14 @@
 #include "IdNameTableStore.pb.h"
 #include "ProtocolCrossReferenceData.pb.h"
 #include "vrex/data/Result.h"
+#include "vrex/Export.h"
 
 namespace vrex::data {
 
 /// Table name and identifier to name, copied out of a store. Names of tables
 /// match exactly (case counts). Where a store repeats a table name or an
 /// identifier within a table, the first one in the server's order wins.
-class NameIndex {
+class VREX_EXPORT NameIndex {
  public:
   NameIndex() = default;
   explicit NameIndex(const Korvan::KQ::DataContracts::IdNameTableStore& store);
@@ -59,7 +60,7 @@ struct CrossReferenceTables {
 /// Location and InstrumentParameter. Channel and Sensor are no part of the
 /// row and stay empty; FkInstance is not used. Fails naming the first
 /// foreign key that does not resolve.
-Result<Korvan::KQ::DataContracts::Clavis> ResolveCrossReference(
+VREX_EXPORT Result<Korvan::KQ::DataContracts::Clavis> ResolveCrossReference(
     const Korvan::KQ::DataContracts::ProtocolCrossReferenceData& row, const NameIndex& names,
     const CrossReferenceTables& tables);
 

@@ -25,6 +25,7 @@
 
 #include "bcl.pb.h"
 #include "vrex/data/Result.h"
+#include "vrex/Export.h"
 
 namespace vrex::data {
 
@@ -54,30 +55,30 @@ struct Duration {
 
 /// Reads a contract time. Fails on an unknown scale number, on a MINMAX value
 /// other than 1 or -1, and when the count does not fit in 64-bit ticks.
-Result<Instant> ToInstant(const bcl::DateTime& time);
+VREX_EXPORT Result<Instant> ToInstant(const bcl::DateTime& time);
 
 /// Writes a time in the coarsest scale that holds it exactly (DAYS for whole
 /// days ... TICKS otherwise), which keeps the message short; an extreme is
 /// written as MINMAX with value 1 or -1.
-bcl::DateTime ToDateTime(const Instant& instant);
+VREX_EXPORT bcl::DateTime ToDateTime(const Instant& instant);
 
 /// Reads a contract duration; fails as ToInstant does.
-Result<Duration> ToDuration(const bcl::TimeSpan& span);
+VREX_EXPORT Result<Duration> ToDuration(const bcl::TimeSpan& span);
 
 /// Writes a duration in the coarsest exact scale, extremes as MINMAX.
-bcl::TimeSpan ToTimeSpan(const Duration& duration);
+VREX_EXPORT bcl::TimeSpan ToTimeSpan(const Duration& duration);
 
 /// Reads a contract time as a system_clock time point (nanoseconds on the
 /// usual platforms, which cover only the years 1677 to 2262: a time outside
 /// is an error). The extremes become system_clock::time_point::min() and
 /// max(). The count is taken as it stands: the kind is not applied, so a
 /// LOCAL time gives the local wall-clock reading, not the UTC instant.
-Result<std::chrono::system_clock::time_point> ToSystemTime(const bcl::DateTime& time);
+VREX_EXPORT Result<std::chrono::system_clock::time_point> ToSystemTime(const bcl::DateTime& time);
 
 /// Writes a system_clock time point as a contract time of the given kind,
 /// rounded down to whole ticks. system_clock::time_point::min() and max()
 /// are written as the MINMAX extremes, mirroring ToSystemTime.
-bcl::DateTime FromSystemTime(std::chrono::system_clock::time_point time,
+VREX_EXPORT bcl::DateTime FromSystemTime(std::chrono::system_clock::time_point time,
                              bcl::DateTime_DateTimeKind kind = bcl::DateTime_DateTimeKind_UTC);
 
 /// ISO 8601 text with seven fractional digits in the proleptic Gregorian
@@ -86,9 +87,9 @@ bcl::DateTime FromSystemTime(std::chrono::system_clock::time_point time,
 /// unknown. Years outside 0000 to 9999 are written with a sign and six
 /// digits ("-000001-12-31T..." is the year 2 BC, year 0 being 1 BC). The
 /// extremes are written as "min" and "max".
-std::string FormatIso8601(const Instant& instant);
+VREX_EXPORT std::string FormatIso8601(const Instant& instant);
 
 /// ToInstant followed by FormatIso8601.
-Result<std::string> FormatIso8601(const bcl::DateTime& time);
+VREX_EXPORT Result<std::string> FormatIso8601(const bcl::DateTime& time);
 
 }  // namespace vrex::data

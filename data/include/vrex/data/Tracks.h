@@ -19,6 +19,7 @@
 #include "MeasurementInformation.pb.h"
 #include "VectorTrack.pb.h"
 #include "VectorTrackOfMeasurementsContainer.pb.h"
+#include "vrex/Export.h"
 
 namespace vrex::data {
 
@@ -41,10 +42,10 @@ struct Track {
 };
 
 /// Rows with the z each element carries.
-Track ReadTrack(const Korvan::KQ::DataContracts::VectorTrack& track);
+VREX_EXPORT Track ReadTrack(const Korvan::KQ::DataContracts::VectorTrack& track);
 
 /// Rows at the z positions of the matrix's ZAxisRange.
-Track ReadTrack(const Korvan::KQ::DataContracts::Matrix& matrix);
+VREX_EXPORT Track ReadTrack(const Korvan::KQ::DataContracts::Matrix& matrix);
 
 /// What the server put in the z of each element of a vector-track answer:
 /// the server decides, and the answer does not say.
@@ -58,7 +59,7 @@ enum class TrackZ {
 /// test; the others keep nullptr, and tests without a row are listed. z is a
 /// float, which holds whole numbers exactly only up to 16777216: larger
 /// identifiers may arrive rounded and then stay unmatched.
-Track TrackAcrossTests(const Korvan::KQ::DataContracts::VectorTrackOfMeasurementsContainer& answer,
+VREX_EXPORT Track TrackAcrossTests(const Korvan::KQ::DataContracts::VectorTrackOfMeasurementsContainer& answer,
                        TrackZ meaning);
 
 }  // namespace vrex::data

@@ -24,6 +24,9 @@ struct JournalEntry {
   std::string path;                 ///< request target as sent, e.g. "/api/MeasurementQuery"
   std::vector<HeaderField> headers; ///< in arrival order
   std::string body;                 ///< after any chunked transfer coding is removed
+  /// The request line and header lines byte for byte, up to and including
+  /// the blank line that ends them.
+  std::string head;
 
   /// Value of the first header whose name equals `name` ignoring case, or
   /// nullptr when the request had none.
