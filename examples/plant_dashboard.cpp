@@ -35,7 +35,7 @@ bool Failed(const vrex::Outcome& outcome) {
 
 std::string TimeText(const dc::GeneralInformation& test) {
   const auto text = vrex::data::FormatIso8601(test.measurementtime());
-  return text.ok() ? text.value() : "(" + text.error() + ")";
+  return text.Ok() ? text.Value() : "(" + text.GetStatus().Message() + ")";
 }
 
 void PrintLastTests(const dc::GeneralInformationContainer& tests) {
@@ -79,14 +79,14 @@ bool ShowLine(const vrex::Client& client, const dc::Factory& factory, const dc::
   testsQuery.set_line(line.name());
   testsQuery.mutable_lastn()->set_topn(lastTests);
   const auto tests = client.Send(testsQuery);
-  if (!Failed(tests.GetOutcome())) PrintLastTests(*tests);
+  if (!Failed(tests.GetStatus())) PrintLastTests(*tests);
 
   dc::ResultCountQuery countQuery;
   countQuery.set_factory(factory.name());
   countQuery.set_line(line.name());
   countQuery.mutable_lastn()->set_topn(1000);
   const auto counts = client.Send(countQuery);
-  if (!Failed(counts.GetOutcome())) PrintCounts(*counts);
+  if (!Failed(counts.GetStatus())) PrintCounts(*counts);
   return tests.Ok() && counts.Ok();
 }
 
@@ -111,12 +111,12 @@ int main(int argc, char** argv) {
   const vrex::Client client(OptionsFor(argv[1]));
 
   const auto version = client.Send(dc::ApiVersionQuery());
-  if (Failed(version.GetOutcome())) return 1;
+  if (Failed(version.GetStatus())) return 1;
   std::cout << "Results server " << client.BaseUrl() << ", interface " << version->major() << '.'
             << version->minor() << '.' << version->patch() << "\n\n";
 
   const auto topology = client.Send(dc::SimpleTopologyQuery());
-  if (Failed(topology.GetOutcome())) return 1;
+  if (Failed(topology.GetStatus())) return 1;
   int lines = 0;
   int failedLines = 0;
   for (const dc::Factory& factory : topology->values()) {

@@ -66,7 +66,7 @@ void PrintTopology(const dc::SimpleTopologyContainer& topology) {
 
 std::string TimeText(const dc::GeneralInformation& test) {
   const auto text = vrex::data::FormatIso8601(test.measurementtime());
-  return text.ok() ? text.value() : "(" + text.error() + ")";
+  return text.Ok() ? text.Value() : "(" + text.GetStatus().Message() + ")";
 }
 
 std::string UnitText(const dc::Unit& unit) {

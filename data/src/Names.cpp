@@ -52,11 +52,11 @@ Result<contracts::Clavis> ResolveCrossReference(const contracts::ProtocolCrossRe
   contracts::Clavis clavis;
   for (const ForeignKey& key : keys) {
     Result<std::string> name = names.Resolve(key.table, key.id);
-    if (!name.ok()) {
+    if (!name.Ok()) {
       return Result<contracts::Clavis>::Failure("cross reference " + std::to_string(row.pkident()) +
-                                                ", " + key.field + ": " + name.error());
+                                                ", " + key.field + ": " + name.GetStatus().Message());
     }
-    *(clavis.*key.part)() = std::move(name).value();
+    *(clavis.*key.part)() = std::move(name).Value();
   }
   return Result<contracts::Clavis>::Success(std::move(clavis));
 }

@@ -97,9 +97,9 @@ std::string FormatYear(std::int64_t year) {
 
 Result<Instant> ToInstant(const bcl::DateTime& time) {
   const Result<TickCount> count = ReadCount(time.value(), time.scale());
-  if (!count.ok()) return Result<Instant>::Failure("time: " + count.error());
+  if (!count.Ok()) return Result<Instant>::Failure("time: " + count.GetStatus().Message());
   return Result<Instant>::Success(
-      {TickTime(Ticks(count.value().ticks)), count.value().extreme, time.kind()});
+      {TickTime(Ticks(count.Value().ticks)), count.Value().extreme, time.kind()});
 }
 
 bcl::DateTime ToDateTime(const Instant& instant) {
@@ -113,8 +113,8 @@ bcl::DateTime ToDateTime(const Instant& instant) {
 
 Result<Duration> ToDuration(const bcl::TimeSpan& span) {
   const Result<TickCount> count = ReadCount(span.value(), span.scale());
-  if (!count.ok()) return Result<Duration>::Failure("duration: " + count.error());
-  return Result<Duration>::Success({Ticks(count.value().ticks), count.value().extreme});
+  if (!count.Ok()) return Result<Duration>::Failure("duration: " + count.GetStatus().Message());
+  return Result<Duration>::Success({Ticks(count.Value().ticks), count.Value().extreme});
 }
 
 bcl::TimeSpan ToTimeSpan(const Duration& duration) {
@@ -132,14 +132,14 @@ Result<std::chrono::system_clock::time_point> ToSystemTime(const bcl::DateTime& 
   constexpr std::int64_t kPerTick = SystemPerTick::num;
 
   const Result<Instant> instant = ToInstant(time);
-  if (!instant.ok()) return Result<SystemTime>::Failure(instant.error());
-  if (instant.value().extreme == Extreme::Max) return Result<SystemTime>::Success(SystemTime::max());
-  if (instant.value().extreme == Extreme::Min) return Result<SystemTime>::Success(SystemTime::min());
+  if (!instant.Ok()) return Result<SystemTime>::Failure(instant.GetStatus().Message());
+  if (instant.Value().extreme == Extreme::Max) return Result<SystemTime>::Success(SystemTime::max());
+  if (instant.Value().extreme == Extreme::Min) return Result<SystemTime>::Success(SystemTime::min());
 
-  const std::int64_t ticks = instant.value().time.time_since_epoch().count();
+  const std::int64_t ticks = instant.Value().time.time_since_epoch().count();
   if (ticks > std::numeric_limits<SystemTime::rep>::max() / kPerTick ||
       ticks < std::numeric_limits<SystemTime::rep>::min() / kPerTick) {
-    return Result<SystemTime>::Failure("time " + FormatIso8601(instant.value()) +
+    return Result<SystemTime>::Failure("time " + FormatIso8601(instant.Value()) +
                                        " lies outside the range of std::chrono::system_clock");
   }
   return Result<SystemTime>::Success(SystemTime(SystemTime::duration(ticks * kPerTick)));
@@ -186,8 +186,8 @@ std::string FormatIso8601(const Instant& instant) {
 
 Result<std::string> FormatIso8601(const bcl::DateTime& time) {
   const Result<Instant> instant = ToInstant(time);
-  if (!instant.ok()) return Result<std::string>::Failure(instant.error());
-  return Result<std::string>::Success(FormatIso8601(instant.value()));
+  if (!instant.Ok()) return Result<std::string>::Failure(instant.GetStatus().Message());
+  return Result<std::string>::Success(FormatIso8601(instant.Value()));
 }
 
 }  // namespace vrex::data

@@ -107,7 +107,7 @@ std::set<std::string> RequestVocabulary() {
 
 SamplePlant ReadSamplePlant(const std::filesystem::path& samplePlant) {
   SamplePlant plant;
-  const stub::AnswerSet answers = stub::LoadAnswerDirectory(samplePlant);
+  const stub::AnswerSet answers = stub::LoadAnswerDirectory(samplePlant).Value();
   const auto topology = answers.find("SimpleTopologyQuery");
   Korvan::KQ::DataContracts::SimpleTopologyContainer container;
   if (topology == answers.end() || !container.ParseFromString(topology->second.body) ||
@@ -128,7 +128,7 @@ SamplePlant ReadSamplePlant(const std::filesystem::path& samplePlant) {
 std::vector<Seed> AnswerSeeds(const std::filesystem::path& samplePlant, const SamplePlant& plant) {
   const TypeList& types = AnswerTypes();
   std::vector<Seed> seeds;
-  for (const auto& [requestType, answer] : stub::LoadAnswerDirectory(samplePlant)) {
+  for (const auto& [requestType, answer] : stub::LoadAnswerDirectory(samplePlant).Value()) {
     const RequestInfo* request = FindRequest(requestType);
     const Descriptor* type = request != nullptr ? AnswerDescriptor(*request) : nullptr;
     if (type != nullptr) {

@@ -35,7 +35,9 @@ std::string AnswerProblem(const stub::JournalEntry& entry, const stub::CannedAns
 
 StubRequestProbe::StubRequestProbe(const std::filesystem::path& answerDirectory)
     : server_(stub::StubServerOptions{"127.0.0.1", 0, 2}) {
-  server_.LoadAnswers(answerDirectory);
+  if (!server_.LoadAnswers(answerDirectory)) {
+    std::abort();  // the fuzzer's own set-up is broken: stop at once
+  }
   server_.SetRequestObserver([this](const stub::JournalEntry& entry,
                                     const stub::CannedAnswer& answer) { Observe(entry, answer); });
   server_.Start();

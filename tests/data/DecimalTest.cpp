@@ -30,12 +30,12 @@ TEST(DecimalTest, TextAndMessageConvertBothWaysExactly) {
     number.set_lo(c.lo);
     number.set_hi(c.hi);
     number.set_signscale(c.signScale);
-    EXPECT_EQ(FormatDecimal(number).value(), c.text);
+    EXPECT_EQ(FormatDecimal(number).Value(), c.text);
     const Result<bcl::Decimal> parsed = ParseDecimal(c.text);
-    ASSERT_TRUE(parsed.ok()) << parsed.error();
-    EXPECT_EQ(parsed.value().SerializeAsString(), number.SerializeAsString());
+    ASSERT_TRUE(parsed.Ok()) << parsed.GetStatus().Message();
+    EXPECT_EQ(parsed.Value().SerializeAsString(), number.SerializeAsString());
   }
-  EXPECT_EQ(FormatDecimal(ParseDecimal("+0007.50").value()).value(), "7.50");
+  EXPECT_EQ(FormatDecimal(ParseDecimal("+0007.50").Value()).Value(), "7.50");
 }
 
 TEST(DecimalTest, RejectsMalformedTextAndMessagesWithoutRounding) {
@@ -46,13 +46,13 @@ TEST(DecimalTest, RejectsMalformedTextAndMessagesWithoutRounding) {
   };
   for (const char* text : malformed) {
     const Result<bcl::Decimal> parsed = ParseDecimal(text);
-    EXPECT_FALSE(parsed.ok()) << '"' << text << '"';
-    EXPECT_NE(parsed.error().find(std::string("\"") + text + "\""), std::string::npos) << parsed.error();
+    EXPECT_FALSE(parsed.Ok()) << '"' << text << '"';
+    EXPECT_NE(parsed.GetStatus().Message().find(std::string("\"") + text + "\""), std::string::npos) << parsed.GetStatus().Message();
   }
   for (const std::uint32_t signScale : {29U << 1, 1U << 17}) {
     bcl::Decimal number;
     number.set_signscale(signScale);
-    EXPECT_FALSE(FormatDecimal(number).ok()) << signScale;
+    EXPECT_FALSE(FormatDecimal(number).Ok()) << signScale;
   }
 }
 

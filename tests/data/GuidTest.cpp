@@ -12,16 +12,16 @@ constexpr GuidBytes kBytes = {0x33, 0x22, 0x11, 0x00, 0x55, 0x44, 0x77, 0x66,
 
 TEST(GuidTest, KnownIdentifierMapsToItsBytesAndHalves) {
   const Result<bcl::Guid> parsed = ParseGuid("00112233-4455-6677-8899-AABBCCDDEEFF");
-  ASSERT_TRUE(parsed.ok()) << parsed.error();
-  EXPECT_EQ(parsed.value().lo(), 0x6677445500112233ULL);
-  EXPECT_EQ(parsed.value().hi(), 0xffeeddccbbaa9988ULL);
-  EXPECT_EQ(GuidToBytes(parsed.value()), kBytes);
+  ASSERT_TRUE(parsed.Ok()) << parsed.GetStatus().Message();
+  EXPECT_EQ(parsed.Value().lo(), 0x6677445500112233ULL);
+  EXPECT_EQ(parsed.Value().hi(), 0xffeeddccbbaa9988ULL);
+  EXPECT_EQ(GuidToBytes(parsed.Value()), kBytes);
   EXPECT_EQ(FormatGuid(GuidFromBytes(kBytes)), kText);
   EXPECT_EQ(FormatGuid(bcl::Guid()), "00000000-0000-0000-0000-000000000000");
 
   // Two fixed64 fields put the 16-byte form on the wire as it stands.
   const std::string bytes(kBytes.begin(), kBytes.end());
-  EXPECT_EQ(parsed.value().SerializeAsString(), "\x09" + bytes.substr(0, 8) + "\x11" + bytes.substr(8));
+  EXPECT_EQ(parsed.Value().SerializeAsString(), "\x09" + bytes.substr(0, 8) + "\x11" + bytes.substr(8));
 }
 
 TEST(GuidTest, RejectsAnythingButTheCanonicalForm) {
@@ -36,8 +36,8 @@ TEST(GuidTest, RejectsAnythingButTheCanonicalForm) {
   };
   for (const char* text : malformed) {
     const Result<bcl::Guid> parsed = ParseGuid(text);
-    EXPECT_FALSE(parsed.ok()) << text;
-    EXPECT_NE(parsed.error().find(text), std::string::npos) << parsed.error();
+    EXPECT_FALSE(parsed.Ok()) << text;
+    EXPECT_NE(parsed.GetStatus().Message().find(text), std::string::npos) << parsed.GetStatus().Message();
   }
 }
 

@@ -70,21 +70,21 @@ TEST_F(ValueContainerTest, PairsByHandleAndShowsUnpairedEntries) {
 }
 
 TEST_F(ValueContainerTest, FindsByKeyAndSaysWhyNot) {
-  EXPECT_EQ(FindValue(container_, MakeClavis("paired")).value()->scalar().value(), 1.5F);
+  EXPECT_EQ(FindValue(container_, MakeClavis("paired")).Value()->scalar().value(), 1.5F);
 
   const auto unsent = FindValue(container_, MakeClavis("unsent"));
-  ASSERT_FALSE(unsent.ok());
-  EXPECT_NE(unsent.error().find("has no value"), std::string::npos) << unsent.error();
+  ASSERT_FALSE(unsent.Ok());
+  EXPECT_NE(unsent.GetStatus().Message().find("has no value"), std::string::npos) << unsent.GetStatus().Message();
   const auto unknown = FindValue(container_, MakeClavis("paired", "other"));
-  ASSERT_FALSE(unknown.ok());
-  EXPECT_NE(unknown.error().find("not in the container"), std::string::npos) << unknown.error();
+  ASSERT_FALSE(unknown.Ok());
+  EXPECT_NE(unknown.GetStatus().Message().find("not in the container"), std::string::npos) << unknown.GetStatus().Message();
 
   // A repeated key: the lowest handle with a value wins, whatever the map order.
   (*container_.mutable_keys())[9] = MakeClavis("unsent");
   (*container_.mutable_values())[9] = ScalarValue(9.0F);
   (*container_.mutable_keys())[7] = MakeClavis("unsent");
   (*container_.mutable_values())[7] = ScalarValue(7.0F);
-  EXPECT_EQ(FindValue(container_, MakeClavis("unsent")).value()->scalar().value(), 7.0F);
+  EXPECT_EQ(FindValue(container_, MakeClavis("unsent")).Value()->scalar().value(), 7.0F);
 }
 
 TEST(MeasurementKindTest, TellsOneKindNoneOrSeveral) {

@@ -32,12 +32,12 @@ class NamesTest : public testing::Test {
 };
 
 TEST_F(NamesTest, FirstTableAndRowWinAndMissesAreNamed) {
-  EXPECT_EQ(names_.Resolve("Mode", 1).value(), "Run");
-  EXPECT_EQ(names_.Resolve("Mode", 0).value(), "");
+  EXPECT_EQ(names_.Resolve("Mode", 1).Value(), "Run");
+  EXPECT_EQ(names_.Resolve("Mode", 0).Value(), "");
   EXPECT_EQ(names_.Find("Mode", 2), nullptr);
   EXPECT_EQ(names_.Find("mode", 1), nullptr);
-  EXPECT_EQ(names_.Resolve("Sensor", 1).error(), "no name table \"Sensor\"");
-  EXPECT_EQ(names_.Resolve("Empty", 5).error(), "name table \"Empty\" has no Id 5");
+  EXPECT_EQ(names_.Resolve("Sensor", 1).GetStatus().Message(), "no name table \"Sensor\"");
+  EXPECT_EQ(names_.Resolve("Empty", 5).GetStatus().Message(), "name table \"Empty\" has no Id 5");
 }
 
 TEST_F(NamesTest, CrossReferenceRowBecomesClavisParts) {
@@ -56,11 +56,11 @@ TEST_F(NamesTest, CrossReferenceRowBecomesClavisParts) {
   expected.set_location("Front");
   expected.set_instrumentparameter("Level");
   const Result<contracts::Clavis> clavis = ResolveCrossReference(row, names_, tables);
-  ASSERT_TRUE(clavis.ok()) << clavis.error();
-  EXPECT_EQ(clavis.value().SerializeAsString(), expected.SerializeAsString());
+  ASSERT_TRUE(clavis.Ok()) << clavis.GetStatus().Message();
+  EXPECT_EQ(clavis.Value().SerializeAsString(), expected.SerializeAsString());
 
   row.set_fklocation(8);
-  EXPECT_EQ(ResolveCrossReference(row, names_, tables).error(),
+  EXPECT_EQ(ResolveCrossReference(row, names_, tables).GetStatus().Message(),
             "cross reference 12, FkLocation: name table \"Loc\" has no Id 8");
 }
 

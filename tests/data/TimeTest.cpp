@@ -38,37 +38,37 @@ TEST(TimeTest, EachScaleReadsUpToItsLastFittingCountAndReportsTheNext) {
     const std::int64_t last = kMax / unit.count();
     for (const std::int64_t value : {std::int64_t{-3}, last, -last}) {
       const Result<Instant> read = ToInstant(MakeTime(value, scale));
-      ASSERT_TRUE(read.ok()) << read.error();
-      EXPECT_EQ(read.value().time.time_since_epoch(), value * unit);
+      ASSERT_TRUE(read.Ok()) << read.GetStatus().Message();
+      EXPECT_EQ(read.Value().time.time_since_epoch(), value * unit);
     }
     if (unit.count() == 1) continue;
-    EXPECT_FALSE(ToInstant(MakeTime(-last - 1, scale)).ok());
+    EXPECT_FALSE(ToInstant(MakeTime(-last - 1, scale)).Ok());
     bcl::TimeSpan span;
     span.set_value(last + 1);
     span.set_scale(static_cast<bcl::TimeSpan_TimeSpanScale>(scale));
-    EXPECT_NE(ToDuration(span).error().find("does not fit"), std::string::npos);
+    EXPECT_NE(ToDuration(span).GetStatus().Message().find("does not fit"), std::string::npos);
   }
-  EXPECT_NE(ToInstant(MakeTime(1, static_cast<Scale>(7))).error().find("scale 7"), std::string::npos);
+  EXPECT_NE(ToInstant(MakeTime(1, static_cast<Scale>(7))).GetStatus().Message().find("scale 7"), std::string::npos);
 }
 
 TEST(TimeTest, MinMaxIsAnExtremeNeverOneUnit) {
-  const Instant greatest = ToInstant(MakeTime(1, bcl::DateTime_TimeSpanScale_MINMAX)).value();
+  const Instant greatest = ToInstant(MakeTime(1, bcl::DateTime_TimeSpanScale_MINMAX)).Value();
   EXPECT_EQ(greatest.extreme, Extreme::Max);
   EXPECT_EQ(greatest.time, TickTime::max());
   EXPECT_EQ(FormatIso8601(greatest), "max");
   EXPECT_EQ(ToDateTime(greatest).SerializeAsString(),
             MakeTime(1, bcl::DateTime_TimeSpanScale_MINMAX).SerializeAsString());
-  EXPECT_EQ(ToInstant(MakeTime(-1, bcl::DateTime_TimeSpanScale_MINMAX)).value().extreme, Extreme::Min);
-  EXPECT_EQ(ToSystemTime(MakeTime(-1, bcl::DateTime_TimeSpanScale_MINMAX)).value(),
+  EXPECT_EQ(ToInstant(MakeTime(-1, bcl::DateTime_TimeSpanScale_MINMAX)).Value().extreme, Extreme::Min);
+  EXPECT_EQ(ToSystemTime(MakeTime(-1, bcl::DateTime_TimeSpanScale_MINMAX)).Value(),
             system_clock::time_point::min());
   EXPECT_EQ(FromSystemTime(system_clock::time_point::max()).scale(), bcl::DateTime_TimeSpanScale_MINMAX);
   for (const std::int64_t odd : {0, 2, -2}) {
-    EXPECT_FALSE(ToInstant(MakeTime(odd, bcl::DateTime_TimeSpanScale_MINMAX)).ok()) << odd;
+    EXPECT_FALSE(ToInstant(MakeTime(odd, bcl::DateTime_TimeSpanScale_MINMAX)).Ok()) << odd;
   }
   bcl::TimeSpan longest;
   longest.set_value(1);
   longest.set_scale(bcl::TimeSpan_TimeSpanScale_MINMAX);
-  const Duration read = ToDuration(longest).value();
+  const Duration read = ToDuration(longest).Value();
   EXPECT_EQ(read.extreme, Extreme::Max);
   EXPECT_EQ(ToTimeSpan(read).SerializeAsString(), longest.SerializeAsString());
 }
@@ -87,7 +87,7 @@ TEST(TimeTest, WritesTheCoarsestExactScaleAndReadsItBack) {
               MakeTime(value, scale, bcl::DateTime_DateTimeKind_LOCAL).SerializeAsString());
     bcl::DateTime wire;
     ASSERT_TRUE(wire.ParseFromString(written.SerializeAsString()));
-    EXPECT_EQ(ToInstant(wire).value().time.time_since_epoch(), ticks);
+    EXPECT_EQ(ToInstant(wire).Value().time.time_since_epoch(), ticks);
   }
 }
 
@@ -105,7 +105,7 @@ TEST(TimeTest, FormatsLikeTheCLibraryOverTheFourDigitYears) {
                   parts.tm_year + 1900, parts.tm_mon + 1, parts.tm_mday, parts.tm_hour,
                   parts.tm_min, parts.tm_sec, static_cast<long long>(fraction));
     const auto text = FormatIso8601(MakeTime(seconds * 10000000 + fraction, bcl::DateTime_TimeSpanScale_TICKS, kUtc));
-    ASSERT_EQ(text.value(), expected) << "seconds " << seconds;
+    ASSERT_EQ(text.Value(), expected) << "seconds " << seconds;
   }
 }
 
@@ -122,15 +122,15 @@ TEST(TimeTest, FormatsPreEpochKindsAndTheEndsOfTheTickRange) {
       // Ends of the range, checked against GNU date.
       {MakeTime(kMax, bcl::DateTime_TimeSpanScale_TICKS, kUtc), "+031197-09-14T02:48:05.4775807Z"},
       {MakeTime(kMin, bcl::DateTime_TimeSpanScale_TICKS), "-027258-04-19T21:11:54.5224192"}};
-  for (const auto& [time, text] : cases) EXPECT_EQ(FormatIso8601(time).value(), text);
+  for (const auto& [time, text] : cases) EXPECT_EQ(FormatIso8601(time).Value(), text);
 }
 
 TEST(TimeTest, SystemClockConversionReportsOverflowAndRoundsDown) {
-  EXPECT_EQ(ToSystemTime(MakeTime(1, bcl::DateTime_TimeSpanScale_DAYS)).value(),
+  EXPECT_EQ(ToSystemTime(MakeTime(1, bcl::DateTime_TimeSpanScale_DAYS)).Value(),
             system_clock::time_point(std::chrono::hours(24)));
   // Year 2298: far inside the tick range, beyond 64-bit nanoseconds.
   const auto late = ToSystemTime(MakeTime(120000, bcl::DateTime_TimeSpanScale_DAYS));
-  EXPECT_NE(late.error().find("2298-07-20"), std::string::npos) << late.error();
+  EXPECT_NE(late.GetStatus().Message().find("2298-07-20"), std::string::npos) << late.GetStatus().Message();
   EXPECT_EQ(FromSystemTime(system_clock::time_point(std::chrono::nanoseconds(-1))).SerializeAsString(),
             MakeTime(-1, bcl::DateTime_TimeSpanScale_TICKS, kUtc).SerializeAsString());
 }

@@ -120,7 +120,7 @@ class Concurrency : public ::testing::TestWithParam<Api> {
     }
     auto result = client->Send(query);
     if (!result) {
-      return result.GetOutcome().Message();
+      return result.GetStatus().Message();
     }
     answer = std::move(result.Value());
     return std::nullopt;

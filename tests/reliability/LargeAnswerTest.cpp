@@ -70,9 +70,9 @@ TEST_F(LargeAnswer, SessionClientSendHoldsItWholeAndReportsItUnreadable) {
   const auto result =
       RunBounded([&] { return client.Send(contracts::ApiVersionQuery()); }, ReleaseServer());
 
-  EXPECT_EQ(result.GetOutcome().GetEvent(), Outcome::Event::AnswerUnreadable)
-      << result.GetOutcome().Message();
-  EXPECT_EQ(result.GetOutcome().HttpStatus(), 200);
+  EXPECT_EQ(result.GetStatus().GetEvent(), Outcome::Event::AnswerUnreadable)
+      << result.GetStatus().Message();
+  EXPECT_EQ(result.GetStatus().HttpStatus(), 200);
 }
 
 TEST_F(LargeAnswer, SessionClientDownloadStreamsItInBoundedMemory) {

@@ -90,7 +90,7 @@ TEST_P(TlsVerification, SessionClientVerifiesCertificateAndHostUnlessTurnedOff) 
     options.tls.caFile = kCertificate;
   }
 
-  const Outcome outcome = Client(options).Send(contracts::ApiVersionQuery()).GetOutcome();
+  const Outcome outcome = Client(options).Send(contracts::ApiVersionQuery()).GetStatus();
 
   EXPECT_EQ(outcome.Ok(), row.succeeds) << outcome.Message();
   EXPECT_EQ(server.Requests(), row.succeeds ? 1 : 0);

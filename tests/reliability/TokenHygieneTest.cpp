@@ -157,8 +157,8 @@ TEST_P(SessionTokenHygiene, SessionClientNeverPrintsNorReportsTheToken) {
     const std::string errorOutput = ::testing::internal::GetCapturedStderr();
 
     EXPECT_EQ(errorOutput, "") << "the session client prints nothing";
-    EXPECT_TRUE(ShowsNoPartOf(token, result.GetOutcome().Message()));
-    EXPECT_TRUE(ShowsNoPartOf(token, result.GetOutcome().ErrorText()));
+    EXPECT_TRUE(ShowsNoPartOf(token, result.GetStatus().Message()));
+    EXPECT_TRUE(ShowsNoPartOf(token, result.GetStatus().ErrorText()));
     EXPECT_TRUE(ShowsNoPartOf(token, trace));
   }
 }

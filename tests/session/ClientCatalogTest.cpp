@@ -44,7 +44,7 @@ void CheckQuery(const vrex::Client& client) {
   const auto result = client.Send(Query());
   using Answer = std::decay_t<decltype(result.Value())>;
   EXPECT_EQ(Answer::descriptor(), vrex::AnswerDescriptor(*vrex::FindRequest(name))) << name;
-  ASSERT_TRUE(result) << result.GetOutcome().Message();
+  ASSERT_TRUE(result) << result.GetStatus().Message();
   const pb::UnknownFieldSet& marker = result->GetReflection()->GetUnknownFields(*result);
   ASSERT_EQ(marker.field_count(), 1) << name;
   EXPECT_EQ(marker.field(0).length_delimited(), name);

@@ -65,7 +65,7 @@ TEST(ClientOutcome, MatchesTheEstablishedPostForEveryServerAnswer) {
     google::protobuf::Arena arena;
     const auto result = client.Send(contracts::ApiVersionQuery(), arena);
     EXPECT_EQ(result->GetArena(), &arena);
-    const Outcome& outcome = result.GetOutcome();
+    const Outcome& outcome = result.GetStatus();
     EXPECT_EQ(outcome.GetEvent(), row.event) << vrex::ToString(outcome.GetEvent());
     EXPECT_EQ(outcome.Status().codecategory(), row.category);
     EXPECT_EQ(outcome.Status().detailcode(), row.detail);
@@ -88,7 +88,7 @@ TEST(ClientOutcome, MatchesTheEstablishedPostForEveryServerAnswer) {
 TEST(ClientOutcome, ReportsAnUnreachableServerWithLibcurlsTextAndPrintsNothing) {
   const vrex::Client client(QuickOptions(vrex::testing::UnreachableUrl()));
   ::testing::internal::CaptureStderr();
-  const Outcome outcome = client.Send(contracts::ApiVersionQuery()).GetOutcome();
+  const Outcome outcome = client.Send(contracts::ApiVersionQuery()).GetStatus();
   EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
   EXPECT_EQ(outcome.GetEvent(), Outcome::Event::TransportFailed);
   EXPECT_EQ(outcome.Status().codecategory(), enums::CodeCategory_Backend);

@@ -51,7 +51,7 @@ TEST(ClientRetries, RepeatsQueriesOnlyAfterGatewayStatusesAndNeverCommands) {
     TestServer server(Scripted(row.statuses));
     const Outcome outcome = vrex::Client(QuickOptions(server.BaseUrl(), 4))
                                 .Send(contracts::ApiVersionQuery())
-                                .GetOutcome();
+                                .GetStatus();
     EXPECT_EQ(server.RequestCount(), static_cast<std::size_t>(row.expectedAttempts));
     EXPECT_EQ(outcome.Attempts(), row.expectedAttempts);
     EXPECT_EQ(outcome.HttpStatus(), row.expectedStatus);
@@ -61,16 +61,16 @@ TEST(ClientRetries, RepeatsQueriesOnlyAfterGatewayStatusesAndNeverCommands) {
   const vrex::Client client(QuickOptions(commandServer.BaseUrl(), 4));
   EXPECT_EQ(client.Send(contracts::AddShiftCommand()).Attempts(), 1);
   // Answered like a query, yet it changes the topology.
-  EXPECT_EQ(client.Send(contracts::PropagateTopologyModelCommand()).GetOutcome().Attempts(), 1);
+  EXPECT_EQ(client.Send(contracts::PropagateTopologyModelCommand()).GetStatus().Attempts(), 1);
   EXPECT_EQ(commandServer.RequestCount(), 2u);
 }
 
 TEST(ClientRetries, RepeatsAfterTransportFailuresWithinTheAttemptAndTimeBounds) {
   vrex::ClientOptions options = QuickOptions(vrex::testing::UnreachableUrl(), 3);
-  EXPECT_EQ(vrex::Client(options).Send(contracts::ApiVersionQuery()).GetOutcome().Attempts(), 3);
+  EXPECT_EQ(vrex::Client(options).Send(contracts::ApiVersionQuery()).GetStatus().Attempts(), 3);
   options.retry.initialDelay = std::chrono::milliseconds(10);
   options.retry.maxTotalTime = std::chrono::milliseconds(0);  // no time for a second attempt
-  EXPECT_EQ(vrex::Client(options).Send(contracts::ApiVersionQuery()).GetOutcome().Attempts(), 1);
+  EXPECT_EQ(vrex::Client(options).Send(contracts::ApiVersionQuery()).GetStatus().Attempts(), 1);
 }
 
 TEST(ClientTimeouts, AnUnansweredCallEndsAsATimedOutTransfer) {
@@ -82,7 +82,7 @@ TEST(ClientTimeouts, AnUnansweredCallEndsAsATimedOutTransfer) {
   vrex::ClientOptions options = QuickOptions(server.BaseUrl(), 2);
   options.totalTimeout = std::chrono::milliseconds(100);
 
-  const Outcome outcome = vrex::Client(options).Send(contracts::ApiVersionQuery()).GetOutcome();
+  const Outcome outcome = vrex::Client(options).Send(contracts::ApiVersionQuery()).GetStatus();
   EXPECT_EQ(outcome.GetEvent(), Outcome::Event::TransportFailed);
   EXPECT_THAT(outcome.ErrorText(), ::testing::HasSubstr("timed out"));
   EXPECT_EQ(outcome.Attempts(), 2);  // a time-out is worth another attempt

@@ -20,7 +20,7 @@ using vrex::mocks::RequestTypeIs;
 std::string DescribeServer(const vrex::Client& client) {
   const auto version = client.Send(contracts::ApiVersionQuery());
   if (!version) {
-    return "unavailable: " + version.GetOutcome().Message();
+    return "unavailable: " + version.GetStatus().Message();
   }
   return "interface " + std::to_string(version->major()) + "." + std::to_string(version->minor());
 }

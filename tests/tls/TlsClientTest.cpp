@@ -161,7 +161,7 @@ TEST_P(TlsClientTest, ReportsTheOutcomeOfTheHandshake) {
 
   const auto result = client.Send(query);
 
-  const Outcome& outcome = result.GetOutcome();
+  const Outcome& outcome = result.GetStatus();
   EXPECT_EQ(outcome.GetEvent(), tlsCase.expected) << outcome.Message();
   EXPECT_EQ(outcome.HttpStatus(), tlsCase.expectedStatus) << outcome.Message();
   EXPECT_NE(outcome.Message().find(tlsCase.messagePart), std::string::npos)

@@ -33,8 +33,8 @@ void ExpectAnswerPrinted(const RequestInfo& request, const std::string& out) {
   switch (request.kind) {
     case RequestKind::Query: {
       const auto answer = MessageFromJson(request.answerType, out);
-      EXPECT_TRUE(answer.ok()) << request.name << " printed no " << request.answerType << ": "
-                               << answer.error() << "\n" << out;
+      EXPECT_TRUE(answer.Ok()) << request.name << " printed no " << request.answerType << ": "
+                               << answer.GetStatus().Message() << "\n" << out;
       break;
     }
     case RequestKind::Command:
@@ -68,12 +68,12 @@ TEST_F(CallCommand, EveryListedRequestIsCallableFromItsTemplate) {
     const auto received = Received(type);
     ASSERT_EQ(received.size(), 1U);
     const auto sent = MessageFromJson(type, skeleton.out);
-    ASSERT_TRUE(sent.ok()) << sent.error();
-    std::unique_ptr<google::protobuf::Message> parsed(sent.value()->New());
+    ASSERT_TRUE(sent.Ok()) << sent.GetStatus().Message();
+    std::unique_ptr<google::protobuf::Message> parsed(sent.Value()->New());
     if (received[0].body != "{}") {
       ASSERT_TRUE(parsed->ParseFromString(received[0].body));
     }
-    EXPECT_TRUE(google::protobuf::util::MessageDifferencer::Equals(*parsed, *sent.value()));
+    EXPECT_TRUE(google::protobuf::util::MessageDifferencer::Equals(*parsed, *sent.Value()));
   }
 }
 

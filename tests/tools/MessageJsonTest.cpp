@@ -17,8 +17,8 @@ TEST(MessageFromJson, BuildsTheNamedTypeWithContractFieldNames) {
   const auto message = MessageFromJson(
       "MeasurementQuery",
       R"({"Factory": "F", "LastN": {"TopN": 3}, "Clavis": {"Items": [{"Mode": "Run"}], "Exclude": false}})");
-  ASSERT_TRUE(message.ok()) << message.error();
-  const auto& query = dynamic_cast<const dc::MeasurementQuery&>(*message.value());
+  ASSERT_TRUE(message.Ok()) << message.GetStatus().Message();
+  const auto& query = dynamic_cast<const dc::MeasurementQuery&>(*message.Value());
   EXPECT_EQ(query.factory(), "F");
   EXPECT_EQ(query.lastn().topn(), 3);
   EXPECT_EQ(query.clavis().items(0).mode(), "Run");
@@ -37,8 +37,8 @@ TEST(MessageFromJson, FailuresNameTheirCause) {
   };
   for (const auto& [type, json, message] : cases) {
     const auto result = MessageFromJson(type, json);
-    EXPECT_FALSE(result.ok()) << json;
-    EXPECT_THAT(result.error(), HasSubstr(message));
+    EXPECT_FALSE(result.Ok()) << json;
+    EXPECT_THAT(result.GetStatus().Message(), HasSubstr(message));
   }
 }
 
@@ -56,7 +56,7 @@ TEST(MessageFromJson, HostileInputIsAnErrorNotACrash) {
       "null",
   };
   for (const std::string& input : inputs) {
-    EXPECT_FALSE(MessageFromJson("MeasurementQuery", input).ok()) << input.substr(0, 40);
+    EXPECT_FALSE(MessageFromJson("MeasurementQuery", input).Ok()) << input.substr(0, 40);
   }
 }
 
@@ -67,11 +67,11 @@ TEST(MessageToJson, PrintsContractNamesAndRoundTrips) {
   JsonLayout oneLine;
   oneLine.multiLine = false;
   const auto json = MessageToJson(query, oneLine);
-  ASSERT_TRUE(json.ok()) << json.error();
-  EXPECT_EQ(json.value(), R"({"Line":"L","LastN":{"TopN":7}})");
-  const auto back = MessageFromJson("MeasurementQuery", json.value());
-  ASSERT_TRUE(back.ok());
-  EXPECT_EQ(back.value()->SerializeAsString(), query.SerializeAsString());
+  ASSERT_TRUE(json.Ok()) << json.GetStatus().Message();
+  EXPECT_EQ(json.Value(), R"({"Line":"L","LastN":{"TopN":7}})");
+  const auto back = MessageFromJson("MeasurementQuery", json.Value());
+  ASSERT_TRUE(back.Ok());
+  EXPECT_EQ(back.Value()->SerializeAsString(), query.SerializeAsString());
 }
 
 TEST(FindMessageType, TakesShortAndFullNames) {

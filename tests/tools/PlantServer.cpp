@@ -11,7 +11,7 @@ stub::CannedAnswer BodyAnswer(int status, std::string body, std::string contentT
 }
 
 void PlantServerTest::SetUp() {
-  server.LoadAnswers(VREX_STUB_SAMPLE_PLANT);
+  ASSERT_TRUE(server.LoadAnswers(VREX_STUB_SAMPLE_PLANT).Ok());
   server.Start();
 }
 

@@ -69,8 +69,8 @@ TEST_F(VersionCommand, JsonOutputIsTheVersionRecord) {
   const auto result = Vrex("version", {"--json"});
   ASSERT_EQ(result.exitCode, 0) << result.err;
   const auto version = MessageFromJson("VersionDTO", result.out);
-  ASSERT_TRUE(version.ok()) << version.error();
-  EXPECT_EQ(static_cast<const dc::VersionDTO&>(*version.value()).patch(), 1);
+  ASSERT_TRUE(version.Ok()) << version.GetStatus().Message();
+  EXPECT_EQ(static_cast<const dc::VersionDTO&>(*version.Value()).patch(), 1);
 }
 
 using TopologyCommand = PlantServerTest;
@@ -89,8 +89,8 @@ TEST_F(TopologyCommand, JsonOutputParsesAsTheTopology) {
   const auto result = Vrex("topology", {"--json"});
   ASSERT_EQ(result.exitCode, 0) << result.err;
   const auto topology = MessageFromJson("SimpleTopologyContainer", result.out);
-  ASSERT_TRUE(topology.ok()) << topology.error();
-  EXPECT_EQ(static_cast<const dc::SimpleTopologyContainer&>(*topology.value()).values_size(), 2);
+  ASSERT_TRUE(topology.Ok()) << topology.GetStatus().Message();
+  EXPECT_EQ(static_cast<const dc::SimpleTopologyContainer&>(*topology.Value()).values_size(), 2);
 }
 
 using TestsCommand = PlantServerTest;
@@ -143,8 +143,8 @@ TEST_F(TestsCommand, ReadsAWindowInTheLinesTimeZone) {
   ASSERT_EQ(result.exitCode, 0) << result.err;
   const auto query = LastSent<dc::GeneralInformationQuery>(Received("GeneralInformationQuery"));
   ASSERT_TRUE(query.has_time());
-  EXPECT_EQ(data::FormatIso8601(query.time().from()).value(), "2024-03-12T07:00:00.0000000Z");
-  EXPECT_EQ(data::FormatIso8601(query.time().until()).value(), "2024-07-01T08:00:00.0000000Z");
+  EXPECT_EQ(data::FormatIso8601(query.time().from()).Value(), "2024-03-12T07:00:00.0000000Z");
+  EXPECT_EQ(data::FormatIso8601(query.time().until()).Value(), "2024-07-01T08:00:00.0000000Z");
   EXPECT_FALSE(query.has_lastn());
 }
 
@@ -154,8 +154,8 @@ TEST_F(TestsCommand, SinceAsksForTheSpanBackFromNow) {
   const auto query = LastSent<dc::GeneralInformationQuery>(Received("GeneralInformationQuery"));
   const auto from = data::ToSystemTime(query.time().from());
   const auto until = data::ToSystemTime(query.time().until());
-  ASSERT_TRUE(from.ok() && until.ok());
-  EXPECT_EQ(std::chrono::duration_cast<std::chrono::minutes>(until.value() - from.value()),
+  ASSERT_TRUE(from.Ok() && until.Ok());
+  EXPECT_EQ(std::chrono::duration_cast<std::chrono::minutes>(until.Value() - from.Value()),
             std::chrono::minutes(120));
 }
 

@@ -101,7 +101,7 @@ TEST(TemplateCommand, ShowsEveryFieldAndParsesBack) {
                             "\"Exclude\"", "\"scale\": \"SECONDS\"", "\"kind\": \"UTC\""}) {
     EXPECT_THAT(result.out, HasSubstr(field));
   }
-  EXPECT_TRUE(MessageFromJson("MeasurementQuery", result.out).ok());
+  EXPECT_TRUE(MessageFromJson("MeasurementQuery", result.out).Ok());
 }
 
 TEST(HelpOutput, EveryCommandHasHelpWithExamples) {

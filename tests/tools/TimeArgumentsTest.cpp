@@ -25,19 +25,19 @@ TEST(RelativeSpans, AreReadInEveryUnitAndCombination) {
   };
   for (const auto& [text, span] : cases) {
     const auto parsed = ParseRelativeSpan(text);
-    ASSERT_TRUE(parsed.ok()) << text << ": " << parsed.error();
-    EXPECT_EQ(parsed.value(), span) << text;
+    ASSERT_TRUE(parsed.Ok()) << text << ": " << parsed.GetStatus().Message();
+    EXPECT_EQ(parsed.Value(), span) << text;
   }
   for (const char* bad : {"", "h", "2", "2x", "0h", "-2h", "2 h"}) {
-    EXPECT_FALSE(ParseRelativeSpan(bad).ok()) << bad;
+    EXPECT_FALSE(ParseRelativeSpan(bad).Ok()) << bad;
   }
 }
 
 TEST(TimeArgumentsFromNow, CountBack) {
   const SystemTime now = Utc(1'710'223'091);
   const auto parsed = ParseTimeArgument("2h", now, kBerlin);
-  ASSERT_TRUE(parsed.ok()) << parsed.error();
-  EXPECT_EQ(parsed.value(), now - hours(2));
+  ASSERT_TRUE(parsed.Ok()) << parsed.GetStatus().Message();
+  EXPECT_EQ(parsed.Value(), now - hours(2));
 }
 
 TEST(Iso8601Arguments, HonourOffsetsOrTheLinesZone) {
@@ -58,8 +58,8 @@ TEST(Iso8601Arguments, HonourOffsetsOrTheLinesZone) {
   };
   for (const Case& testCase : cases) {
     const auto parsed = ParseTimeArgument(testCase.text, Utc(0), kBerlin);
-    ASSERT_TRUE(parsed.ok()) << testCase.text << ": " << parsed.error();
-    EXPECT_EQ(std::chrono::floor<seconds>(parsed.value()), Utc(testCase.utcSeconds))
+    ASSERT_TRUE(parsed.Ok()) << testCase.text << ": " << parsed.GetStatus().Message();
+    EXPECT_EQ(std::chrono::floor<seconds>(parsed.Value()), Utc(testCase.utcSeconds))
         << testCase.text;
   }
 }
@@ -68,7 +68,7 @@ TEST(Iso8601Arguments, RejectWhatIsNoTime) {
   for (const char* bad : {"2024-13-01", "2023-02-29", "2024-03-12T25:00", "2024-03-12T08",
                           "12.03.2024", "2024-03-12T08:00+1", "2024-03-12T08:00:00Zjunk"}) {
     const auto parsed = ParseTimeArgument(bad, Utc(0), kBerlin);
-    EXPECT_FALSE(parsed.ok()) << bad;
+    EXPECT_FALSE(parsed.Ok()) << bad;
   }
 }
 

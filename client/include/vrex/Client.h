@@ -5,8 +5,8 @@
 //   vrex::ClientOptions options;
 //   options.baseUrl = "https://results:8443";
 //   const vrex::Client client(options);
-//   auto result = client.Send(measurementQuery);  // Result<MeasurementContainer>
-//   if (!result) log(result.GetOutcome().Message());
+//   auto result = client.Send(measurementQuery);  // Result<MeasurementContainer, Outcome>
+//   if (!result) log(result.GetStatus().Message());
 //
 // A Client reuses its connections, bounds every call in time, retries
 // queries after transient failures and is safe to use from several threads
@@ -42,20 +42,20 @@ class VREX_EXPORT Client {
 
   /// Sends a query and returns its answer, of the type the catalog names.
   template <class Query, std::enable_if_t<kIsQuery<Query>, int> = 0>
-  Result<AnswerOf<Query>> Send(const Query& query) const {
+  Result<AnswerOf<Query>, Outcome> Send(const Query& query) const {
     auto answer = std::make_unique<AnswerOf<Query>>();
     Outcome outcome =
         Exchange(RequestTraits<Query>::kName, RequestKind::Query, query, answer.get());
-    return Result<AnswerOf<Query>>(std::move(answer), std::move(outcome));
+    return Result<AnswerOf<Query>, Outcome>(std::move(answer), std::move(outcome));
   }
 
   /// Sends a query and parses its answer into a message on `arena`, which
   /// must outlive the result.
   template <class Query, std::enable_if_t<kIsQuery<Query>, int> = 0>
-  Result<AnswerOf<Query>> Send(const Query& query, google::protobuf::Arena& arena) const {
+  Result<AnswerOf<Query>, Outcome> Send(const Query& query, google::protobuf::Arena& arena) const {
     auto* answer = google::protobuf::Arena::CreateMessage<AnswerOf<Query>>(&arena);
     Outcome outcome = Exchange(RequestTraits<Query>::kName, RequestKind::Query, query, answer);
-    return Result<AnswerOf<Query>>(answer, std::move(outcome));
+    return Result<AnswerOf<Query>, Outcome>(answer, std::move(outcome));
   }
 
   /// Sends a command; its outcome is all the server answers. Never retried.

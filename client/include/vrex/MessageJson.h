@@ -19,7 +19,7 @@
 #include <google/protobuf/message.h>
 
 #include "vrex/Export.h"
-#include "vrex/data/Result.h"
+#include "vrex/Result.h"
 
 namespace vrex {
 
@@ -34,7 +34,7 @@ struct JsonLayout {
 /// named short ("MeasurementQuery", in Korvan.KQ.DataContracts) or in full
 /// ("bcl.DateTime"). Fails on an unknown type, text that is not JSON, a
 /// field the type lacks and a value of the wrong kind.
-VREX_EXPORT data::Result<std::unique_ptr<google::protobuf::Message>> MessageFromJson(std::string_view typeName,
+VREX_EXPORT Result<std::unique_ptr<google::protobuf::Message>> MessageFromJson(std::string_view typeName,
                                                                          std::string_view json);
 
 /// Fills `message` from `json`, as MessageFromJson does; on failure `message`
@@ -43,7 +43,7 @@ VREX_EXPORT data::Result<std::unique_ptr<google::protobuf::Message>> MessageFrom
 VREX_EXPORT std::string MergeJsonInto(std::string_view json, google::protobuf::Message& message);
 
 /// `message` as proto3 JSON with the contract's field names.
-VREX_EXPORT data::Result<std::string> MessageToJson(const google::protobuf::Message& message,
+VREX_EXPORT Result<std::string> MessageToJson(const google::protobuf::Message& message,
                                         const JsonLayout& layout = {});
 
 /// The descriptor of a contract message named short or in full, or nullptr.

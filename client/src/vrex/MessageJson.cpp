@@ -16,8 +16,8 @@ using google::protobuf::MessageFactory;
 constexpr std::string_view kContractPackage = "Korvan.KQ.DataContracts.";
 
 template <typename T>
-data::Result<T> Failure(std::string error) {
-  return data::Result<T>::Failure(std::move(error));
+Result<T> Failure(std::string error) {
+  return Result<T>::Failure(std::move(error));
 }
 
 // The JSON parser says "(Time.Items[0]) Nope: Cannot find field."; people
@@ -73,7 +73,7 @@ std::string MergeJsonInto(std::string_view json, Message& message) {
                        : DescribeUnknownField(error);
 }
 
-data::Result<std::unique_ptr<Message>> MessageFromJson(std::string_view typeName,
+Result<std::unique_ptr<Message>> MessageFromJson(std::string_view typeName,
                                                        std::string_view json) {
   using MessageResult = std::unique_ptr<Message>;
   const Descriptor* type = FindMessageType(typeName);
@@ -90,10 +90,10 @@ data::Result<std::unique_ptr<Message>> MessageFromJson(std::string_view typeName
   if (!error.empty()) {
     return Failure<MessageResult>(type->name() + ": " + error);
   }
-  return data::Result<MessageResult>::Success(std::move(message));
+  return Result<MessageResult>::Success(std::move(message));
 }
 
-data::Result<std::string> MessageToJson(const Message& message, const JsonLayout& layout) {
+Result<std::string> MessageToJson(const Message& message, const JsonLayout& layout) {
   google::protobuf::util::JsonPrintOptions options;
   options.add_whitespace = layout.multiLine;
   options.always_print_primitive_fields = layout.withDefaults;
@@ -104,7 +104,7 @@ data::Result<std::string> MessageToJson(const Message& message, const JsonLayout
   if (!status.ok()) {
     return Failure<std::string>(message.GetTypeName() + ": " + std::string(status.message()));
   }
-  return data::Result<std::string>::Success(std::move(json));
+  return Result<std::string>::Success(std::move(json));
 }
 
 }  // namespace vrex

@@ -28,49 +28,51 @@ struct AnswerFiles {
   std::optional<fs::path> meta;
 };
 
-std::string ReadWholeFile(const fs::path& path) {
+Result<std::string> ReadWholeFile(const fs::path& path) {
   std::ifstream in(path, std::ios::binary);
   if (!in) {
-    throw AnswerLoadError(path.string() + ": cannot be opened");
+    return Result<std::string>::Failure(path.string() + ": cannot be opened");
   }
   std::string content((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
   if (in.bad()) {
-    throw AnswerLoadError(path.string() + ": cannot be read");
+    return Result<std::string>::Failure(path.string() + ": cannot be read");
   }
-  return content;
+  return Result<std::string>::Success(std::move(content));
 }
 
-const RequestInfo& KnownRequest(std::string_view requestType) {
+Result<const RequestInfo*> KnownRequest(std::string_view requestType) {
   const RequestInfo* info = FindRequest(requestType);
   if (info == nullptr) {
-    throw AnswerLoadError("'" + std::string(requestType) +
-                          "' is not a request type the server knows");
+    return Result<const RequestInfo*>::Failure("'" + std::string(requestType) +
+                                               "' is not a request type the server knows");
   }
-  return *info;
+  return Result<const RequestInfo*>::Success(info);
 }
 
-const google::protobuf::Descriptor& AnswerMessageOf(const RequestInfo& request,
-                                                    std::string_view answerType) {
+Result<const google::protobuf::Descriptor*> AnswerMessageOf(const RequestInfo& request,
+                                                            std::string_view answerType) {
+  using DescriptorResult = Result<const google::protobuf::Descriptor*>;
   const google::protobuf::Descriptor* descriptor = AnswerDescriptor(request, answerType);
   if (descriptor != nullptr) {
-    return *descriptor;
+    return DescriptorResult::Success(descriptor);
   }
   if (!answerType.empty()) {
-    throw AnswerLoadError("answer-type '" + std::string(answerType) +
-                          "' names no contract message");
+    return DescriptorResult::Failure("answer-type '" + std::string(answerType) +
+                                     "' names no contract message");
   }
-  throw AnswerLoadError(std::string(request.name) + " is a " +
-                        std::string(ToString(request.kind)) +
-                        " answered by no message: give its body as raw bytes (.bin) or "
-                        "name the message with answer-type in its .meta");
+  return DescriptorResult::Failure(std::string(request.name) + " is a " +
+                                   std::string(ToString(request.kind)) +
+                                   " answered by no message: give its body as raw bytes (.bin) "
+                                   "or name the message with answer-type in its .meta");
 }
 
-std::map<std::string, AnswerFiles> FindAnswerFiles(const fs::path& directory) {
+Result<std::map<std::string, AnswerFiles>> FindAnswerFiles(const fs::path& directory) {
+  using FilesResult = Result<std::map<std::string, AnswerFiles>>;
   std::error_code error;
   fs::directory_iterator entries(directory, error);
   if (error) {
-    throw AnswerLoadError(directory.string() + ": cannot be read as a data directory (" +
-                          error.message() + ")");
+    return FilesResult::Failure(directory.string() + ": cannot be read as a data directory (" +
+                                error.message() + ")");
   }
   std::map<std::string, AnswerFiles> found;
   for (const fs::directory_entry& entry : entries) {
@@ -93,71 +95,83 @@ std::map<std::string, AnswerFiles> FindAnswerFiles(const fs::path& directory) {
     const AnswerFiles& files = it->second;
     it = (files.json || files.bin || files.meta) ? std::next(it) : found.erase(it);
   }
-  return found;
+  return FilesResult::Success(std::move(found));
 }
 
-/// Prefixes the error of loading one request type's files with the file at fault.
-template <typename Load>
-auto NamingFile(const fs::path& file, Load load) {
-  try {
-    return load();
-  } catch (const AnswerLoadError& error) {
-    const std::string what = error.what();
-    const std::string prefix = file.string() + ":";
-    throw AnswerLoadError(what.rfind(prefix, 0) == 0 ? what : prefix + " " + what);
-  }
+/// The error of loading one request type's files, prefixed with the file at fault.
+Error NamingFile(const fs::path& file, const Error& error) {
+  const std::string prefix = file.string() + ":";
+  const std::string& what = error.Message();
+  return what.rfind(prefix, 0) == 0 ? what : prefix + " " + what;
 }
 
-CannedAnswer LoadOneAnswer(const std::string& requestType, const AnswerFiles& files) {
+Result<CannedAnswer> LoadOneAnswer(const std::string& requestType, const AnswerFiles& files) {
+  using AnswerResult = Result<CannedAnswer>;
   const fs::path& someFile = files.json ? *files.json : files.bin ? *files.bin : *files.meta;
-  NamingFile(someFile, [&] { KnownRequest(requestType); });
+  if (const auto known = KnownRequest(requestType); !known) {
+    return AnswerResult::Failure(NamingFile(someFile, known.GetStatus()));
+  }
   if (files.json && files.bin) {
-    throw AnswerLoadError(files.json->string() + ": " + files.bin->filename().string() +
-                          " gives the same answer's body; keep one of them");
+    return AnswerResult::Failure(files.json->string() + ": " + files.bin->filename().string() +
+                                 " gives the same answer's body; keep one of them");
   }
 
   AnswerMeta meta;
   if (files.meta) {
-    meta = ParseAnswerMeta(ReadWholeFile(*files.meta), files.meta->string());
+    const auto text = ReadWholeFile(*files.meta);
+    if (!text) return AnswerResult::Failure(text.GetStatus());
+    auto parsed = ParseAnswerMeta(text.Value(), files.meta->string());
+    if (!parsed) return AnswerResult::Failure(parsed.GetStatus());
+    meta = std::move(parsed).Value();
   }
 
   CannedAnswer answer;
   if (files.json) {
-    answer = NamingFile(*files.json, [&] {
-      return JsonAnswer(requestType, ReadWholeFile(*files.json), meta.answerType);
-    });
+    const auto text = ReadWholeFile(*files.json);
+    if (!text) return AnswerResult::Failure(text.GetStatus());
+    auto parsed = JsonAnswer(requestType, text.Value(), meta.answerType);
+    if (!parsed) return AnswerResult::Failure(NamingFile(*files.json, parsed.GetStatus()));
+    answer = std::move(parsed).Value();
   } else if (files.bin) {
-    answer.body = ReadWholeFile(*files.bin);
+    const auto body = ReadWholeFile(*files.bin);
+    if (!body) return AnswerResult::Failure(body.GetStatus());
+    answer.body = body.Value();
     answer.contentType = std::string(kRawContentType);
   }
   ApplyAnswerMeta(meta, answer);
-  return answer;
+  return AnswerResult::Success(std::move(answer));
 }
 
 }  // namespace
 
-CannedAnswer JsonAnswer(std::string_view requestType, std::string_view json,
-                        std::string_view answerType) {
-  const google::protobuf::Descriptor& descriptor =
-      AnswerMessageOf(KnownRequest(requestType), answerType);
+Result<CannedAnswer> JsonAnswer(std::string_view requestType, std::string_view json,
+                                std::string_view answerType) {
+  const auto request = KnownRequest(requestType);
+  if (!request) return Result<CannedAnswer>::Failure(request.GetStatus());
+  const auto descriptor = AnswerMessageOf(*request.Value(), answerType);
+  if (!descriptor) return Result<CannedAnswer>::Failure(descriptor.GetStatus());
   const std::unique_ptr<google::protobuf::Message> message(
-      google::protobuf::MessageFactory::generated_factory()->GetPrototype(&descriptor)->New());
+      google::protobuf::MessageFactory::generated_factory()->GetPrototype(descriptor.Value())->New());
 
   const auto status = google::protobuf::util::JsonStringToMessage(
       google::protobuf::StringPiece(json.data(), json.size()), message.get());
   if (!status.ok()) {
-    throw AnswerLoadError("not a valid " + descriptor.name() + " in proto3 JSON: " +
-                          status.ToString());
+    return Result<CannedAnswer>::Failure("not a valid " + descriptor.Value()->name() +
+                                         " in proto3 JSON: " + status.ToString());
   }
-  return MessageAnswer(*message);
+  return Result<CannedAnswer>::Success(MessageAnswer(*message));
 }
 
-AnswerSet LoadAnswerDirectory(const fs::path& directory) {
+Result<AnswerSet> LoadAnswerDirectory(const fs::path& directory) {
+  const auto found = FindAnswerFiles(directory);
+  if (!found) return Result<AnswerSet>::Failure(found.GetStatus());
   AnswerSet answers;
-  for (const auto& [requestType, files] : FindAnswerFiles(directory)) {
-    answers.emplace(requestType, LoadOneAnswer(requestType, files));
+  for (const auto& [requestType, files] : found.Value()) {
+    auto answer = LoadOneAnswer(requestType, files);
+    if (!answer) return Result<AnswerSet>::Failure(answer.GetStatus());
+    answers.emplace(requestType, std::move(answer).Value());
   }
-  return answers;
+  return Result<AnswerSet>::Success(std::move(answers));
 }
 
 }  // namespace vrex::stub

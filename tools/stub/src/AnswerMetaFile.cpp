@@ -2,7 +2,6 @@
 
 #include <charconv>
 
-#include "vrex/stub/AnswerLoader.h"
 
 namespace vrex::stub {
 
@@ -18,59 +17,57 @@ std::string_view Trim(std::string_view text) {
   return text.substr(first, last - first + 1);
 }
 
-class MetaLineError {
- public:
-  MetaLineError(const std::string& origin, int lineNumber)
-      : prefix_(origin + ":" + std::to_string(lineNumber) + ": ") {}
+// The problem of one line, prefixed with the file and line number; empty
+// when the line is fine.
+using LineProblem = std::string;
 
-  [[noreturn]] void Fail(const std::string& reason) const {
-    throw AnswerLoadError(prefix_ + reason);
-  }
-
- private:
-  std::string prefix_;
-};
-
-int ParseNumber(std::string_view value, int min, int max, const MetaLineError& error) {
-  int number = 0;
+LineProblem ParseNumber(std::string_view value, int min, int max, int& number) {
   const auto [end, ec] = std::from_chars(value.data(), value.data() + value.size(), number);
   if (ec != std::errc() || end != value.data() + value.size() || number < min || number > max) {
-    error.Fail("'" + std::string(value) + "' is not a number from " + std::to_string(min) +
-               " to " + std::to_string(max));
+    return "'" + std::string(value) + "' is not a number from " + std::to_string(min) + " to " +
+           std::to_string(max);
   }
-  return number;
+  return {};
 }
 
-ResponseHeader ParseHeader(std::string_view value, const MetaLineError& error) {
+LineProblem ParseHeader(std::string_view value, std::vector<ResponseHeader>& headers) {
   const auto colon = value.find(':');
   if (colon == std::string_view::npos || Trim(value.substr(0, colon)).empty()) {
-    error.Fail("a header is written 'header = Name: value'");
+    return "a header is written 'header = Name: value'";
   }
-  return {std::string(Trim(value.substr(0, colon))),
-          std::string(Trim(value.substr(colon + 1)))};
+  headers.push_back(
+      {std::string(Trim(value.substr(0, colon))), std::string(Trim(value.substr(colon + 1)))});
+  return {};
 }
 
-void ApplyLine(std::string_view key, std::string_view value, AnswerMeta& meta,
-               const MetaLineError& error) {
+LineProblem ApplyLine(std::string_view key, std::string_view value, AnswerMeta& meta) {
+  int number = 0;
   if (key == "status") {
-    meta.status = ParseNumber(value, 100, 999, error);
-  } else if (key == "content-type") {
+    LineProblem problem = ParseNumber(value, 100, 999, number);
+    meta.status = number;
+    return problem;
+  }
+  if (key == "delay-ms") {
+    LineProblem problem = ParseNumber(value, 0, 3'600'000, number);
+    meta.delay = std::chrono::milliseconds(number);
+    return problem;
+  }
+  if (key == "content-type") {
     meta.contentType = std::string(value);
-  } else if (key == "delay-ms") {
-    meta.delay = std::chrono::milliseconds(ParseNumber(value, 0, 3'600'000, error));
   } else if (key == "header") {
-    meta.headers.push_back(ParseHeader(value, error));
+    return ParseHeader(value, meta.headers);
   } else if (key == "answer-type") {
     meta.answerType = std::string(value);
   } else {
-    error.Fail("unknown key '" + std::string(key) +
-               "' (known: status, content-type, delay-ms, header, answer-type)");
+    return "unknown key '" + std::string(key) +
+           "' (known: status, content-type, delay-ms, header, answer-type)";
   }
+  return {};
 }
 
 }  // namespace
 
-AnswerMeta ParseAnswerMeta(std::string_view text, const std::string& origin) {
+Result<AnswerMeta> ParseAnswerMeta(std::string_view text, const std::string& origin) {
   AnswerMeta meta;
   int lineNumber = 0;
   while (!text.empty()) {
@@ -83,14 +80,17 @@ AnswerMeta ParseAnswerMeta(std::string_view text, const std::string& origin) {
     if (line.empty() || line.front() == '#') {
       continue;
     }
-    const MetaLineError error(origin, lineNumber);
     const auto equals = line.find('=');
-    if (equals == std::string_view::npos) {
-      error.Fail("expected 'key = value'");
+    const LineProblem problem =
+        equals == std::string_view::npos
+            ? "expected 'key = value'"
+            : ApplyLine(Trim(line.substr(0, equals)), Trim(line.substr(equals + 1)), meta);
+    if (!problem.empty()) {
+      return Result<AnswerMeta>::Failure(origin + ":" + std::to_string(lineNumber) + ": " +
+                                         problem);
     }
-    ApplyLine(Trim(line.substr(0, equals)), Trim(line.substr(equals + 1)), meta, error);
   }
-  return meta;
+  return Result<AnswerMeta>::Success(std::move(meta));
 }
 
 void ApplyAnswerMeta(const AnswerMeta& meta, CannedAnswer& answer) {

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "vrex/Result.h"
 #include "vrex/stub/CannedAnswer.h"
 
 namespace vrex::stub {
@@ -20,9 +21,9 @@ struct AnswerMeta {
   std::string answerType;  ///< short message name; empty: the catalog's
 };
 
-/// Parses the "key = value" lines of a .meta file. Throws AnswerLoadError
-/// naming `origin` and the line for an unknown key or a bad value.
-AnswerMeta ParseAnswerMeta(std::string_view text, const std::string& origin);
+/// Parses the "key = value" lines of a .meta file. Fails, naming `origin`
+/// and the line, for an unknown key or a bad value.
+Result<AnswerMeta> ParseAnswerMeta(std::string_view text, const std::string& origin);
 
 /// Applies what `meta` states to `answer`, leaving the rest as it is.
 void ApplyAnswerMeta(const AnswerMeta& meta, CannedAnswer& answer);

@@ -253,11 +253,14 @@ std::optional<CannedAnswer> StubServer::Answer(std::string_view requestType) con
   return impl_->answers.Find(requestType);
 }
 
-std::size_t StubServer::LoadAnswers(const std::filesystem::path& directory) {
-  AnswerSet loaded = LoadAnswerDirectory(directory);
-  const std::size_t count = loaded.size();
-  impl_->answers.Merge(std::move(loaded));
-  return count;
+Result<std::size_t> StubServer::LoadAnswers(const std::filesystem::path& directory) {
+  Result<AnswerSet> loaded = LoadAnswerDirectory(directory);
+  if (!loaded) {
+    return Result<std::size_t>::Failure(loaded.GetStatus());
+  }
+  const std::size_t count = loaded->size();
+  impl_->answers.Merge(std::move(loaded).Value());
+  return Result<std::size_t>::Success(count);
 }
 
 std::vector<JournalEntry> StubServer::Journal() const { return impl_->journal.Entries(); }

@@ -72,12 +72,16 @@ int main(int argc, char** argv) {
   try {
     vrex::stub::StubServer server(line.server);
     const auto answers = server.LoadAnswers(line.dataDirectory);
+    if (!answers) {
+      std::cerr << "vrex-stub: " << answers.GetStatus().Message() << '\n';
+      return EXIT_FAILURE;
+    }
     if (line.verbose) {
       PrintEachRequest(server);
     }
     server.Start();
     std::cout << "vrex-stub listening on " << server.BaseUrl() << std::endl;
-    std::cerr << "vrex-stub: " << answers << " answers from " << line.dataDirectory << '\n';
+    std::cerr << "vrex-stub: " << answers.Value() << " answers from " << line.dataDirectory << '\n';
 
     int received = 0;
     sigwait(&stopSignals, &received);

@@ -45,11 +45,11 @@ ExitCode PrintAnswer(const Message& answer, OutputFormat format, Console& consol
       break;
   }
   const auto json = MessageToJson(answer);
-  if (!json.ok()) {
-    console.err << "vrex: " << json.error() << '\n';
+  if (!json.Ok()) {
+    console.err << "vrex: " << json.GetStatus().Message() << '\n';
     return ExitCode::BadAnswer;
   }
-  console.out << json.value();
+  console.out << json.Value();
   return ExitCode::Ok;
 }
 
@@ -73,15 +73,15 @@ ExitCode StreamFile(const Client& client, const CallArguments& arguments, const 
 ExitCode Run(const CallArguments& arguments, Console& console) {
   const RequestInfo* info = FindRequest(arguments.requestType);
   auto request = ReadRequest(arguments.requestType, arguments.data, console.in);
-  if (!request.ok()) {
-    return UsageError(request.error(), console);
+  if (!request.Ok()) {
+    return UsageError(request.GetStatus().Message(), console);
   }
   if (arguments.format == OutputFormat::Binary && console.outIsTerminal) {
     return UsageError("--output binary writes bytes; redirect it to a file", console);
   }
   const Client client(MakeClientOptions(arguments.server, console));
   if (info->kind == RequestKind::File && arguments.answerType.empty()) {
-    return StreamFile(client, arguments, *request.value(), console);
+    return StreamFile(client, arguments, *request.Value(), console);
   }
   const google::protobuf::Descriptor* answerType = AnswerDescriptor(*info, arguments.answerType);
   if (answerType == nullptr && !arguments.answerType.empty()) {
@@ -95,7 +95,7 @@ ExitCode Run(const CallArguments& arguments, Console& console) {
           ? google::protobuf::MessageFactory::generated_factory()->GetPrototype(answerType)->New()
           : nullptr);
   ::Korvan::KQ::DataContracts::MessageContainer ignoredBody;
-  const Outcome outcome = client.Send(arguments.requestType, *request.value(),
+  const Outcome outcome = client.Send(arguments.requestType, *request.Value(),
                                       answer ? *answer : static_cast<Message&>(ignoredBody));
   const ExitCode code = ReportOutcome(outcome, arguments.server, console);
   if (code != ExitCode::Ok) {

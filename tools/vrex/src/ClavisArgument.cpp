@@ -5,7 +5,7 @@
 
 namespace vrex::cli {
 
-data::Result<Korvan::KQ::DataContracts::Clavis> ParseClavisArgument(std::string_view text) {
+Result<Korvan::KQ::DataContracts::Clavis> ParseClavisArgument(std::string_view text) {
   std::vector<std::string> parts;
   std::size_t start = 0;
   for (;;) {
@@ -17,7 +17,7 @@ data::Result<Korvan::KQ::DataContracts::Clavis> ParseClavisArgument(std::string_
     start = slash + 1;
   }
   if (parts.size() != 6) {
-    return data::Result<Korvan::KQ::DataContracts::Clavis>::Failure(
+    return Result<Korvan::KQ::DataContracts::Clavis>::Failure(
         "--clavis \"" + std::string(text) + "\" has " + std::to_string(parts.size()) +
         " parts; write all six as Mode/Instrument/Channel/Location/InstrumentParameter/Sensor "
         "(empty parts allowed), as `vrex measurements` shows them");
@@ -29,7 +29,7 @@ data::Result<Korvan::KQ::DataContracts::Clavis> ParseClavisArgument(std::string_
   clavis.set_location(parts[3]);
   clavis.set_instrumentparameter(parts[4]);
   clavis.set_sensor(parts[5]);
-  return data::Result<Korvan::KQ::DataContracts::Clavis>::Success(std::move(clavis));
+  return Result<Korvan::KQ::DataContracts::Clavis>::Success(std::move(clavis));
 }
 
 }  // namespace vrex::cli

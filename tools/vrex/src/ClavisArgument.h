@@ -6,11 +6,11 @@
 #include <string_view>
 
 #include "Clavis.pb.h"
-#include "vrex/data/Result.h"
+#include "vrex/Result.h"
 
 namespace vrex::cli {
 
 /// Exactly six parts; any may be empty ("Run-Up/Level/Mic-1/Gearbox/RMS/").
-data::Result<Korvan::KQ::DataContracts::Clavis> ParseClavisArgument(std::string_view text);
+Result<Korvan::KQ::DataContracts::Clavis> ParseClavisArgument(std::string_view text);
 
 }  // namespace vrex::cli

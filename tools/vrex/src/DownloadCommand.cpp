@@ -37,8 +37,8 @@ ExitCode Run(const DownloadArguments& arguments, Console& console) {
     return ExitCode::Usage;
   }
   auto request = ReadRequest(arguments.requestType, arguments.data, console.in);
-  if (!request.ok()) {
-    console.err << "vrex: " << request.error() << '\n';
+  if (!request.Ok()) {
+    console.err << "vrex: " << request.GetStatus().Message() << '\n';
     return ExitCode::Usage;
   }
   const Client client(MakeClientOptions(arguments.server, console));
@@ -54,7 +54,7 @@ ExitCode Run(const DownloadArguments& arguments, Console& console) {
     return true;
   };
   const Outcome outcome =
-      client.DownloadToFile(arguments.requestType, *request.value(), arguments.target, options);
+      client.DownloadToFile(arguments.requestType, *request.Value(), arguments.target, options);
   bar.Finish();
   const ExitCode code = ReportOutcome(outcome, arguments.server, console);
   if (code == ExitCode::Ok && console.errIsTerminal) {

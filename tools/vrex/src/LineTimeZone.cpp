@@ -135,20 +135,20 @@ std::string LineTimeZone::Format(SystemTime instant) const {
 
 std::string LineTimeZone::Format(const bcl::DateTime& time) const {
   const auto instant = data::ToInstant(time);
-  if (!instant.ok()) {
-    return "(" + instant.error() + ")";
+  if (!instant.Ok()) {
+    return "(" + instant.GetStatus().Message() + ")";
   }
-  if (instant.value().extreme != data::Extreme::None) {
-    return data::FormatIso8601(instant.value());
+  if (instant.Value().extreme != data::Extreme::None) {
+    return data::FormatIso8601(instant.Value());
   }
-  if (instant.value().kind != bcl::DateTime_DateTimeKind_UTC) {
-    return FormatWallClock(instant.value());
+  if (instant.Value().kind != bcl::DateTime_DateTimeKind_UTC) {
+    return FormatWallClock(instant.Value());
   }
   const auto asSystemTime = data::ToSystemTime(time);
-  if (!asSystemTime.ok()) {  // beyond the years system_clock holds: stay in UTC
-    return TrimFraction(data::FormatIso8601(instant.value()));
+  if (!asSystemTime.Ok()) {  // beyond the years system_clock holds: stay in UTC
+    return TrimFraction(data::FormatIso8601(instant.Value()));
   }
-  return Format(asSystemTime.value());
+  return Format(asSystemTime.Value());
 }
 
 }  // namespace vrex::cli

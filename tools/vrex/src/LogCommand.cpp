@@ -36,7 +36,7 @@ std::string LevelNames() {
   return names;
 }
 
-data::Result<dc::LogEntryQuery> BuildLogQuery(const LogArguments& arguments,
+Result<dc::LogEntryQuery> BuildLogQuery(const LogArguments& arguments,
                                               const LineTimeZone& zone) {
   dc::LogEntryQuery query;
   const SelectionArguments& selection = arguments.selection;
@@ -47,21 +47,21 @@ data::Result<dc::LogEntryQuery> BuildLogQuery(const LogArguments& arguments,
   if (!arguments.level.empty()) {
     en::LogLevel level{};
     if (!en::LogLevel_Parse(arguments.level, &level)) {
-      return data::Result<dc::LogEntryQuery>::Failure("--level \"" + arguments.level +
+      return Result<dc::LogEntryQuery>::Failure("--level \"" + arguments.level +
                                                       "\" is no log level; the levels are " +
                                                       LevelNames());
     }
     query.set_level(level);
   }
   const auto window = ReadTimeWindow(selection, zone, std::chrono::system_clock::now());
-  if (!window.ok()) {
-    return data::Result<dc::LogEntryQuery>::Failure(window.error());
+  if (!window.Ok()) {
+    return Result<dc::LogEntryQuery>::Failure(window.GetStatus().Message());
   }
-  if (window.value().from) *query.mutable_fromtime() = data::FromSystemTime(*window.value().from);
-  if (window.value().until) {
-    *query.mutable_untiltime() = data::FromSystemTime(*window.value().until);
+  if (window.Value().from) *query.mutable_fromtime() = data::FromSystemTime(*window.Value().from);
+  if (window.Value().until) {
+    *query.mutable_untiltime() = data::FromSystemTime(*window.Value().until);
   }
-  return data::Result<dc::LogEntryQuery>::Success(std::move(query));
+  return Result<dc::LogEntryQuery>::Success(std::move(query));
 }
 
 ExitCode Run(const LogArguments& arguments, Console& console) {
@@ -72,11 +72,11 @@ ExitCode Run(const LogArguments& arguments, Console& console) {
                                 ? LookUpLineZone(client, selection.factory, selection.line, console)
                                 : LineTimeZone::Utc();
   const auto query = BuildLogQuery(arguments, zone);
-  if (!query.ok()) {
-    console.err << "vrex: " << query.error() << '\n';
+  if (!query.Ok()) {
+    console.err << "vrex: " << query.GetStatus().Message() << '\n';
     return ExitCode::Usage;
   }
-  return SendAndPrint(client, query.value(), arguments.server, arguments.json, console,
+  return SendAndPrint(client, query.Value(), arguments.server, arguments.json, console,
                       [&zone](const auto& log) { return RenderLog(log, zone); });
 }
 

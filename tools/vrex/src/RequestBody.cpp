@@ -11,9 +11,9 @@
 
 namespace vrex::cli {
 
-data::Result<std::string> ReadRequestText(std::string_view argument,
+Result<std::string> ReadRequestText(std::string_view argument,
                                           std::istream& standardInput) {
-  using TextResult = data::Result<std::string>;
+  using TextResult = Result<std::string>;
   if (argument.empty()) {
     return TextResult::Success("{}");
   }
@@ -35,22 +35,22 @@ data::Result<std::string> ReadRequestText(std::string_view argument,
       std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()));
 }
 
-data::Result<std::unique_ptr<google::protobuf::Message>> ReadRequest(std::string_view requestType,
+Result<std::unique_ptr<google::protobuf::Message>> ReadRequest(std::string_view requestType,
                                                                      std::string_view argument,
                                                                      std::istream& standardInput) {
-  using RequestResult = data::Result<std::unique_ptr<google::protobuf::Message>>;
+  using RequestResult = Result<std::unique_ptr<google::protobuf::Message>>;
   const std::string type(requestType);
   if (FindRequest(requestType) == nullptr) {
     return RequestResult::Failure("the server knows no request \"" + type +
                                   "\"; `vrex list` shows the requests");
   }
   const auto text = ReadRequestText(argument, standardInput);
-  if (!text.ok()) {
-    return RequestResult::Failure(text.error());
+  if (!text.Ok()) {
+    return RequestResult::Failure(text.GetStatus().Message());
   }
-  auto request = MessageFromJson(requestType, text.value());
-  if (!request.ok()) {
-    return RequestResult::Failure(request.error() + " \u2014 `vrex template " + type +
+  auto request = MessageFromJson(requestType, text.Value());
+  if (!request.Ok()) {
+    return RequestResult::Failure(request.GetStatus().Message() + " \u2014 `vrex template " + type +
                                   "` shows the fields, `vrex describe " + type + "` their types");
   }
   return request;

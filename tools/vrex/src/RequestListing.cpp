@@ -77,7 +77,7 @@ std::string AsText(const std::vector<const RequestInfo*>& requests) {
 
 }  // namespace
 
-data::Result<std::string> ListRequests(std::string_view area, bool asJson) {
+Result<std::string> ListRequests(std::string_view area, bool asJson) {
   std::vector<const RequestInfo*> selected;
   for (const RequestInfo& request : Requests()) {
     if (area.empty() || SameArea(request.area, area)) {
@@ -89,10 +89,10 @@ data::Result<std::string> ListRequests(std::string_view area, bool asJson) {
     for (std::string_view name : Areas()) {
       known += (known.empty() ? "" : ", ") + std::string(name);
     }
-    return data::Result<std::string>::Failure("no area is named \"" + std::string(area) +
+    return Result<std::string>::Failure("no area is named \"" + std::string(area) +
                                               "\"; the areas are " + known);
   }
-  return data::Result<std::string>::Success(asJson ? AsJson(selected) : AsText(selected));
+  return Result<std::string>::Success(asJson ? AsJson(selected) : AsText(selected));
 }
 
 }  // namespace vrex::cli

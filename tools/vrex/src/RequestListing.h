@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "vrex/data/Result.h"
+#include "vrex/Result.h"
 
 namespace vrex::cli {
 
@@ -13,6 +13,6 @@ namespace vrex::cli {
 /// text grouped under area headings, or as a JSON array of objects with
 /// "area", "request", "kind" and "answer". Fails for an area the catalog
 /// lacks, naming the areas it has.
-data::Result<std::string> ListRequests(std::string_view area, bool asJson);
+Result<std::string> ListRequests(std::string_view area, bool asJson);
 
 }  // namespace vrex::cli

@@ -91,10 +91,10 @@ void Fill(Message& message, TypePath& path) {
 
 }  // namespace
 
-data::Result<std::string> BuildJsonTemplate(std::string_view typeName) {
+Result<std::string> BuildJsonTemplate(std::string_view typeName) {
   const Descriptor* type = FindMessageType(typeName);
   if (type == nullptr) {
-    return data::Result<std::string>::Failure(
+    return Result<std::string>::Failure(
         "the schema has no message named \"" + std::string(typeName) +
         "\"; `vrex list` shows the requests");
   }

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "vrex/data/Result.h"
+#include "vrex/Result.h"
 
 namespace vrex::cli {
 
@@ -13,6 +13,6 @@ namespace vrex::cli {
 /// it back gives a message of that type. Times are written with scale
 /// SECONDS and kind UTC so that only their value needs editing. Types that
 /// contain themselves are cut off after the first repetition.
-data::Result<std::string> BuildJsonTemplate(std::string_view typeName);
+Result<std::string> BuildJsonTemplate(std::string_view typeName);
 
 }  // namespace vrex::cli

@@ -11,13 +11,13 @@ namespace vrex::cli {
 namespace {
 
 // Prints a text result, or its error as a usage error.
-ExitCode Print(const data::Result<std::string>& text, Console& console) {
-  if (!text.ok()) {
-    console.err << "vrex: " << text.error() << '\n';
+ExitCode Print(const Result<std::string>& text, Console& console) {
+  if (!text.Ok()) {
+    console.err << "vrex: " << text.GetStatus().Message() << '\n';
     return ExitCode::Usage;
   }
-  console.out << text.value();
-  if (!text.value().empty() && text.value().back() != '\n') {
+  console.out << text.Value();
+  if (!text.Value().empty() && text.Value().back() != '\n') {
     console.out << '\n';
   }
   return ExitCode::Ok;

@@ -114,14 +114,14 @@ const EnumDescriptor* FindEnum(std::string_view typeName) {
 
 }  // namespace
 
-data::Result<std::string> DescribeSchemaType(std::string_view typeName) {
+Result<std::string> DescribeSchemaType(std::string_view typeName) {
   if (const Descriptor* message = FindMessageType(typeName)) {
-    return data::Result<std::string>::Success(DescribeMessage(*message));
+    return Result<std::string>::Success(DescribeMessage(*message));
   }
   if (const EnumDescriptor* enumeration = FindEnum(typeName)) {
-    return data::Result<std::string>::Success(DescribeEnum(*enumeration));
+    return Result<std::string>::Success(DescribeEnum(*enumeration));
   }
-  return data::Result<std::string>::Failure(
+  return Result<std::string>::Failure(
       "the schema has no message or enumeration named \"" + std::string(typeName) +
       "\"; `vrex list` shows the requests");
 }

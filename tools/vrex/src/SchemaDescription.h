@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "vrex/data/Result.h"
+#include "vrex/Result.h"
 
 namespace vrex::cli {
 
@@ -13,6 +13,6 @@ namespace vrex::cli {
 /// field, type and presence, headed by its full name and, for a request,
 /// its kind and answer; an enumeration ("LogLevel", "bcl.DateTime.DateTimeKind")
 /// as a table of names and numbers. Fails for a name the schema lacks.
-data::Result<std::string> DescribeSchemaType(std::string_view typeName);
+Result<std::string> DescribeSchemaType(std::string_view typeName);
 
 }  // namespace vrex::cli

@@ -31,7 +31,7 @@ void AddSelectionArguments(CLI::App& command, SelectionArguments& arguments) {
   command.add_option("--serial", arguments.serials, "Only tests of this serial (repeatable)");
 }
 
-data::Result<TimeWindow> ReadTimeWindow(const SelectionArguments& arguments,
+Result<TimeWindow> ReadTimeWindow(const SelectionArguments& arguments,
                                         const LineTimeZone& zone, SystemTime now) {
   TimeWindow window;
   const std::pair<const std::string*, std::optional<SystemTime>*> bounds[] = {
@@ -42,30 +42,30 @@ data::Result<TimeWindow> ReadTimeWindow(const SelectionArguments& arguments,
       continue;
     }
     const auto time = ParseTimeArgument(*text, now, zone);
-    if (!time.ok()) {
-      return data::Result<TimeWindow>::Failure(time.error());
+    if (!time.Ok()) {
+      return Result<TimeWindow>::Failure(time.GetStatus().Message());
     }
-    *bound = time.value();
+    *bound = time.Value();
   }
   if (window.from && window.until && *window.until < *window.from) {
-    return data::Result<TimeWindow>::Failure("--until lies before --from");
+    return Result<TimeWindow>::Failure("--until lies before --from");
   }
-  return data::Result<TimeWindow>::Success(window);
+  return Result<TimeWindow>::Success(window);
 }
 
-data::Result<SelectionFilters> BuildSelectionFilters(const SelectionArguments& arguments,
+Result<SelectionFilters> BuildSelectionFilters(const SelectionArguments& arguments,
                                                      const LineTimeZone& zone, SystemTime now) {
   const auto window = ReadTimeWindow(arguments, zone, now);
-  if (!window.ok()) {
-    return data::Result<SelectionFilters>::Failure(window.error());
+  if (!window.Ok()) {
+    return Result<SelectionFilters>::Failure(window.GetStatus().Message());
   }
   SelectionFilters filters;
-  if (window.value().from || window.value().until) {
+  if (window.Value().from || window.Value().until) {
     filters.time.emplace();
     // An open end of the window reaches to now.
     *filters.time->mutable_from() =
-        data::FromSystemTime(window.value().from.value_or(SystemTime::min()));
-    *filters.time->mutable_until() = data::FromSystemTime(window.value().until.value_or(now));
+        data::FromSystemTime(window.Value().from.value_or(SystemTime::min()));
+    *filters.time->mutable_until() = data::FromSystemTime(window.Value().until.value_or(now));
   }
   if (arguments.last > 0 || !filters.time) {
     filters.lastN.emplace();
@@ -79,7 +79,7 @@ data::Result<SelectionFilters> BuildSelectionFilters(const SelectionArguments& a
     filters.serial.emplace();
     for (const std::string& serial : arguments.serials) filters.serial->add_items(serial);
   }
-  return data::Result<SelectionFilters>::Success(std::move(filters));
+  return Result<SelectionFilters>::Success(std::move(filters));
 }
 
 LineTimeZone LookUpLineZone(const Client& client, const std::string& factory,

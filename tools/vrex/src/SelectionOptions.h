@@ -16,7 +16,7 @@
 #include "TimeFilter.pb.h"
 #include "TopNFilter.pb.h"
 #include "vrex/Client.h"
-#include "vrex/data/Result.h"
+#include "vrex/Result.h"
 
 namespace vrex::cli {
 
@@ -45,7 +45,7 @@ struct TimeWindow {
 };
 
 /// The window of --since, or --from and --until, read in `zone`.
-data::Result<TimeWindow> ReadTimeWindow(const SelectionArguments& arguments,
+Result<TimeWindow> ReadTimeWindow(const SelectionArguments& arguments,
                                         const LineTimeZone& zone, SystemTime now);
 
 struct SelectionFilters {
@@ -57,7 +57,7 @@ struct SelectionFilters {
 
 /// The filters of the arguments; the last kDefaultLastTests tests when no
 /// time window and no --last is given (the server wants one of them).
-data::Result<SelectionFilters> BuildSelectionFilters(const SelectionArguments& arguments,
+Result<SelectionFilters> BuildSelectionFilters(const SelectionArguments& arguments,
                                                      const LineTimeZone& zone, SystemTime now);
 
 /// Puts line and filters into a query of the selection block.

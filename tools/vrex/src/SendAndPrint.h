@@ -14,13 +14,13 @@ template <class Query, class Render>
 ExitCode SendAndPrint(const Client& client, const Query& query, const ServerArguments& server,
                       bool json, Console& console, Render render) {
   const auto answer = client.Send(query);
-  const ExitCode code = ReportOutcome(answer.GetOutcome(), server, console);
+  const ExitCode code = ReportOutcome(answer.GetStatus(), server, console);
   if (code != ExitCode::Ok) {
     return code;
   }
   if (json) {
     const auto text = MessageToJson(answer.Value());
-    console.out << (text.ok() ? text.value() : "{}\n");
+    console.out << (text.Ok() ? text.Value() : "{}\n");
   } else {
     console.out << render(answer.Value());
   }

@@ -56,30 +56,30 @@ ExitCode RunTests(const TestArguments& arguments, Console& console) {
   }
   const auto filters =
       BuildSelectionFilters(arguments.selection, zone, std::chrono::system_clock::now());
-  if (!filters.ok()) {
-    return UsageError(filters.error(), console);
+  if (!filters.Ok()) {
+    return UsageError(filters.GetStatus().Message(), console);
   }
   dc::GeneralInformationQuery query;
-  ApplySelection(arguments.selection, filters.value(), query);
+  ApplySelection(arguments.selection, filters.Value(), query);
   return SendAndPrint(client, query, arguments.server, arguments.json, console, render);
 }
 
-data::Result<dc::ClavisFilter> BuildClavisFilter(const std::vector<std::string>& claves) {
+Result<dc::ClavisFilter> BuildClavisFilter(const std::vector<std::string>& claves) {
   dc::ClavisFilter filter;
   for (const std::string& text : claves) {
     auto clavis = ParseClavisArgument(text);
-    if (!clavis.ok()) {
-      return data::Result<dc::ClavisFilter>::Failure(clavis.error());
+    if (!clavis.Ok()) {
+      return Result<dc::ClavisFilter>::Failure(clavis.GetStatus().Message());
     }
-    *filter.add_items() = std::move(clavis).value();
+    *filter.add_items() = std::move(clavis).Value();
   }
-  return data::Result<dc::ClavisFilter>::Success(std::move(filter));
+  return Result<dc::ClavisFilter>::Success(std::move(filter));
 }
 
 ExitCode RunMeasurements(const TestArguments& arguments, Console& console) {
   const auto clavisFilter = BuildClavisFilter(arguments.claves);
-  if (!clavisFilter.ok()) {
-    return UsageError(clavisFilter.error(), console);
+  if (!clavisFilter.Ok()) {
+    return UsageError(clavisFilter.GetStatus().Message(), console);
   }
   const Client client(MakeClientOptions(arguments.server, console));
   const LineTimeZone zone = LookUpLineZone(client, arguments.selection.factory,
@@ -90,17 +90,17 @@ ExitCode RunMeasurements(const TestArguments& arguments, Console& console) {
   const bool restricted = !arguments.claves.empty();
   if (!arguments.ids.empty()) {
     auto query = MakeByIdQuery<dc::MeasurementByIdQuery>(arguments);
-    if (restricted) *query.mutable_clavis() = clavisFilter.value();
+    if (restricted) *query.mutable_clavis() = clavisFilter.Value();
     return SendAndPrint(client, query, arguments.server, arguments.json, console, render);
   }
   const auto filters =
       BuildSelectionFilters(arguments.selection, zone, std::chrono::system_clock::now());
-  if (!filters.ok()) {
-    return UsageError(filters.error(), console);
+  if (!filters.Ok()) {
+    return UsageError(filters.GetStatus().Message(), console);
   }
   dc::MeasurementQuery query;
-  ApplySelection(arguments.selection, filters.value(), query);
-  if (restricted) *query.mutable_clavis() = clavisFilter.value();
+  ApplySelection(arguments.selection, filters.Value(), query);
+  if (restricted) *query.mutable_clavis() = clavisFilter.Value();
   return SendAndPrint(client, query, arguments.server, arguments.json, console, render);
 }
 

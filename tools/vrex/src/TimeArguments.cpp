@@ -12,8 +12,8 @@ namespace {
 using std::chrono::seconds;
 
 template <typename T>
-data::Result<T> Failure(std::string error) {
-  return data::Result<T>::Failure(std::move(error));
+Result<T> Failure(std::string error) {
+  return Result<T>::Failure(std::move(error));
 }
 
 std::optional<seconds> UnitOf(char unit) {
@@ -152,7 +152,7 @@ std::string Quoted(std::string_view text) { return "\"" + std::string(text) + "\
 
 }  // namespace
 
-data::Result<seconds> ParseRelativeSpan(std::string_view text) {
+Result<seconds> ParseRelativeSpan(std::string_view text) {
   seconds total{0};
   std::size_t position = 0;
   bool anyPart = false;
@@ -179,10 +179,10 @@ data::Result<seconds> ParseRelativeSpan(std::string_view text) {
   if (!anyPart || total.count() == 0) {
     return Failure<seconds>("the time span " + Quoted(text) + " must be longer than 0");
   }
-  return data::Result<seconds>::Success(total);
+  return Result<seconds>::Success(total);
 }
 
-data::Result<SystemTime> ParseIso8601(std::string_view text, const LineTimeZone& zone) {
+Result<SystemTime> ParseIso8601(std::string_view text, const LineTimeZone& zone) {
   const std::string advice = Quoted(text) +
                              " is no ISO 8601 time; write e.g. 2024-03-12, 2024-03-12T08:00 "
                              "or 2024-03-12T08:00:00Z";
@@ -214,19 +214,19 @@ data::Result<SystemTime> ParseIso8601(std::string_view text, const LineTimeZone&
       SystemTime(std::chrono::duration_cast<SystemTime::duration>(
           days + std::chrono::hours(clock.hour) + std::chrono::minutes(clock.minute) +
           seconds(clock.second) + clock.fraction));
-  return data::Result<SystemTime>::Success(offset ? wallClock - *offset
+  return Result<SystemTime>::Success(offset ? wallClock - *offset
                                                   : zone.FromWallClock(wallClock));
 }
 
-data::Result<SystemTime> ParseTimeArgument(std::string_view text, SystemTime now,
+Result<SystemTime> ParseTimeArgument(std::string_view text, SystemTime now,
                                            const LineTimeZone& zone) {
   if (!text.empty() && std::isdigit(static_cast<unsigned char>(text.back())) == 0 &&
       text.find('-') == std::string_view::npos) {
     const auto span = ParseRelativeSpan(text);
-    if (!span.ok()) {
-      return Failure<SystemTime>(span.error());
+    if (!span.Ok()) {
+      return Failure<SystemTime>(span.GetStatus().Message());
     }
-    return data::Result<SystemTime>::Success(now - span.value());
+    return Result<SystemTime>::Success(now - span.Value());
   }
   return ParseIso8601(text, zone);
 }

@@ -7,19 +7,19 @@
 #include <string_view>
 
 #include "LineTimeZone.h"
-#include "vrex/data/Result.h"
+#include "vrex/Result.h"
 
 namespace vrex::cli {
 
 /// A span like "2h", "15m", "30s", "1d", "1w" or "1h30m"; must be positive.
-data::Result<std::chrono::seconds> ParseRelativeSpan(std::string_view text);
+Result<std::chrono::seconds> ParseRelativeSpan(std::string_view text);
 
 /// An ISO 8601 date or date and time. Without an offset or "Z" the reading
 /// is taken in `zone`, the line's time zone.
-data::Result<SystemTime> ParseIso8601(std::string_view text, const LineTimeZone& zone);
+Result<SystemTime> ParseIso8601(std::string_view text, const LineTimeZone& zone);
 
 /// A relative span (counted back from `now`) or an ISO 8601 time.
-data::Result<SystemTime> ParseTimeArgument(std::string_view text, SystemTime now,
+Result<SystemTime> ParseTimeArgument(std::string_view text, SystemTime now,
                                            const LineTimeZone& zone);
 
 }  // namespace vrex::cli

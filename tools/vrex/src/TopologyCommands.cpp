@@ -35,14 +35,14 @@ ExitCode PrintJson(const google::protobuf::Message& message, Console& console) {
   JsonLayout layout;
   layout.withDefaults = true;
   const auto json = MessageToJson(message, layout);
-  console.out << (json.ok() ? json.value() : "{}\n");
+  console.out << (json.Ok() ? json.Value() : "{}\n");
   return ExitCode::Ok;
 }
 
 ExitCode RunVersion(const ReadArguments& arguments, Console& console) {
   const Client client(MakeClientOptions(arguments.server, console));
   const auto version = client.Send(dc::ApiVersionQuery());
-  const ExitCode code = ReportOutcome(version.GetOutcome(), arguments.server, console);
+  const ExitCode code = ReportOutcome(version.GetStatus(), arguments.server, console);
   if (code != ExitCode::Ok) {
     return code;
   }
@@ -65,7 +65,7 @@ ExitCode RunVersion(const ReadArguments& arguments, Console& console) {
 ExitCode RunTopology(const ReadArguments& arguments, Console& console) {
   const Client client(MakeClientOptions(arguments.server, console));
   const auto topology = client.Send(dc::SimpleTopologyQuery());
-  const ExitCode code = ReportOutcome(topology.GetOutcome(), arguments.server, console);
+  const ExitCode code = ReportOutcome(topology.GetStatus(), arguments.server, console);
   if (code != ExitCode::Ok) {
     return code;
   }

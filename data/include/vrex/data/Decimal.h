@@ -7,7 +7,7 @@
 // text keeps every digit the scale implies, so text and message convert
 // both ways without loss: scale 2 and magnitude 1230 is "12.30".
 //
-//   vrex::data::Result<bcl::Decimal> price = vrex::data::ParseDecimal("-12.30");
+//   vrex::Result<bcl::Decimal> price = vrex::data::ParseDecimal("-12.30");
 //   // magnitude 1230, scale 2, negative
 //   std::cout << vrex::data::FormatDecimal(price.value()).value();  // -12.30
 
@@ -15,7 +15,7 @@
 #include <string_view>
 
 #include "bcl.pb.h"
-#include "vrex/data/Result.h"
+#include "vrex/Result.h"
 #include "vrex/Export.h"
 
 namespace vrex::data {

@@ -9,7 +9,7 @@
 // is the bytes 33 22 11 00 55 44 77 66 88 99 aa bb cc dd ee ff, and the
 // message lo = 0x6677445500112233, hi = 0xffeeddccbbaa9988.
 //
-//   vrex::data::Result<bcl::Guid> id = vrex::data::ParseGuid("00112233-4455-6677-8899-AABBCCDDEEFF");
+//   vrex::Result<bcl::Guid> id = vrex::data::ParseGuid("00112233-4455-6677-8899-AABBCCDDEEFF");
 //   if (id.ok()) std::cout << vrex::data::FormatGuid(id.value());  // lower case
 
 #include <array>
@@ -18,7 +18,7 @@
 #include <string_view>
 
 #include "bcl.pb.h"
-#include "vrex/data/Result.h"
+#include "vrex/Result.h"
 #include "vrex/Export.h"
 
 namespace vrex::data {

@@ -22,7 +22,7 @@
 #include "MeasurementValue.pb.h"
 #include "MeasurementValueContainer.pb.h"
 #include "vrex/data/Clavis.h"
-#include "vrex/data/Result.h"
+#include "vrex/Result.h"
 #include "vrex/Export.h"
 
 namespace vrex::data {

@@ -22,7 +22,7 @@
 #include "Clavis.pb.h"
 #include "IdNameTableStore.pb.h"
 #include "ProtocolCrossReferenceData.pb.h"
-#include "vrex/data/Result.h"
+#include "vrex/Result.h"
 #include "vrex/Export.h"
 
 namespace vrex::data {

@@ -24,7 +24,7 @@
 #include <string>
 
 #include "bcl.pb.h"
-#include "vrex/data/Result.h"
+#include "vrex/Result.h"
 #include "vrex/Export.h"
 
 namespace vrex::data {

@@ -23,34 +23,28 @@
 #include <filesystem>
 #include <functional>
 #include <map>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 
+#include "vrex/Result.h"
 #include "vrex/stub/CannedAnswer.h"
 
 namespace vrex::stub {
 
-/// A data file that cannot be used; what() names the file and the reason.
-class AnswerLoadError : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
-
 /// Canned answers by request type.
 using AnswerSet = std::map<std::string, CannedAnswer, std::less<>>;
 
-/// Every answer of `directory`. Throws AnswerLoadError when the directory
-/// cannot be read or any file in it is unusable: an unknown request type, JSON
+/// Every answer of `directory`. Fails, naming the file and the reason, when
+/// the directory cannot be read or any file in it is unusable: an unknown request type, JSON
 /// that does not parse as the answer message (the protobuf parser's message is
 /// quoted), a .json beside a .bin, or a bad .meta line.
-AnswerSet LoadAnswerDirectory(const std::filesystem::path& directory);
+Result<AnswerSet> LoadAnswerDirectory(const std::filesystem::path& directory);
 
 /// A 200 answer from proto3 JSON of the answer message of `requestType`
-/// (`answerType` overrides the catalog's message, by short name). Throws
-/// AnswerLoadError for an unknown request type, a request answered by no
+/// (`answerType` overrides the catalog's message, by short name). Fails for
+/// an unknown request type, a request answered by no
 /// message, or JSON that does not parse.
-CannedAnswer JsonAnswer(std::string_view requestType, std::string_view json,
+Result<CannedAnswer> JsonAnswer(std::string_view requestType, std::string_view json,
                         std::string_view answerType = {});
 
 }  // namespace vrex::stub

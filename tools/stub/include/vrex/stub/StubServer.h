@@ -89,9 +89,9 @@ class StubServer {
   /// The canned answer of `requestType`, if one is set.
   std::optional<CannedAnswer> Answer(std::string_view requestType) const;
   /// Adds the answers of a data directory (see AnswerLoader.h), replacing
-  /// those of the same request types; returns how many it added. Throws
-  /// AnswerLoadError and then changes nothing.
-  std::size_t LoadAnswers(const std::filesystem::path& directory);
+  /// those of the same request types; returns how many it added. On failure
+  /// it changes nothing.
+  Result<std::size_t> LoadAnswers(const std::filesystem::path& directory);
 
   /// Every request received since the start or the last ClearJournal, in
   /// arrival order.
