@@ -41,15 +41,11 @@
 #include "VectorTrackOfMeasurementsQuery.pb.h"
 #include "VersionDTO.pb.h"
 #include "vrex/Export.h"
+#include "vrex/ServerVersion.h"  // requiredApiMajorVersion, minimumApiMinorVersion
 
 namespace VrexClient {
 
 namespace contracts = ::Korvan::KQ::DataContracts;
-
-/// The major interface version this client was built for.
-constexpr int requiredApiMajorVersion = 4;
-/// The lowest accepted minor version (only negative minors are refused).
-constexpr int minimumApiMinorVersion = 0;
 
 /// Posts `request` to `url` and parses a 200 answer into `response`.
 ///

@@ -1,5 +1,7 @@
 #include "vrex/RequestCatalog.h"
 
+#include "vrex/ContractTypes.h"
+
 #include <algorithm>
 #include <string>
 
@@ -8,8 +10,6 @@
 namespace vrex {
 
 namespace {
-
-constexpr std::string_view kContractPackage = "Korvan.KQ.DataContracts.";
 
 std::vector<RequestInfo> BuildRequests() {
   return {
@@ -33,13 +33,6 @@ const RequestInfo* FindRequest(std::string_view requestType) {
       requests.begin(), requests.end(),
       [&](const RequestInfo& info) { return info.name == requestType; });
   return found == requests.end() ? nullptr : &*found;
-}
-
-const google::protobuf::Descriptor* FindContractMessage(std::string_view typeName) {
-  std::string fullName(kContractPackage);
-  fullName.append(typeName);
-  return google::protobuf::DescriptorPool::generated_pool()->FindMessageTypeByName(
-      fullName);
 }
 
 const google::protobuf::Descriptor* AnswerDescriptor(const RequestInfo& request,

@@ -8,6 +8,7 @@
 #include <curl/curl.h>
 
 #include "internal/GatewayToken.h"
+#include "vrex/HttpStatus.h"
 
 namespace VrexClient {
 
@@ -44,11 +45,9 @@ void SetStatus(MessageContainer& status, enums::CodeCategory category,
   status.set_level(level);
 }
 
-// One unsigned comparison: only 400..499 count as "unauthorized".
 enums::DetailCode DetailCodeForStatus(std::int32_t httpStatus) {
-  return static_cast<std::uint32_t>(httpStatus - 400) <= 99u
-             ? enums::ApiPipeline_Unauthorized
-             : enums::ApiPipeline_Failed;
+  return vrex::IsRejectedStatus(httpStatus) ? enums::ApiPipeline_Unauthorized
+                                            : enums::ApiPipeline_Failed;
 }
 
 // libcurl's write callback: appends every chunk to the body, never refusing one.
@@ -146,8 +145,7 @@ bool CheckVersion(std::string serverUrl, MessageContainer& container,
   if (container.codecategory() != enums::CodeCategory_None) {
     return false;
   }
-  return version.major() == requiredApiMajorVersion &&
-         version.minor() >= minimumApiMinorVersion;
+  return vrex::IsAcceptedVersion(version);
 }
 
 contracts::VersionDTO SendToServer(std::string serverUrl,

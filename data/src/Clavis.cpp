@@ -3,6 +3,7 @@
 #include <array>
 #include <functional>
 #include <string_view>
+#include <vector>
 
 namespace vrex::data {
 namespace {
@@ -42,6 +43,30 @@ std::string DescribeClavis(const Clavis& clavis) {
     text += parts[i];
   }
   return text;
+}
+
+Result<Clavis> ParseClavis(std::string_view text) {
+  std::vector<std::string> parts;
+  for (std::size_t start = 0;;) {
+    const std::size_t slash = text.find('/', start);
+    parts.emplace_back(text.substr(start, slash - start));
+    if (slash == std::string_view::npos) break;
+    start = slash + 1;
+  }
+  if (parts.size() != 6) {
+    return Result<Clavis>::Failure(
+        "\"" + std::string(text) + "\" has " + std::to_string(parts.size()) +
+        " parts; write all six as Mode/Instrument/Channel/Location/InstrumentParameter/Sensor "
+        "(empty parts allowed)");
+  }
+  Clavis clavis;
+  clavis.set_mode(parts[0]);
+  clavis.set_instrument(parts[1]);
+  clavis.set_channel(parts[2]);
+  clavis.set_location(parts[3]);
+  clavis.set_instrumentparameter(parts[4]);
+  clavis.set_sensor(parts[5]);
+  return Result<Clavis>::Success(std::move(clavis));
 }
 
 }  // namespace vrex::data

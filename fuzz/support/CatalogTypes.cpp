@@ -6,6 +6,7 @@
 
 #include <google/protobuf/descriptor.h>
 
+#include "vrex/ContractTypes.h"
 #include "vrex/RequestCatalog.h"
 
 namespace vrex::fuzz {

@@ -10,6 +10,7 @@
 #include "AnswerRoundTrip.h"
 #include "CatalogTypes.h"
 #include "JsonRequestRoundTrip.h"
+#include "vrex/ContractTypes.h"
 #include "vrex/RequestCatalog.h"
 
 namespace vrex::fuzz {

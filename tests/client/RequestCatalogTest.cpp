@@ -1,5 +1,6 @@
 // Checks the request catalog against the compiled contract: every request
 // message is listed once, with an answer that exists and fits its kind.
+#include "vrex/ContractTypes.h"
 #include "vrex/RequestCatalog.h"
 
 #include <filesystem>
@@ -127,7 +128,8 @@ TEST(RequestCatalog, AnswerOverrideWinsAndAnUnknownOneGivesNone) {
       {"AddShiftCommand", "MessageContainer", "Korvan.KQ.DataContracts.MessageContainer"},
       {"MeasurementQuery", "NoSuchContainer", nullptr},
       {"MeasurementQuery", "CodeCategory", nullptr},  // an enumeration, not a message
-      {"MeasurementQuery", "Korvan.KQ.DataContracts.MeasurementContainer", nullptr},
+      {"MeasurementQuery", "Korvan.KQ.DataContracts.ResultCountContainer",
+       "Korvan.KQ.DataContracts.ResultCountContainer"},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(std::string(c.request) + " / " + std::string(c.overrideType));

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "MeasurementQuery.pb.h"
+#include "vrex/ContractTypes.h"
 #include "vrex/MessageJson.h"
 
 namespace vrex {
@@ -74,11 +75,11 @@ TEST(MessageToJson, PrintsContractNamesAndRoundTrips) {
   EXPECT_EQ(back.Value()->SerializeAsString(), query.SerializeAsString());
 }
 
-TEST(FindMessageType, TakesShortAndFullNames) {
-  ASSERT_NE(FindMessageType("Factory"), nullptr);
-  EXPECT_EQ(FindMessageType("Factory")->full_name(), "Korvan.KQ.DataContracts.Factory");
-  ASSERT_NE(FindMessageType("bcl.DateTime"), nullptr);
-  EXPECT_EQ(FindMessageType("Enumerator.LogLevel"), nullptr) << "an enumeration is no message";
+TEST(FindContractMessage, TakesShortAndFullNames) {
+  ASSERT_NE(FindContractMessage("Factory"), nullptr);
+  EXPECT_EQ(FindContractMessage("Factory")->full_name(), "Korvan.KQ.DataContracts.Factory");
+  ASSERT_NE(FindContractMessage("bcl.DateTime"), nullptr);
+  EXPECT_EQ(FindContractMessage("Enumerator.LogLevel"), nullptr) << "an enumeration is no message";
 }
 
 }  // namespace

@@ -46,7 +46,4 @@ VREX_EXPORT std::string MergeJsonInto(std::string_view json, google::protobuf::M
 VREX_EXPORT Result<std::string> MessageToJson(const google::protobuf::Message& message,
                                         const JsonLayout& layout = {});
 
-/// The descriptor of a contract message named short or in full, or nullptr.
-VREX_EXPORT const google::protobuf::Descriptor* FindMessageType(std::string_view typeName);
-
 }  // namespace vrex

@@ -37,16 +37,12 @@ VREX_EXPORT const std::vector<RequestInfo>& Requests();
 /// The entry of a request type, or nullptr when the server knows no such request.
 VREX_EXPORT const RequestInfo* FindRequest(std::string_view requestType);
 
-/// Descriptor of a contract message by its short name (e.g. "VersionDTO"),
-/// or nullptr.
-VREX_EXPORT const google::protobuf::Descriptor* FindContractMessage(std::string_view typeName);
-
 /// Descriptor of the message the answer of `request` is read into.
 ///
 /// Without `overrideType`: the query's answer message; nullptr for commands
 /// and files. Where the server, not the contract, fixes an answer (see the
 /// comments in RequestList.inc) a caller that knows better names the message
-/// in `overrideType` (short name, e.g. "ResultCountContainer"); it wins for
+/// in `overrideType` (short or full name, e.g. "ResultCountContainer"); it wins for
 /// every kind, so a command's answer body can be read as well. An override
 /// that names no contract message gives nullptr: it never falls back to the
 /// catalog's answer, so a misspelt name does not go unnoticed.

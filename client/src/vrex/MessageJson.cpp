@@ -3,6 +3,8 @@
 #include <google/protobuf/descriptor.h>
 #include <google/protobuf/util/json_util.h>
 
+#include "vrex/ContractTypes.h"
+
 
 namespace vrex {
 
@@ -12,8 +14,6 @@ using google::protobuf::Descriptor;
 using google::protobuf::DescriptorPool;
 using google::protobuf::Message;
 using google::protobuf::MessageFactory;
-
-constexpr std::string_view kContractPackage = "Korvan.KQ.DataContracts.";
 
 template <typename T>
 Result<T> Failure(std::string error) {
@@ -43,23 +43,6 @@ std::string DescribeUnknownField(const std::string& parserText) {
 
 }  // namespace
 
-const Descriptor* FindMessageType(std::string_view typeName) {
-  if (typeName.empty()) {
-    return nullptr;
-  }
-  const DescriptorPool* pool = DescriptorPool::generated_pool();
-  // A short name is tried in the contract package first, so "Factory" is the
-  // contract's message and not some type of that name elsewhere.
-  if (typeName.find('.') == std::string_view::npos) {
-    std::string fullName(kContractPackage);
-    fullName.append(typeName);
-    if (const Descriptor* found = pool->FindMessageTypeByName(fullName)) {
-      return found;
-    }
-  }
-  return pool->FindMessageTypeByName(std::string(typeName));
-}
-
 std::string MergeJsonInto(std::string_view json, Message& message) {
   google::protobuf::util::JsonParseOptions options;
   options.ignore_unknown_fields = false;
@@ -76,7 +59,7 @@ std::string MergeJsonInto(std::string_view json, Message& message) {
 Result<std::unique_ptr<Message>> MessageFromJson(std::string_view typeName,
                                                        std::string_view json) {
   using MessageResult = std::unique_ptr<Message>;
-  const Descriptor* type = FindMessageType(typeName);
+  const Descriptor* type = FindContractMessage(typeName);
   if (type == nullptr) {
     return Failure<MessageResult>("no contract message is named \"" + std::string(typeName) +
                                   "\"");

@@ -1,7 +1,9 @@
 #include "vrex/Outcome.h"
 
-#include <cstdio>
 #include <utility>
+
+#include "vrex/HttpStatus.h"
+#include "vrex/data/Time.h"
 
 namespace vrex {
 
@@ -10,11 +12,8 @@ namespace {
 namespace contracts = ::Korvan::KQ::DataContracts;
 namespace enums = contracts::Enumerator;
 
-// The 4xx band is "unauthorized" for the established API, whatever the
-// server meant; every other failing status is "failed".
 enums::DetailCode DetailCodeForStatus(int httpStatus) {
-  return httpStatus >= 400 && httpStatus <= 499 ? enums::ApiPipeline_Unauthorized
-                                                : enums::ApiPipeline_Failed;
+  return IsRejectedStatus(httpStatus) ? enums::ApiPipeline_Unauthorized : enums::ApiPipeline_Failed;
 }
 
 contracts::MessageContainer StatusFor(Outcome::Event event, int httpStatus) {
@@ -48,8 +47,8 @@ std::string_view Summary(Outcome::Event event, int httpStatus) {
     case Outcome::Event::Cancelled:
       return "cancelled by the caller";
     case Outcome::Event::HttpStatusFailed:
-      return httpStatus >= 400 && httpStatus <= 499 ? "server rejected the request"
-                                                    : "server failed the request";
+      return IsRejectedStatus(httpStatus) ? "server rejected the request"
+                                          : "server failed the request";
     case Outcome::Event::AnswerUnreadable:
       return "answer could not be read";
     case Outcome::Event::FileFailed:
@@ -65,12 +64,6 @@ std::string CodeNames(const contracts::MessageContainer& status) {
     return "(" + detail + ")";
   }
   return "(" + enums::CodeCategory_Name(status.codecategory()) + ", " + detail + ")";
-}
-
-std::string FormatElapsed(std::chrono::microseconds elapsed) {
-  char text[32];
-  std::snprintf(text, sizeof text, "%.1f ms", static_cast<double>(elapsed.count()) / 1000.0);
-  return text;
 }
 
 }  // namespace
@@ -97,7 +90,7 @@ std::string Outcome::Message() const {
   if (attempts_ > 1) {
     line += " after " + std::to_string(attempts_) + " attempts";
   }
-  return line + " in " + FormatElapsed(elapsed_);
+  return line + " in " + data::FormatElapsed(elapsed_);
 }
 
 std::string_view ToString(Outcome::Event event) {

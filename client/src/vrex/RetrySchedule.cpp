@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <random>
 
+#include "vrex/HttpStatus.h"
+
 namespace vrex::detail {
 
 namespace {
@@ -24,7 +26,7 @@ bool IsTransient(const HttpResponse& response) {
   if (response.TransportFailed()) {
     return true;
   }
-  return response.status == 502 || response.status == 503 || response.status == 504;
+  return IsUnavailableStatus(response.status);
 }
 
 RetrySchedule::RetrySchedule(const RetryPolicy& policy, Clock::time_point start)

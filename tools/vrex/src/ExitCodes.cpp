@@ -1,5 +1,7 @@
 #include "ExitCodes.h"
 
+#include "vrex/HttpStatus.h"
+
 namespace vrex::cli {
 
 const std::vector<ExitCodeMeaning>& ExitCodeTable() {
@@ -24,8 +26,7 @@ ExitCode ExitCodeFor(const Outcome& outcome) {
     case Outcome::Event::TransportFailed:
       return ExitCode::Transport;
     case Outcome::Event::HttpStatusFailed:
-      return outcome.HttpStatus() >= 400 && outcome.HttpStatus() <= 499 ? ExitCode::Rejected
-                                                                        : ExitCode::ServerFailed;
+      return IsRejectedStatus(outcome.HttpStatus()) ? ExitCode::Rejected : ExitCode::ServerFailed;
     case Outcome::Event::AnswerUnreadable:
       return ExitCode::BadAnswer;
     case Outcome::Event::FileFailed:

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "MessageContainer.pb.h"
+#include "vrex/HttpStatus.h"
 
 namespace vrex::cli {
 
@@ -63,7 +64,7 @@ std::string_view ServerFailureHint(int status) {
   if (status >= 300 && status <= 399) {
     return "the server redirects; check the URL (https? path prefix?)";
   }
-  if (status == 502 || status == 503 || status == 504) {
+  if (IsUnavailableStatus(status)) {
     return "the server or a gateway in between is not available; try again later or "
            "raise --retries";
   }
@@ -91,7 +92,7 @@ std::string DescribeFailure(const Outcome& outcome, std::string_view baseUrl,
              std::string(TransportHint(reason + " " + outcome.ErrorText())) + ")";
     }
     case Outcome::Event::HttpStatusFailed:
-      if (status >= 400 && status <= 499) {
+      if (IsRejectedStatus(status)) {
         return "server rejected the request: " + httpText + " \u2014 " +
                std::string(RejectionHint(status));
       }

@@ -1,7 +1,6 @@
 #include "LineTimeZone.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
@@ -51,15 +50,7 @@ std::optional<minutes> DatabaseOffset(const std::string& ianaId, std::time_t ins
 }
 
 std::string OffsetText(minutes offset) {
-  if (offset.count() == 0) {
-    return "Z";
-  }
-  // Offsets of real zones stay within a day; the clamp keeps the text short.
-  const int total = static_cast<int>(std::min<long>(std::abs(static_cast<long>(offset.count())), 24 * 60));
-  char text[16];
-  std::snprintf(text, sizeof text, "%c%02d:%02d", offset.count() < 0 ? '-' : '+', total / 60,
-                total % 60);
-  return text;
+  return offset.count() == 0 ? "Z" : data::FormatUtcOffset(offset);
 }
 
 // "2024-03-12T07:58:11.5000000" -> "2024-03-12T07:58:11.5"; whole seconds

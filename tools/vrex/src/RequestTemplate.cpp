@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "bcl.pb.h"
+#include "vrex/ContractTypes.h"
 #include "vrex/MessageJson.h"
 
 namespace vrex::cli {
@@ -92,7 +93,7 @@ void Fill(Message& message, TypePath& path) {
 }  // namespace
 
 Result<std::string> BuildJsonTemplate(std::string_view typeName) {
-  const Descriptor* type = FindMessageType(typeName);
+  const Descriptor* type = FindContractMessage(typeName);
   if (type == nullptr) {
     return Result<std::string>::Failure(
         "the schema has no message named \"" + std::string(typeName) +

@@ -3,7 +3,7 @@
 #include <google/protobuf/descriptor.h>
 
 #include "TextTable.h"
-#include "vrex/MessageJson.h"
+#include "vrex/ContractTypes.h"
 #include "vrex/RequestCatalog.h"
 
 namespace vrex::cli {
@@ -14,20 +14,6 @@ using google::protobuf::Descriptor;
 using google::protobuf::EnumDescriptor;
 using google::protobuf::FieldDescriptor;
 
-constexpr std::string_view kEnumeratorPackage = "Korvan.KQ.DataContracts.Enumerator.";
-
-// Proto types as the schema spells them; contract messages by short name.
-std::string ShortName(const std::string& fullName) {
-  constexpr std::string_view kContractPackage = "Korvan.KQ.DataContracts.";
-  if (fullName.rfind(kEnumeratorPackage, 0) == 0) {
-    return "Enumerator." + fullName.substr(kEnumeratorPackage.size());
-  }
-  if (fullName.rfind(kContractPackage, 0) == 0) {
-    return fullName.substr(kContractPackage.size());
-  }
-  return fullName;
-}
-
 std::string TypeOf(const FieldDescriptor& field) {
   if (field.is_map()) {
     const Descriptor* entry = field.message_type();
@@ -36,9 +22,9 @@ std::string TypeOf(const FieldDescriptor& field) {
   switch (field.type()) {
     case FieldDescriptor::TYPE_MESSAGE:
     case FieldDescriptor::TYPE_GROUP:
-      return ShortName(field.message_type()->full_name());
+      return ContractShortName(field.message_type()->full_name());
     case FieldDescriptor::TYPE_ENUM:
-      return ShortName(field.enum_type()->full_name());
+      return ContractShortName(field.enum_type()->full_name());
     default:
       return field.type_name();
   }
@@ -62,7 +48,7 @@ std::string PresenceOf(const FieldDescriptor& field) {
 
 std::string RequestLine(const Descriptor& message) {
   const RequestInfo* request = FindRequest(message.name());
-  if (request == nullptr || message.file()->package() != "Korvan.KQ.DataContracts") {
+  if (request == nullptr || message.file()->package() != kContractPackage) {
     return "";
   }
   std::string line = "Request (" + std::string(ToString(request->kind)) + ", area " +
@@ -100,25 +86,13 @@ std::string DescribeEnum(const EnumDescriptor& enumeration) {
   return text + table.Render();
 }
 
-const EnumDescriptor* FindEnum(std::string_view typeName) {
-  const auto* pool = google::protobuf::DescriptorPool::generated_pool();
-  const std::string name(typeName);
-  for (const std::string& candidate :
-       {std::string(kEnumeratorPackage) + name, "Korvan.KQ.DataContracts." + name, name}) {
-    if (const EnumDescriptor* found = pool->FindEnumTypeByName(candidate)) {
-      return found;
-    }
-  }
-  return nullptr;
-}
-
 }  // namespace
 
 Result<std::string> DescribeSchemaType(std::string_view typeName) {
-  if (const Descriptor* message = FindMessageType(typeName)) {
+  if (const Descriptor* message = FindContractMessage(typeName)) {
     return Result<std::string>::Success(DescribeMessage(*message));
   }
-  if (const EnumDescriptor* enumeration = FindEnum(typeName)) {
+  if (const EnumDescriptor* enumeration = FindContractEnum(typeName)) {
     return Result<std::string>::Success(DescribeEnum(*enumeration));
   }
   return Result<std::string>::Failure(

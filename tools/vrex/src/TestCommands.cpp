@@ -2,7 +2,6 @@
 
 #include <memory>
 
-#include "ClavisArgument.h"
 #include "ConnectionOptions.h"
 #include "GeneralInformationByIdQuery.pb.h"
 #include "GeneralInformationQuery.pb.h"
@@ -12,6 +11,7 @@
 #include "SelectionOptions.h"
 #include "SendAndPrint.h"
 #include "TestTable.h"
+#include "vrex/data/Clavis.h"
 
 namespace vrex::cli {
 
@@ -67,9 +67,10 @@ ExitCode RunTests(const TestArguments& arguments, Console& console) {
 Result<dc::ClavisFilter> BuildClavisFilter(const std::vector<std::string>& claves) {
   dc::ClavisFilter filter;
   for (const std::string& text : claves) {
-    auto clavis = ParseClavisArgument(text);
+    auto clavis = data::ParseClavis(text);
     if (!clavis.Ok()) {
-      return Result<dc::ClavisFilter>::Failure(clavis.GetStatus().Message());
+      return Result<dc::ClavisFilter>::Failure("--clavis " + clavis.GetStatus().Message() +
+                                               ", as `vrex measurements` shows them");
     }
     *filter.add_items() = std::move(clavis).Value();
   }

@@ -1,6 +1,8 @@
 #include "TopologyTree.h"
 
-#include <cstdio>
+#include <chrono>
+
+#include "vrex/data/Time.h"
 
 namespace vrex::cli {
 
@@ -13,18 +15,10 @@ constexpr std::string_view kLastBranch = "\u2514\u2500\u2500 ";  // "└── "
 constexpr std::string_view kStem = "\u2502   ";                // "│   "
 constexpr std::string_view kNoStem = "    ";
 
-std::string OffsetText(int offsetMinutes) {
-  const int total = offsetMinutes < 0 ? -offsetMinutes : offsetMinutes;
-  char text[16];
-  std::snprintf(text, sizeof text, "UTC%c%02d:%02d", offsetMinutes < 0 ? '-' : '+', total / 60,
-                total % 60);
-  return text;
-}
-
 std::string ZoneText(const dc::TimezoneInfo& zone) {
   const std::string& name =
       zone.ianatimezoneid().empty() ? zone.windowstimezoneid() : zone.ianatimezoneid();
-  return (name.empty() ? "" : name + ", ") + OffsetText(zone.utcoffsetinminutes());
+  return (name.empty() ? "" : name + ", ") + "UTC" + data::FormatUtcOffset(std::chrono::minutes(zone.utcoffsetinminutes()));
 }
 
 std::string LineLabel(const dc::Line& line) {

@@ -1,7 +1,8 @@
 #include "WireTrace.h"
 
-#include <cstdio>
 #include <ostream>
+
+#include "vrex/data/Time.h"
 
 namespace vrex::cli {
 
@@ -35,9 +36,7 @@ WireTraceHandler MakeTraceWriter(std::ostream& err) {
 }
 
 std::string FormatTraceSummary(const Outcome& outcome) {
-  char elapsed[32];
-  std::snprintf(elapsed, sizeof elapsed, "%.1f ms",
-                static_cast<double>(outcome.Elapsed().count()) / 1000.0);
+  const std::string elapsed = data::FormatElapsed(outcome.Elapsed());
   const std::string status =
       outcome.HttpStatus() != 0 ? "HTTP " + std::to_string(outcome.HttpStatus()) : "no answer";
   const int attempts = outcome.Attempts();

@@ -10,10 +10,12 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 
 #include "Clavis.pb.h"
 #include "vrex/Export.h"
+#include "vrex/Result.h"
 
 namespace vrex::data {
 
@@ -29,9 +31,14 @@ struct VREX_EXPORT ClavisHash {
   std::size_t operator()(const Korvan::KQ::DataContracts::Clavis& clavis) const noexcept;
 };
 
-/// The six parts joined by "/" for messages and listings, e.g.
-/// "Run/Mic1/2/Front/Level/S7"; not meant to be parsed back.
+/// The six parts joined by "/" in the order Mode/Instrument/Channel/
+/// Location/InstrumentParameter/Sensor, e.g. "Run/Mic1/2/Front/Level/S7".
 VREX_EXPORT std::string DescribeClavis(const Korvan::KQ::DataContracts::Clavis& clavis);
+
+/// The key DescribeClavis wrote: exactly six parts joined by "/", any of
+/// them empty ("Run-Up/Level/Mic-1/Gearbox/RMS/"). A part that itself holds
+/// a "/" cannot be written this way.
+VREX_EXPORT Result<Korvan::KQ::DataContracts::Clavis> ParseClavis(std::string_view text);
 
 template <typename T>
 using ClavisMap = std::unordered_map<Korvan::KQ::DataContracts::Clavis, T, ClavisHash, ClavisEqual>;
