@@ -1,4 +1,5 @@
 # Locates the third-party packages; all of them come from the system.
+find_package(CURL REQUIRED)
 find_package(Protobuf REQUIRED)
 # The generated interface changed from 22.x on; the contract classes are built
 # for the 3.21 series and nothing else.

@@ -45,7 +45,7 @@ struct RequestTraits {
 #include "vrex/RequestList.inc"
 #undef VREX_REQUEST_TRAITS
 
-namespace detail {
+namespace internal {
 template <class Request>
 constexpr bool IsRequestOfKind([[maybe_unused]] RequestKind kind) {
   if constexpr (RequestTraits<Request>::kIsRequest) {
@@ -54,14 +54,14 @@ constexpr bool IsRequestOfKind([[maybe_unused]] RequestKind kind) {
     return false;
   }
 }
-}  // namespace detail
+}  // namespace internal
 
 template <class Request>
-inline constexpr bool kIsQuery = detail::IsRequestOfKind<Request>(RequestKind::Query);
+inline constexpr bool kIsQuery = internal::IsRequestOfKind<Request>(RequestKind::Query);
 template <class Request>
-inline constexpr bool kIsCommand = detail::IsRequestOfKind<Request>(RequestKind::Command);
+inline constexpr bool kIsCommand = internal::IsRequestOfKind<Request>(RequestKind::Command);
 template <class Request>
-inline constexpr bool kIsFileRequest = detail::IsRequestOfKind<Request>(RequestKind::File);
+inline constexpr bool kIsFileRequest = internal::IsRequestOfKind<Request>(RequestKind::File);
 
 /// The message a query is answered with.
 template <class Query>

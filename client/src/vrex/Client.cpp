@@ -3,8 +3,8 @@
 #include <stdexcept>
 #include <thread>
 
-#include "AtomicFile.h"
-#include "RetrySchedule.h"
+#include "internal/AtomicFile.h"
+#include "internal/RetrySchedule.h"
 #include "vrex/CurlTransport.h"
 
 namespace vrex {
@@ -36,11 +36,11 @@ RequestKind KindOf(std::string_view requestType) {
 template <class Attempt, class CanRepeat>
 HttpResponse RunAttempts(const RetryPolicy& policy, bool retryable, Clock::time_point start,
                          int& attempts, Attempt attempt, CanRepeat canRepeat) {
-  const detail::RetrySchedule schedule(policy, start);
+  const internal::RetrySchedule schedule(policy, start);
   for (;;) {
     HttpResponse response = attempt();
     ++attempts;
-    if (!retryable || !detail::IsTransient(response) || !canRepeat()) {
+    if (!retryable || !internal::IsTransient(response) || !canRepeat()) {
       return response;
     }
     const std::optional<std::chrono::milliseconds> delay = schedule.NextDelay(attempts);
@@ -159,7 +159,7 @@ Outcome Client::DownloadToFile(std::string_view requestType,
                                const google::protobuf::Message& request,
                                const std::filesystem::path& target,
                                const DownloadOptions& options) const {
-  detail::AtomicFile file(target);
+  internal::AtomicFile file(target);
   if (!file.IsOpen()) {
     return Outcome(std::string(requestType), Outcome::Event::FileFailed, 0, file.Error(), {}, 0);
   }

@@ -8,7 +8,7 @@
 #include "vrex/ClientOptions.h"
 #include "vrex/Transport.h"
 
-namespace vrex::detail {
+namespace vrex::internal {
 
 /// True for the answers worth another attempt: a transport failure that the
 /// caller did not cause by cancelling, and the gateway statuses 502, 503, 504.
@@ -31,4 +31,4 @@ class RetrySchedule {
   Clock::time_point start_;
 };
 
-}  // namespace vrex::detail
+}  // namespace vrex::internal

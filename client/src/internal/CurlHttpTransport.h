@@ -6,15 +6,15 @@
 #include <memory>
 #include <string_view>
 
-#include "CurlHandlePool.h"
+#include "internal/CurlHandlePool.h"
 #include "vrex/ClientOptions.h"
 #include "vrex/Transport.h"
 
-namespace vrex::detail {
+namespace vrex::internal {
 
-class CurlTransport final : public Transport {
+class CurlHttpTransport final : public Transport {
  public:
-  explicit CurlTransport(const ClientOptions& options);
+  explicit CurlHttpTransport(const ClientOptions& options);
 
   HttpResponse Post(const HttpRequest& request) override;
   HttpResponse PostStreaming(const HttpRequest& request, const StreamHandler& onChunk) override;
@@ -36,4 +36,4 @@ class CurlTransport final : public Transport {
   CurlHandlePool pool_;
 };
 
-}  // namespace vrex::detail
+}  // namespace vrex::internal

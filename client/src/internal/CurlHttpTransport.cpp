@@ -1,20 +1,20 @@
-#include "CurlTransport.h"
+#include "internal/CurlHttpTransport.h"
 
 #include <exception>
 #include <string>
 #include <utility>
 
-#include "CurlGlobal.h"
+#include "internal/CurlGlobal.h"
 #include "internal/GatewayToken.h"
 #include "vrex/CurlTransport.h"
 
 namespace vrex {
 
 std::shared_ptr<Transport> MakeCurlTransport(const ClientOptions& options) {
-  return std::make_shared<detail::CurlTransport>(options);
+  return std::make_shared<internal::CurlHttpTransport>(options);
 }
 
-namespace detail {
+namespace internal {
 
 namespace {
 
@@ -114,7 +114,7 @@ void SetText(CURL* handle, CURLoption option, const std::string& value) {
 
 }  // namespace
 
-CurlTransport::CurlTransport(const ClientOptions& options)
+CurlHttpTransport::CurlHttpTransport(const ClientOptions& options)
     : options_(options),
       authenticationHeader_(
           "GatewayApiAuthentication: " +
@@ -126,7 +126,7 @@ CurlTransport::CurlTransport(const ClientOptions& options)
   EnsureCurlGlobalInit();
 }
 
-CurlTransport::HeaderList CurlTransport::BuildHeaders(std::string_view contentType) const {
+CurlHttpTransport::HeaderList CurlHttpTransport::BuildHeaders(std::string_view contentType) const {
   const std::string contentTypeHeader = "Content-Type: " + std::string(contentType);
   curl_slist* list = nullptr;
   list = curl_slist_append(list, contentTypeHeader.c_str());
@@ -137,7 +137,7 @@ CurlTransport::HeaderList CurlTransport::BuildHeaders(std::string_view contentTy
   return HeaderList(list);
 }
 
-void CurlTransport::Configure(CURL* handle) const {
+void CurlHttpTransport::Configure(CURL* handle) const {
   // No signals: time-outs must work on any thread.
   curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
   curl_easy_setopt(handle, CURLOPT_TCP_KEEPALIVE, 1L);
@@ -165,14 +165,14 @@ void CurlTransport::Configure(CURL* handle) const {
   }
 }
 
-HttpResponse CurlTransport::Post(const HttpRequest& request) { return Perform(request, nullptr); }
+HttpResponse CurlHttpTransport::Post(const HttpRequest& request) { return Perform(request, nullptr); }
 
-HttpResponse CurlTransport::PostStreaming(const HttpRequest& request,
+HttpResponse CurlHttpTransport::PostStreaming(const HttpRequest& request,
                                           const StreamHandler& onChunk) {
   return Perform(request, &onChunk);
 }
 
-HttpResponse CurlTransport::Perform(const HttpRequest& request, const StreamHandler* onChunk) {
+HttpResponse CurlHttpTransport::Perform(const HttpRequest& request, const StreamHandler* onChunk) {
   HttpResponse response;
   const CurlHandlePool::Lease lease = pool_.Acquire();
   CURL* handle = lease.get();
@@ -219,5 +219,5 @@ HttpResponse CurlTransport::Perform(const HttpRequest& request, const StreamHand
   return response;
 }
 
-}  // namespace detail
+}  // namespace internal
 }  // namespace vrex

@@ -9,7 +9,7 @@
 #include <mutex>
 #include <vector>
 
-namespace vrex::detail {
+namespace vrex::internal {
 
 class CurlHandlePool {
  public:
@@ -47,4 +47,4 @@ class CurlHandlePool {
   std::vector<Handle> idle_;  // at most as many as calls ever ran at once
 };
 
-}  // namespace vrex::detail
+}  // namespace vrex::internal

@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-namespace vrex::detail {
+namespace vrex::internal {
 
 class AtomicFile {
  public:
@@ -36,4 +36,4 @@ class AtomicFile {
   std::string error_;
 };
 
-}  // namespace vrex::detail
+}  // namespace vrex::internal

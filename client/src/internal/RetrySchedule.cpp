@@ -1,11 +1,11 @@
-#include "RetrySchedule.h"
+#include "internal/RetrySchedule.h"
 
 #include <algorithm>
 #include <random>
 
 #include "vrex/HttpStatus.h"
 
-namespace vrex::detail {
+namespace vrex::internal {
 
 namespace {
 
@@ -54,4 +54,4 @@ std::optional<std::chrono::milliseconds> RetrySchedule::NextDelay(int attemptsMa
   return delay;
 }
 
-}  // namespace vrex::detail
+}  // namespace vrex::internal

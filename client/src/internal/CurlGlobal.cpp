@@ -1,8 +1,8 @@
-#include "CurlGlobal.h"
+#include "internal/CurlGlobal.h"
 
 #include <curl/curl.h>
 
-namespace vrex::detail {
+namespace vrex::internal {
 
 void EnsureCurlGlobalInit() {
   // A function-local static is initialised exactly once, thread-safely.
@@ -10,4 +10,4 @@ void EnsureCurlGlobalInit() {
   static_cast<void>(initialised);
 }
 
-}  // namespace vrex::detail
+}  // namespace vrex::internal

@@ -1,6 +1,6 @@
 #pragma once
 
-namespace vrex::detail {
+namespace vrex::internal {
 
 /// Initialises libcurl's global state the first time it is called, once per
 /// process, however many threads call it at once. The state is never cleaned
@@ -9,4 +9,4 @@ namespace vrex::detail {
 /// under a running session.
 void EnsureCurlGlobalInit();
 
-}  // namespace vrex::detail
+}  // namespace vrex::internal

@@ -1,8 +1,8 @@
-#include "CurlHandlePool.h"
+#include "internal/CurlHandlePool.h"
 
 #include <utility>
 
-namespace vrex::detail {
+namespace vrex::internal {
 
 CurlHandlePool::CurlHandlePool(std::function<void(CURL*)> configure)
     : configure_(std::move(configure)) {}
@@ -31,4 +31,4 @@ void CurlHandlePool::GiveBack(Handle handle) {
   idle_.push_back(std::move(handle));
 }
 
-}  // namespace vrex::detail
+}  // namespace vrex::internal

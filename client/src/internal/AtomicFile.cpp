@@ -1,11 +1,11 @@
-#include "AtomicFile.h"
+#include "internal/AtomicFile.h"
 
 #include <cerrno>
 #include <random>
 #include <system_error>
 #include <utility>
 
-namespace vrex::detail {
+namespace vrex::internal {
 
 namespace {
 
@@ -90,4 +90,4 @@ void AtomicFile::Fail(std::string_view action, const std::filesystem::path& path
            std::generic_category().message(errorNumber);
 }
 
-}  // namespace vrex::detail
+}  // namespace vrex::internal
