@@ -4,8 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "ExitCodes.h"
-#include "FailureAdvice.h"
+#include "FailureReport.h"
 #include "ProgressBar.h"
 #include "TextTable.h"
 #include "Unit.pb.h"

@@ -1,12 +1,6 @@
 #include "App.h"
 
-#include "CallCommand.h"
-#include "Command.h"
-#include "DownloadCommand.h"
-#include "LogCommand.h"
-#include "SchemaCommands.h"
-#include "TestCommands.h"
-#include "TopologyCommands.h"
+#include "Commands.h"
 
 namespace vrex::cli {
 
@@ -47,8 +41,7 @@ int RunVrex(int argc, const char* const* argv, Console& console) {
   CommandAction action;
   CommandSetup setup{app, console, action};
   AddSchemaCommands(setup);
-  AddCallCommand(setup);
-  AddDownloadCommand(setup);
+  AddRequestCommands(setup);
   AddTopologyCommands(setup);
   AddTestCommands(setup);
   AddLogCommand(setup);

@@ -3,7 +3,6 @@
 #include <chrono>
 #include <cstdlib>
 
-#include "FailureAdvice.h"
 #include "WireTrace.h"
 
 namespace vrex::cli {

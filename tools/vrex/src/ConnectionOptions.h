@@ -10,7 +10,7 @@
 #include <string>
 
 #include "Console.h"
-#include "ExitCodes.h"
+#include "FailureReport.h"
 #include "vrex/Client.h"
 
 namespace vrex::cli {

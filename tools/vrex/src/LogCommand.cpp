@@ -1,13 +1,11 @@
-#include "LogCommand.h"
+#include "Commands.h"
 
 #include <memory>
 
-#include "ConnectionOptions.h"
+#include "AnswerTables.h"
 #include "LogEntryQuery.pb.h"
 #include "LogLevel.pb.h"
-#include "LogTable.h"
 #include "SelectionOptions.h"
-#include "SendAndPrint.h"
 #include "vrex/data/Time.h"
 
 namespace vrex::cli {
@@ -85,14 +83,15 @@ ExitCode Run(const LogArguments& arguments, Console& console) {
 void AddLogCommand(const CommandSetup& setup) {
   auto arguments = std::make_shared<LogArguments>();
   CLI::App& command = AddCommand(
-      setup.app, "log",
+      setup, {"log",
       "Shows the server's log entries of a context (factory, line, bench), optionally of one "
       "source, level and time window. Times are shown in the line's time zone when the "
       "topology states it, else in UTC.",
       "  vrex log http://results:8080 --factory Plant-North --line Line-A --since 2h\n"
       "  vrex log http://results:8080 --level Error --since 1d\n"
       "  vrex log http://results:8080 --factory Plant-North --line Line-A --bench Bench-3 "
-      "--json\n");
+      "--json\n"},
+      arguments, &Run);
   AddServerArguments(command, arguments->server);
   AddLineArguments(command, arguments->selection, false);
   command.add_option("--bench", arguments->bench, "Test bench of the line");
@@ -100,9 +99,6 @@ void AddLogCommand(const CommandSetup& setup) {
   command.add_option("--level", arguments->level, "Only entries of this level (" + LevelNames() +
                                                       ")");
   command.add_flag("--json", arguments->json, "Machine-readable output: the answer as JSON");
-  command.callback([arguments, &console = setup.console, &action = setup.action] {
-    action = [arguments, &console] { return Run(*arguments, console); };
-  });
 }
 
 }  // namespace vrex::cli

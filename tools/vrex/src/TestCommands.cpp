@@ -1,16 +1,13 @@
-#include "TestCommands.h"
+#include "Commands.h"
 
 #include <memory>
 
-#include "ConnectionOptions.h"
 #include "GeneralInformationByIdQuery.pb.h"
 #include "GeneralInformationQuery.pb.h"
 #include "MeasurementByIdQuery.pb.h"
 #include "MeasurementQuery.pb.h"
-#include "MeasurementTable.h"
+#include "AnswerTables.h"
 #include "SelectionOptions.h"
-#include "SendAndPrint.h"
-#include "TestTable.h"
 #include "vrex/data/Clavis.h"
 
 namespace vrex::cli {
@@ -26,11 +23,6 @@ struct TestArguments {
   std::vector<std::string> claves;
   bool json = false;
 };
-
-ExitCode UsageError(const std::string& text, Console& console) {
-  console.err << "vrex: " << text << '\n';
-  return ExitCode::Usage;
-}
 
 template <class ByIdQuery>
 ByIdQuery MakeByIdQuery(const TestArguments& arguments) {
@@ -105,23 +97,17 @@ ExitCode RunMeasurements(const TestArguments& arguments, Console& console) {
   return SendAndPrint(client, query, arguments.server, arguments.json, console, render);
 }
 
-using Runner = ExitCode (*)(const TestArguments&, Console&);
-
-std::shared_ptr<TestArguments> AddTestCommand(const CommandSetup& setup, const std::string& name,
-                                              const std::string& description,
-                                              const std::string& examples, Runner run) {
-  auto arguments = std::make_shared<TestArguments>();
-  CLI::App& command = AddCommand(setup.app, name, description, examples);
+CLI::App& AddTestCommand(const CommandSetup& setup, const CommandText& text,
+                         std::shared_ptr<TestArguments> arguments,
+                         ExitCode (*run)(const TestArguments&, Console&)) {
+  CLI::App& command = AddCommand(setup, text, arguments, run);
   AddServerArguments(command, arguments->server);
   AddSelectionArguments(command, arguments->selection);
   command.add_option("--id", arguments->ids,
                      "Only the tests with these identifiers (repeatable; the filters are then "
                      "not used)");
   command.add_flag("--json", arguments->json, "Machine-readable output: the answer as JSON");
-  command.callback([arguments, run, &console = setup.console, &action = setup.action] {
-    action = [arguments, run, &console] { return run(*arguments, console); };
-  });
-  return arguments;
+  return command;
 }
 
 const char* const kSelectionHelp =
@@ -133,30 +119,33 @@ const char* const kSelectionHelp =
 }  // namespace
 
 void AddTestCommands(const CommandSetup& setup) {
-  AddTestCommand(setup, "tests",
-                 std::string("Lists the test results (headers) of a line as a table.") +
-                     kSelectionHelp,
-                 "  vrex tests http://results:8080 --factory Plant-North --line Line-A --since 1h "
-                 "--bench Bench-3\n"
-                 "  vrex tests http://results:8080 --factory Plant-North --line Line-A --from "
-                 "2024-03-12T08:00 --until 2024-03-12T12:00\n"
-                 "  vrex tests http://results:8080 --factory Plant-North --line Line-A --serial "
-                 "SN-24-0003142 --json\n",
-                 &RunTests);
-  auto arguments = AddTestCommand(
-      setup, "measurements",
-      std::string("Shows the measured values of tests with their units, one table per test; "
-                  "vectors, tracks and matrices are summarised by size and ranges, defects "
-                  "follow.") +
-          kSelectionHelp,
-      "  vrex measurements http://results:8080 --factory Plant-North --line Line-A --last 1\n"
-      "  vrex measurements http://results:8080 --factory Plant-North --line Line-A --id 1002 \\\n"
-      "      --clavis 'Run-Up/Level/Mic-1/Gearbox/RMS/MIC-4189-A'\n",
-      &RunMeasurements);
-  setup.app.get_subcommand("measurements")
-      ->add_option("--clavis", arguments->claves,
-                   "Only this quantity, as Mode/Instrument/Channel/Location/"
-                   "InstrumentParameter/Sensor (repeatable)");
+  AddTestCommand(setup,
+                 {"tests",
+                  std::string("Lists the test results (headers) of a line as a table.") +
+                      kSelectionHelp,
+                  "  vrex tests http://results:8080 --factory Plant-North --line Line-A --since "
+                  "1h --bench Bench-3\n"
+                  "  vrex tests http://results:8080 --factory Plant-North --line Line-A --from "
+                  "2024-03-12T08:00 --until 2024-03-12T12:00\n"
+                  "  vrex tests http://results:8080 --factory Plant-North --line Line-A --serial "
+                  "SN-24-0003142 --json\n"},
+                 std::make_shared<TestArguments>(), &RunTests);
+  auto arguments = std::make_shared<TestArguments>();
+  AddTestCommand(
+      setup,
+      {"measurements",
+       std::string("Shows the measured values of tests with their units, one table per test; "
+                   "vectors, tracks and matrices are summarised by size and ranges, defects "
+                   "follow.") +
+           kSelectionHelp,
+       "  vrex measurements http://results:8080 --factory Plant-North --line Line-A --last 1\n"
+       "  vrex measurements http://results:8080 --factory Plant-North --line Line-A --id 1002 "
+       "\\\n"
+       "      --clavis 'Run-Up/Level/Mic-1/Gearbox/RMS/MIC-4189-A'\n"},
+      arguments, &RunMeasurements)
+      .add_option("--clavis", arguments->claves,
+                  "Only this quantity, as Mode/Instrument/Channel/Location/"
+                  "InstrumentParameter/Sensor (repeatable)");
 }
 
 }  // namespace vrex::cli

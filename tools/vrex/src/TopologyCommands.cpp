@@ -1,9 +1,8 @@
-#include "TopologyCommands.h"
+#include "Commands.h"
 
 #include <memory>
 
 #include "ApiVersionQuery.pb.h"
-#include "ConnectionOptions.h"
 #include "SimpleTopologyQuery.pb.h"
 #include "TopologyTree.h"
 #include "VrexClient.h"
@@ -76,34 +75,29 @@ ExitCode RunTopology(const ReadArguments& arguments, Console& console) {
   return ExitCode::Ok;
 }
 
-using Runner = ExitCode (*)(const ReadArguments&, Console&);
-
-void AddReadCommand(const CommandSetup& setup, const std::string& name,
-                    const std::string& description, const std::string& examples, Runner run) {
+void AddReadCommand(const CommandSetup& setup, const CommandText& text,
+                    ExitCode (*run)(const ReadArguments&, Console&)) {
   auto arguments = std::make_shared<ReadArguments>();
-  CLI::App& command = AddCommand(setup.app, name, description, examples);
+  CLI::App& command = AddCommand(setup, text, arguments, run);
   AddServerArguments(command, arguments->server);
   command.add_flag("--json", arguments->json, "Machine-readable output: the answer as JSON");
-  command.callback([arguments, run, &console = setup.console, &action = setup.action] {
-    action = [arguments, run, &console] { return run(*arguments, console); };
-  });
 }
 
 }  // namespace
 
 void AddTopologyCommands(const CommandSetup& setup) {
-  AddReadCommand(setup, "version",
+  AddReadCommand(setup, {"version",
                  "Asks the server for its interface version and tells whether this vrex "
                  "accepts it. The exit status is 0 when it is accepted and 7 when not.",
                  "  vrex version http://results:8080\n"
                  "  vrex version http://results:8080 --json\n"
-                 "  vrex version http://results:8080 && echo ready\n",
+                 "  vrex version http://results:8080 && echo ready\n"},
                  &RunVersion);
-  AddReadCommand(setup, "topology",
+  AddReadCommand(setup, {"topology",
                  "Shows the plant as the server knows it: factories, lines with their time "
                  "zones, and test benches. These names go into --factory, --line and --bench.",
                  "  vrex topology http://results:8080\n"
-                 "  vrex topology http://results:8080 --json\n",
+                 "  vrex topology http://results:8080 --json\n"},
                  &RunTopology);
 }
 

@@ -1,11 +1,14 @@
 #pragma once
-// Test headers as a table, one row per test, times in the line's zone.
+// Answers as tables for people: test headers, measurements and log entries,
+// times in the line's zone.
 
 #include <string>
 
 #include "GeneralInformation.pb.h"
 #include "GeneralInformationContainer.pb.h"
 #include "LineTimeZone.h"
+#include "LogEntryContainer.pb.h"
+#include "MeasurementContainer.pb.h"
 
 namespace vrex::cli {
 
@@ -18,5 +21,14 @@ std::string RenderTestTable(const Korvan::KQ::DataContracts::GeneralInformationC
 /// test in a line, as the heading of its values.
 std::string DescribeTest(const Korvan::KQ::DataContracts::GeneralInformation& test,
                          const LineTimeZone& zone);
+
+/// Tests in ascending identifier order; "No measurements match." when empty.
+std::string RenderMeasurements(const Korvan::KQ::DataContracts::MeasurementContainer& container,
+                               const LineTimeZone& zone);
+
+/// A heading naming the context, then time, level, source and message of
+/// each entry; an exception follows its entry on indented lines.
+std::string RenderLog(const Korvan::KQ::DataContracts::LogEntryContainer& log,
+                      const LineTimeZone& zone);
 
 }  // namespace vrex::cli

@@ -1,9 +1,9 @@
-#include "MeasurementTable.h"
+#include "AnswerTables.h"
 
 #include <map>
 #include <sstream>
 
-#include "TestTable.h"
+#include "LogLevel.pb.h"
 #include "TextTable.h"
 #include "ValueSummary.h"
 #include "vrex/data/Clavis.h"
@@ -11,9 +11,38 @@
 
 namespace vrex::cli {
 
+namespace dc = ::Korvan::KQ::DataContracts;
+
 namespace {
 
-namespace dc = ::Korvan::KQ::DataContracts;
+// "1", or "2 (last)" for the unit's latest test.
+std::string RepetitionText(const dc::GeneralInformation& test) {
+  return std::to_string(test.ordinal()) + (test.thislast() ? " (last)" : "");
+}
+
+}  // namespace
+
+std::string RenderTestTable(const dc::GeneralInformationContainer& tests,
+                            const LineTimeZone& zone) {
+  if (tests.values_size() == 0) {
+    return "No tests match.\n";
+  }
+  TextTable table({"ID", "TIME (" + zone.Name() + ")", "SERIAL", "TYPE", "BENCH", "RESULT",
+                   "TEST KIND", "ORDINAL"});
+  for (const dc::GeneralInformation& test : tests.values()) {
+    table.AddRow({std::to_string(test.pkident()), zone.Format(test.measurementtime()),
+                  test.serial(), test.type(), test.bench(), test.result(), test.testkind(),
+                  RepetitionText(test)});
+  }
+  return table.Render();
+}
+
+std::string DescribeTest(const dc::GeneralInformation& test, const LineTimeZone& zone) {
+  return std::to_string(test.pkident()) + "  " + zone.Format(test.measurementtime()) + "  " +
+         test.serial() + "  " + test.bench() + "  " + test.result();
+}
+
+namespace {
 
 std::string Indented(const std::string& text, const std::string& indent) {
   std::string result;
@@ -82,6 +111,42 @@ std::string RenderMeasurements(const dc::MeasurementContainer& container,
     text += Indented(DefectsText(measurement->defectreport()), "  ");
   }
   return text;
+}
+
+namespace {
+
+namespace en = ::Korvan::KQ::DataContracts::Enumerator;
+
+std::string ContextOf(const dc::LogEntryContainer& log) {
+  std::string context;
+  for (const std::string* part : {&log.factory(), &log.line(), &log.testbench()}) {
+    if (!part->empty()) {
+      context += (context.empty() ? "" : " / ") + *part;
+    }
+  }
+  return context.empty() ? "the server" : context;
+}
+
+}  // namespace
+
+std::string RenderLog(const dc::LogEntryContainer& log, const LineTimeZone& zone) {
+  std::string text = "Log of " + ContextOf(log);
+  if (log.has_lastmodified()) {
+    text += ", last changed " + zone.Format(log.lastmodified());
+  }
+  text += "\n";
+  if (log.logentries_size() == 0) {
+    return text + "No log entries match.\n";
+  }
+  TextTable table({"TIME (" + zone.Name() + ")", "LEVEL", "SOURCE", "EVENT", "MESSAGE"});
+  for (const dc::LogEntry& entry : log.logentries()) {
+    table.AddRow({zone.Format(entry.timestamp()), en::LogLevel_Name(entry.level()),
+                  entry.sourcecontext(), entry.eventid(), entry.message()});
+    if (!entry.exception().empty()) {
+      table.AddRow({"", "", "", "", "  exception: " + entry.exception()});
+    }
+  }
+  return text + table.Render();
 }
 
 }  // namespace vrex::cli

@@ -1,7 +1,9 @@
 #pragma once
-// The exit status of vrex, derived from what became of the call, so that
-// scripts can tell a typo from a server that is down.
+// What a failed call means to the people and scripts that ran vrex: an exit
+// status that tells a typo from a server that is down, and one line that
+// names the cause and what to try next.
 
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -32,5 +34,12 @@ const std::vector<ExitCodeMeaning>& ExitCodeTable();
 ExitCode ExitCodeFor(const Outcome& outcome);
 
 constexpr int ToInt(ExitCode code) { return static_cast<int>(code); }
+
+/// E.g. "cannot reach http://host:8080: Connection refused (is the server
+/// running? check the URL)". `baseUrl` is the server the call went to;
+/// `systemReason` the reason the system gave for a failed connection, when
+/// known, which names the cause better than libcurl's summary.
+std::string DescribeFailure(const Outcome& outcome, std::string_view baseUrl,
+                            std::string_view systemReason = {});
 
 }  // namespace vrex::cli

@@ -1,0 +1,16 @@
+#include "Commands.h"
+
+namespace vrex::cli {
+
+CLI::App& AddSubcommand(CLI::App& app, const CommandText& text) {
+  CLI::App& command = *app.add_subcommand(text.name, text.description);
+  command.footer("\nEXAMPLES\n" + text.examples);
+  return command;
+}
+
+ExitCode UsageError(const std::string& text, Console& console) {
+  console.err << "vrex: " << text << '\n';
+  return ExitCode::Usage;
+}
+
+}  // namespace vrex::cli
