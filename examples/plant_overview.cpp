@@ -24,8 +24,8 @@ constexpr int kLastTests = 5;
 
 bool Failed(const dc::MessageContainer& status, const std::string& what) {
   if (status.codecategory() == en::CodeCategory_None) return false;
-  std::cerr << what << " failed: " << en::CodeCategory_Name(status.codecategory())
-            << " / " << en::DetailCode_Name(status.detailcode()) << '\n';
+  std::cerr << what << " failed: " << en::CodeCategory_Name(status.codecategory()) << " / "
+            << en::DetailCode_Name(status.detailcode()) << '\n';
   return true;
 }
 
@@ -33,8 +33,8 @@ std::string TimeZoneOf(const dc::Line& line) {
   if (!line.has_timezoneid()) return "time zone not stated";
   const dc::TimezoneInfo& zone = line.timezoneid();
   const int offset = zone.utcoffsetinminutes();
-  std::string text = zone.ianatimezoneid().empty() ? zone.windowstimezoneid()
-                                                   : zone.ianatimezoneid();
+  std::string text =
+      zone.ianatimezoneid().empty() ? zone.windowstimezoneid() : zone.ianatimezoneid();
   text += offset < 0 ? ", UTC-" : ", UTC+";
   const int minutes = offset < 0 ? -offset : offset;
   text += std::to_string(minutes / 60);
@@ -52,13 +52,13 @@ void PrintTopology(const dc::SimpleTopologyContainer& topology) {
     for (int l = 0; l < factory.lines_size(); ++l) {
       const dc::Line& line = factory.lines(l);
       const bool lastLine = l + 1 == factory.lines_size();
-      std::cout << factoryIndent << (lastLine ? "└── " : "├── ") << line.name()
-                << "  (" << TimeZoneOf(line) << ")\n";
+      std::cout << factoryIndent << (lastLine ? "└── " : "├── ") << line.name() << "  ("
+                << TimeZoneOf(line) << ")\n";
       const std::string lineIndent = factoryIndent + (lastLine ? "    " : "│   ");
       for (int b = 0; b < line.testbenches_size(); ++b) {
         const bool lastBench = b + 1 == line.testbenches_size();
-        std::cout << lineIndent << (lastBench ? "└── " : "├── ")
-                  << line.testbenches(b).name() << '\n';
+        std::cout << lineIndent << (lastBench ? "└── " : "├── ") << line.testbenches(b).name()
+                  << '\n';
       }
     }
   }
@@ -107,8 +107,9 @@ void PrintMeasurements(const dc::MeasurementContainer& container) {
     for (const auto& [id, measurement] : container.measurements()) sorted[id] = &measurement;
     return sorted;
   }();
-  std::cout << std::left << std::setw(8) << "Test" << std::setw(30) << "Time"
-            << std::setw(14) << "Serial" << std::setw(10) << "Bench" << "Result\n";
+  std::cout << std::left << std::setw(8) << "Test" << std::setw(30) << "Time" << std::setw(14)
+            << "Serial" << std::setw(10) << "Bench"
+            << "Result\n";
   for (const auto& [id, measurement] : tests) {
     const dc::GeneralInformation& test = measurement->generalinformation();
     std::cout << std::setw(8) << id << std::setw(30) << TimeText(test) << std::setw(14)
@@ -142,7 +143,8 @@ int main(int argc, char** argv) {
   const std::string server = argv[1];
   dc::MessageContainer status;
 
-  const dc::VersionDTO version = VrexClient::SendToServer(server, dc::ApiVersionQuery(), status, "");
+  const dc::VersionDTO version =
+      VrexClient::SendToServer(server, dc::ApiVersionQuery(), status, "");
   if (Failed(status, "Reading the server version")) return 1;
   const bool accepted = VrexClient::CheckVersion(server, status, "");
   std::cout << "Server interface " << version.major() << '.' << version.minor() << '.'
@@ -164,8 +166,8 @@ int main(int argc, char** argv) {
   query.mutable_lastn()->set_topn(kLastTests);
   const auto measurements = VrexClient::SendToServer(server, query, status, "");
   if (Failed(status, "Reading the measurements")) return 1;
-  std::cout << "\nLast " << kLastTests << " tests of " << query.factory() << " / "
-            << query.line() << ":\n";
+  std::cout << "\nLast " << kLastTests << " tests of " << query.factory() << " / " << query.line()
+            << ":\n";
   PrintMeasurements(measurements);
   return 0;
 }

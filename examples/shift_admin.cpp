@@ -50,8 +50,9 @@ bool HasShift(const dc::ShiftContainer& plan, const std::string& name) {
 
 /// The line's shift plan; a query, so the client may repeat it after a
 /// transient failure (the outcome tells how often it tried).
-vrex::Result<dc::ShiftContainer, vrex::Outcome> ReadPlan(const vrex::Client& client, const std::string& factory,
-                                                          const std::string& line) {
+vrex::Result<dc::ShiftContainer, vrex::Outcome> ReadPlan(const vrex::Client& client,
+                                                         const std::string& factory,
+                                                         const std::string& line) {
   dc::GetShiftQuery query;
   query.set_factory(factory);
   query.set_line(line);

@@ -18,9 +18,9 @@
 //   "http://host:8080/" lead to different paths ("/api/..." and "//api/...").
 // - The trailing text argument of every function is accepted and ignored.
 
-#include <string>
-
 #include <google/protobuf/message.h>
+
+#include <string>
 
 #include "ApiVersionQuery.pb.h"
 #include "GeneralInformationByIdQuery.pb.h"
@@ -55,22 +55,22 @@ namespace contracts = ::Korvan::KQ::DataContracts;
 /// ApiPipeline/Unauthorized/Error for 4xx; ApiPipeline/Failed/Error for any
 /// other status. An empty request is sent as the JSON body "{}".
 VREX_EXPORT contracts::MessageContainer Post(std::string url,
-                                 const google::protobuf::Message& request,
-                                 google::protobuf::Message& response,
-                                 std::string unusedText);
+                                             const google::protobuf::Message& request,
+                                             google::protobuf::Message& response,
+                                             std::string unusedText);
 
 /// Asks the server for its interface version; true when the call succeeded
 /// and the server's version is accepted. A refused version leaves
 /// `container` at the success status: only the result tells.
 VREX_EXPORT bool CheckVersion(std::string serverUrl, contracts::MessageContainer& container,
-                  std::string unusedText);
+                              std::string unusedText);
 
 // Typed reads. Each posts `query` to its own endpoint ("/api/<QueryType>"),
 // replaces `container` with the outcome and returns the answer by value.
 VREX_EXPORT contracts::VersionDTO SendToServer(std::string serverUrl,
-                                   const contracts::ApiVersionQuery& query,
-                                   contracts::MessageContainer& container,
-                                   std::string unusedText);
+                                               const contracts::ApiVersionQuery& query,
+                                               contracts::MessageContainer& container,
+                                               std::string unusedText);
 VREX_EXPORT contracts::SimpleTopologyContainer SendToServer(
     std::string serverUrl, const contracts::SimpleTopologyQuery& query,
     contracts::MessageContainer& container, std::string unusedText);
@@ -89,16 +89,15 @@ VREX_EXPORT contracts::ProtocolCrossReferenceStore SendToServer(
 VREX_EXPORT contracts::MeasurementContainer SendToServer(
     std::string serverUrl, const contracts::MeasurementByIdQuery& query,
     contracts::MessageContainer& container, std::string unusedText);
-VREX_EXPORT contracts::MeasurementContainer SendToServer(
-    std::string serverUrl, const contracts::MeasurementQuery& query,
+VREX_EXPORT contracts::MeasurementContainer SendToServer(std::string serverUrl,
+                                                         const contracts::MeasurementQuery& query,
+                                                         contracts::MessageContainer& container,
+                                                         std::string unusedText);
+VREX_EXPORT contracts::VectorTrackOfMeasurementsContainer SendToServer(
+    std::string serverUrl, const contracts::VectorTrackOfMeasurementsByIdQuery& query,
     contracts::MessageContainer& container, std::string unusedText);
 VREX_EXPORT contracts::VectorTrackOfMeasurementsContainer SendToServer(
-    std::string serverUrl,
-    const contracts::VectorTrackOfMeasurementsByIdQuery& query,
-    contracts::MessageContainer& container, std::string unusedText);
-VREX_EXPORT contracts::VectorTrackOfMeasurementsContainer SendToServer(
-    std::string serverUrl,
-    const contracts::VectorTrackOfMeasurementsQuery& query,
+    std::string serverUrl, const contracts::VectorTrackOfMeasurementsQuery& query,
     contracts::MessageContainer& container, std::string unusedText);
 
 }  // namespace VrexClient

@@ -1,11 +1,11 @@
 #include "VrexClient.h"
 
+#include <curl/curl.h>
+
 #include <cstdint>
 #include <cstdio>
 #include <utility>
 #include <vector>
-
-#include <curl/curl.h>
 
 #include "internal/GatewayToken.h"
 #include "vrex/HttpStatus.h"
@@ -22,9 +22,8 @@ namespace enums = contracts::Enumerator;
 // the three helpers below carry them under names that leak checkers can be
 // told about without hiding anything else.
 curl_slist* AppendPostHeaders(std::int32_t requestSize) {
-  const std::string contentType = requestSize != 0
-                                      ? "Content-Type: application/x-protobuf"
-                                      : "Content-Type: application/json";
+  const std::string contentType =
+      requestSize != 0 ? "Content-Type: application/x-protobuf" : "Content-Type: application/json";
   const std::string authentication =
       "GatewayApiAuthentication: " + vrex::internal::gatewayAuthenticationToken;
   curl_slist* headers = nullptr;
@@ -38,8 +37,8 @@ CURL* OpenPostHandle() { return curl_easy_init(); }
 
 CURLcode PerformPostTransfer(CURL* handle) { return curl_easy_perform(handle); }
 
-void SetStatus(MessageContainer& status, enums::CodeCategory category,
-               enums::DetailCode detail, enums::LogLevel level) {
+void SetStatus(MessageContainer& status, enums::CodeCategory category, enums::DetailCode detail,
+               enums::LogLevel level) {
   status.set_codecategory(category);
   status.set_detailcode(detail);
   status.set_level(level);
@@ -51,8 +50,7 @@ enums::DetailCode DetailCodeForStatus(std::int32_t httpStatus) {
 }
 
 // libcurl's write callback: appends every chunk to the body, never refusing one.
-std::size_t WriteResponseBody(void* data, std::size_t size, std::size_t count,
-                              std::string* body) {
+std::size_t WriteResponseBody(void* data, std::size_t size, std::size_t count, std::string* body) {
   const std::size_t length = size * count;
   body->append(static_cast<const char*>(data), length);
   return length;
@@ -64,9 +62,8 @@ std::string BuildEndpointUrl(std::string serverUrl, std::string endpointName) {
 }
 
 template <typename Result, typename Query>
-Result SendTyped(std::string serverUrl, const char* endpointName,
-                 const Query& query, MessageContainer& container,
-                 std::string unusedText) {
+Result SendTyped(std::string serverUrl, const char* endpointName, const Query& query,
+                 MessageContainer& container, std::string unusedText) {
   Result result;
   std::string url = BuildEndpointUrl(std::move(serverUrl), endpointName);
   container = Post(std::move(url), query, result, std::move(unusedText));
@@ -76,8 +73,7 @@ Result SendTyped(std::string serverUrl, const char* endpointName,
 }  // namespace
 
 MessageContainer Post(std::string url, const google::protobuf::Message& request,
-                      google::protobuf::Message& response,
-                      std::string /*unusedText*/) {
+                      google::protobuf::Message& response, std::string /*unusedText*/) {
   MessageContainer status;
   std::string responseBody;
   curl_global_init(CURL_GLOBAL_ALL);
@@ -110,8 +106,7 @@ MessageContainer Post(std::string url, const google::protobuf::Message& request,
   if (transfer != CURLE_OK) {
     const std::string reason = curl_easy_strerror(transfer);
     std::fprintf(stderr, "curl_easy_perform() failed: %s\n", reason.c_str());
-    SetStatus(status, enums::CodeCategory_Backend,
-              enums::NoDetailCode, enums::Error);
+    SetStatus(status, enums::CodeCategory_Backend, enums::NoDetailCode, enums::Error);
     return status;  // The handle and global state are kept: by design.
   }
 
@@ -119,17 +114,15 @@ MessageContainer Post(std::string url, const google::protobuf::Message& request,
   curl_easy_getinfo(handle, CURLINFO_RESPONSE_CODE, &responseCode);
   const auto httpStatus = static_cast<std::int32_t>(responseCode);
   if (httpStatus == 200) {
-    if (response.ParseFromArray(responseBody.data(),
-                                static_cast<int>(responseBody.size()))) {
+    if (response.ParseFromArray(responseBody.data(), static_cast<int>(responseBody.size()))) {
       status = MessageContainer();
       status.set_codecategory(enums::CodeCategory_None);
     } else {
-      SetStatus(status, enums::CodeCategory_Backend, enums::NoDetailCode,
-                enums::Error);
+      SetStatus(status, enums::CodeCategory_Backend, enums::NoDetailCode, enums::Error);
     }
   } else {
-    SetStatus(status, enums::CodeCategory_ApiPipeline,
-              DetailCodeForStatus(httpStatus), enums::Error);
+    SetStatus(status, enums::CodeCategory_ApiPipeline, DetailCodeForStatus(httpStatus),
+              enums::Error);
   }
 
   curl_easy_cleanup(handle);
@@ -137,93 +130,82 @@ MessageContainer Post(std::string url, const google::protobuf::Message& request,
   return status;
 }
 
-bool CheckVersion(std::string serverUrl, MessageContainer& container,
-                  std::string unusedText) {
+bool CheckVersion(std::string serverUrl, MessageContainer& container, std::string unusedText) {
   const contracts::ApiVersionQuery query;
-  const contracts::VersionDTO version =
-      SendToServer(serverUrl, query, container, unusedText);
+  const contracts::VersionDTO version = SendToServer(serverUrl, query, container, unusedText);
   if (container.codecategory() != enums::CodeCategory_None) {
     return false;
   }
   return vrex::IsAcceptedVersion(version);
 }
 
-contracts::VersionDTO SendToServer(std::string serverUrl,
-                                   const contracts::ApiVersionQuery& query,
-                                   MessageContainer& container,
-                                   std::string unusedText) {
-  return SendTyped<contracts::VersionDTO>(std::move(serverUrl), "ApiVersionQuery",
-                                          query, container, std::move(unusedText));
+contracts::VersionDTO SendToServer(std::string serverUrl, const contracts::ApiVersionQuery& query,
+                                   MessageContainer& container, std::string unusedText) {
+  return SendTyped<contracts::VersionDTO>(std::move(serverUrl), "ApiVersionQuery", query, container,
+                                          std::move(unusedText));
 }
 
-contracts::SimpleTopologyContainer SendToServer(
-    std::string serverUrl, const contracts::SimpleTopologyQuery& query,
-    MessageContainer& container, std::string unusedText) {
-  return SendTyped<contracts::SimpleTopologyContainer>(
-      std::move(serverUrl), "SimpleTopologyQuery", query, container,
-      std::move(unusedText));
+contracts::SimpleTopologyContainer SendToServer(std::string serverUrl,
+                                                const contracts::SimpleTopologyQuery& query,
+                                                MessageContainer& container,
+                                                std::string unusedText) {
+  return SendTyped<contracts::SimpleTopologyContainer>(std::move(serverUrl), "SimpleTopologyQuery",
+                                                       query, container, std::move(unusedText));
 }
 
 contracts::GeneralInformationContainer SendToServer(
     std::string serverUrl, const contracts::GeneralInformationByIdQuery& query,
     MessageContainer& container, std::string unusedText) {
   return SendTyped<contracts::GeneralInformationContainer>(
-      std::move(serverUrl), "GeneralInformationByIdQuery", query, container,
-      std::move(unusedText));
+      std::move(serverUrl), "GeneralInformationByIdQuery", query, container, std::move(unusedText));
 }
 
-contracts::GeneralInformationContainer SendToServer(
-    std::string serverUrl, const contracts::GeneralInformationQuery& query,
-    MessageContainer& container, std::string unusedText) {
+contracts::GeneralInformationContainer SendToServer(std::string serverUrl,
+                                                    const contracts::GeneralInformationQuery& query,
+                                                    MessageContainer& container,
+                                                    std::string unusedText) {
   return SendTyped<contracts::GeneralInformationContainer>(
-      std::move(serverUrl), "GeneralInformationQuery", query, container,
-      std::move(unusedText));
+      std::move(serverUrl), "GeneralInformationQuery", query, container, std::move(unusedText));
 }
 
-contracts::IdNameTableStore SendToServer(
-    std::string serverUrl, const contracts::ResultDbIdNameTablesQuery& query,
-    MessageContainer& container, std::string unusedText) {
-  return SendTyped<contracts::IdNameTableStore>(
-      std::move(serverUrl), "ResultDbIdNameTablesQuery", query, container,
-      std::move(unusedText));
+contracts::IdNameTableStore SendToServer(std::string serverUrl,
+                                         const contracts::ResultDbIdNameTablesQuery& query,
+                                         MessageContainer& container, std::string unusedText) {
+  return SendTyped<contracts::IdNameTableStore>(std::move(serverUrl), "ResultDbIdNameTablesQuery",
+                                                query, container, std::move(unusedText));
 }
 
 contracts::ProtocolCrossReferenceStore SendToServer(
     std::string serverUrl, const contracts::ProtocolCrossReferenceQuery& query,
     MessageContainer& container, std::string unusedText) {
   return SendTyped<contracts::ProtocolCrossReferenceStore>(
-      std::move(serverUrl), "ProtocolCrossReferenceQuery", query, container,
-      std::move(unusedText));
+      std::move(serverUrl), "ProtocolCrossReferenceQuery", query, container, std::move(unusedText));
 }
 
-contracts::MeasurementContainer SendToServer(
-    std::string serverUrl, const contracts::MeasurementByIdQuery& query,
-    MessageContainer& container, std::string unusedText) {
-  return SendTyped<contracts::MeasurementContainer>(
-      std::move(serverUrl), "MeasurementByIdQuery", query, container,
-      std::move(unusedText));
+contracts::MeasurementContainer SendToServer(std::string serverUrl,
+                                             const contracts::MeasurementByIdQuery& query,
+                                             MessageContainer& container, std::string unusedText) {
+  return SendTyped<contracts::MeasurementContainer>(std::move(serverUrl), "MeasurementByIdQuery",
+                                                    query, container, std::move(unusedText));
 }
 
-contracts::MeasurementContainer SendToServer(
-    std::string serverUrl, const contracts::MeasurementQuery& query,
-    MessageContainer& container, std::string unusedText) {
-  return SendTyped<contracts::MeasurementContainer>(
-      std::move(serverUrl), "MeasurementQuery", query, container,
-      std::move(unusedText));
+contracts::MeasurementContainer SendToServer(std::string serverUrl,
+                                             const contracts::MeasurementQuery& query,
+                                             MessageContainer& container, std::string unusedText) {
+  return SendTyped<contracts::MeasurementContainer>(std::move(serverUrl), "MeasurementQuery", query,
+                                                    container, std::move(unusedText));
 }
 
 contracts::VectorTrackOfMeasurementsContainer SendToServer(
-    std::string serverUrl,
-    const contracts::VectorTrackOfMeasurementsByIdQuery& query,
+    std::string serverUrl, const contracts::VectorTrackOfMeasurementsByIdQuery& query,
     MessageContainer& container, std::string unusedText) {
   return SendTyped<contracts::VectorTrackOfMeasurementsContainer>(
-      std::move(serverUrl), "VectorTrackOfMeasurementsByIdQuery", query,
-      container, std::move(unusedText));
+      std::move(serverUrl), "VectorTrackOfMeasurementsByIdQuery", query, container,
+      std::move(unusedText));
 }
 
 contracts::VectorTrackOfMeasurementsContainer SendToServer(
-    std::string serverUrl,
-    const contracts::VectorTrackOfMeasurementsQuery& query,
+    std::string serverUrl, const contracts::VectorTrackOfMeasurementsQuery& query,
     MessageContainer& container, std::string unusedText) {
   return SendTyped<contracts::VectorTrackOfMeasurementsContainer>(
       std::move(serverUrl), "VectorTrackOfMeasurementsQuery", query, container,

@@ -18,7 +18,8 @@ std::array<std::string_view, 6> PartsOf(const Clavis& clavis) {
 std::size_t Combine(std::size_t seed, std::size_t hash) {
   // The usual golden-ratio mix: spreads each part's hash over the seed so
   // that the order of the parts matters.
-  return seed ^ (hash + static_cast<std::size_t>(0x9e3779b97f4a7c15ULL) + (seed << 6) + (seed >> 2));
+  return seed ^
+         (hash + static_cast<std::size_t>(0x9e3779b97f4a7c15ULL) + (seed << 6) + (seed >> 2));
 }
 
 }  // namespace

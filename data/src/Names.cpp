@@ -15,7 +15,9 @@ NameIndex::NameIndex(const contracts::IdNameTableStore& store) {
   }
 }
 
-bool NameIndex::HasTable(std::string_view table) const { return tables_.find(table) != tables_.end(); }
+bool NameIndex::HasTable(std::string_view table) const {
+  return tables_.find(table) != tables_.end();
+}
 
 const std::string* NameIndex::Find(std::string_view table, std::int32_t id) const {
   const auto rows = tables_.find(table);
@@ -45,16 +47,19 @@ Result<contracts::Clavis> ResolveCrossReference(const contracts::ProtocolCrossRe
   };
   const ForeignKey keys[] = {
       {"FkMode", tables.mode, row.fkmode(), &contracts::Clavis::mutable_mode},
-      {"FkInstrument", tables.instrument, row.fkinstrument(), &contracts::Clavis::mutable_instrument},
+      {"FkInstrument", tables.instrument, row.fkinstrument(),
+       &contracts::Clavis::mutable_instrument},
       {"FkLocation", tables.location, row.fklocation(), &contracts::Clavis::mutable_location},
-      {"FkParameter", tables.parameter, row.fkparameter(), &contracts::Clavis::mutable_instrumentparameter},
+      {"FkParameter", tables.parameter, row.fkparameter(),
+       &contracts::Clavis::mutable_instrumentparameter},
   };
   contracts::Clavis clavis;
   for (const ForeignKey& key : keys) {
     Result<std::string> name = names.Resolve(key.table, key.id);
     if (!name.Ok()) {
       return Result<contracts::Clavis>::Failure("cross reference " + std::to_string(row.pkident()) +
-                                                ", " + key.field + ": " + name.GetStatus().Message());
+                                                ", " + key.field + ": " +
+                                                name.GetStatus().Message());
     }
     *(clavis.*key.part)() = std::move(name).Value();
   }

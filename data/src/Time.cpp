@@ -31,8 +31,10 @@ struct TickCount {
 
 Result<TickCount> ReadCount(std::int64_t value, int scale) {
   if (scale == kMinMaxScale) {
-    if (value == 1) return Result<TickCount>::Success({std::numeric_limits<std::int64_t>::max(), Extreme::Max});
-    if (value == -1) return Result<TickCount>::Success({std::numeric_limits<std::int64_t>::min(), Extreme::Min});
+    if (value == 1)
+      return Result<TickCount>::Success({std::numeric_limits<std::int64_t>::max(), Extreme::Max});
+    if (value == -1)
+      return Result<TickCount>::Success({std::numeric_limits<std::int64_t>::min(), Extreme::Min});
     return Result<TickCount>::Failure("scale MINMAX holds 1 (greatest) or -1 (least), not " +
                                       std::to_string(value));
   }
@@ -236,8 +238,10 @@ Result<std::chrono::system_clock::time_point> ToSystemTime(const bcl::DateTime& 
 
   const Result<Instant> instant = ToInstant(time);
   if (!instant.Ok()) return Result<SystemTime>::Failure(instant.GetStatus().Message());
-  if (instant.Value().extreme == Extreme::Max) return Result<SystemTime>::Success(SystemTime::max());
-  if (instant.Value().extreme == Extreme::Min) return Result<SystemTime>::Success(SystemTime::min());
+  if (instant.Value().extreme == Extreme::Max)
+    return Result<SystemTime>::Success(SystemTime::max());
+  if (instant.Value().extreme == Extreme::Min)
+    return Result<SystemTime>::Success(SystemTime::min());
 
   const std::int64_t ticks = instant.Value().time.time_since_epoch().count();
   if (ticks > std::numeric_limits<SystemTime::rep>::max() / kPerTick ||
@@ -318,8 +322,7 @@ Result<Iso8601Reading> ParseIso8601(std::string_view text) {
   using SystemTime = std::chrono::system_clock::time_point;
   const auto days = std::chrono::hours(
       24 * DaysFromCivil(*year, static_cast<unsigned>(*month), static_cast<unsigned>(*day)));
-  const SystemTime wallClock(
-      std::chrono::duration_cast<SystemTime::duration>(days + timeOfDay));
+  const SystemTime wallClock(std::chrono::duration_cast<SystemTime::duration>(days + timeOfDay));
   return Result<Iso8601Reading>::Success({wallClock, offset});
 }
 

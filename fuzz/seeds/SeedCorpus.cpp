@@ -1,10 +1,10 @@
 #include "SeedCorpus.h"
 
-#include <memory>
-#include <set>
-
 #include <google/protobuf/descriptor.h>
 #include <google/protobuf/message.h>
+
+#include <memory>
+#include <set>
 
 #include "CatalogTypes.h"
 #include "SimpleTopologyContainer.pb.h"
@@ -42,7 +42,8 @@ std::string HttpPost(const std::string& target, const std::string& body) {
   return "POST " + target + " HTTP/1.1\r\nHost: 127.0.0.1\r\nContent-Type: application/" +
          (empty ? "json" : "x-protobuf") +
          "\r\naccept: application/x-protobuf\r\nGatewayApiAuthentication: fuzz\r\n"
-         "Content-Length: " + std::to_string(sent.size()) + "\r\n\r\n" + sent;
+         "Content-Length: " +
+         std::to_string(sent.size()) + "\r\n\r\n" + sent;
 }
 
 std::string HexSize(std::size_t size) {
@@ -188,10 +189,10 @@ std::vector<std::string> StubRequestDictionary() {
   for (const Descriptor* type : RequestTypes()) {
     entries.push_back(DictionaryEntry("/api/" + type->name()));
   }
-  for (const char* token : {"POST ", "GET ", "PUT ", "OPTIONS ", " HTTP/1.1\r\n", " HTTP/1.0\r\n",
-                            "\r\n\r\n", "Content-Length: ", "Transfer-Encoding: chunked\r\n",
-                            "Connection: close\r\n", "Expect: 100-continue\r\n",
-                            "Content-Type: application/x-protobuf\r\n", "%2F", "?"}) {
+  for (const char* token :
+       {"POST ", "GET ", "PUT ", "OPTIONS ", " HTTP/1.1\r\n", " HTTP/1.0\r\n", "\r\n\r\n",
+        "Content-Length: ", "Transfer-Encoding: chunked\r\n", "Connection: close\r\n",
+        "Expect: 100-continue\r\n", "Content-Type: application/x-protobuf\r\n", "%2F", "?"}) {
     entries.push_back(DictionaryEntry(token));
   }
   return entries;

@@ -1,10 +1,10 @@
 #include "CatalogTypes.h"
 
+#include <google/protobuf/descriptor.h>
+
 #include <algorithm>
 #include <stdexcept>
 #include <string>
-
-#include <google/protobuf/descriptor.h>
 
 #include "vrex/ContractTypes.h"
 #include "vrex/RequestCatalog.h"
@@ -19,8 +19,9 @@ using google::protobuf::Descriptor;
 constexpr std::size_t kSelectorValues = 256;
 
 TypeList SortedUnique(TypeList types) {
-  std::sort(types.begin(), types.end(),
-            [](const Descriptor* a, const Descriptor* b) { return a->full_name() < b->full_name(); });
+  std::sort(types.begin(), types.end(), [](const Descriptor* a, const Descriptor* b) {
+    return a->full_name() < b->full_name();
+  });
   types.erase(std::unique(types.begin(), types.end()), types.end());
   if (types.empty() || types.size() > kSelectorValues) {
     throw std::logic_error("the catalog gives " + std::to_string(types.size()) +
@@ -33,8 +34,7 @@ TypeList SortedUnique(TypeList types) {
 // fault, not a fuzz finding; fail loudly at start-up.
 const Descriptor& Required(const Descriptor* type, std::string_view name) {
   if (type == nullptr) {
-    throw std::logic_error("the catalog names " + std::string(name) +
-                           ", which the contract lacks");
+    throw std::logic_error("the catalog names " + std::string(name) + ", which the contract lacks");
   }
   return *type;
 }

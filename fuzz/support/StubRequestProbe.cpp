@@ -64,8 +64,8 @@ CheckResult StubRequestProbe::Check(std::string_view rawRequest) {
   } else if (!server_.IsRunning()) {
     result.problem = "the server stopped serving";
   } else if (journaled != handled_) {
-    result.problem = "the journal holds " + std::to_string(journaled) + " requests, the observer saw " +
-                     std::to_string(handled_);
+    result.problem = "the journal holds " + std::to_string(journaled) +
+                     " requests, the observer saw " + std::to_string(handled_);
   } else if (reply.complete && CountStatusLines(reply.bytes) < handled_) {
     result.problem = "handled " + std::to_string(handled_) + " requests but answered fewer";
   }

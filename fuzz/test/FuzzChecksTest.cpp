@@ -1,11 +1,10 @@
 // The fuzz checks must pass what the contract allows and catch what it does
 // not: a check that flags normal input would bury real findings, one that
 // accepts anything would find nothing.
+#include <google/protobuf/descriptor.h>
 #include <gtest/gtest.h>
 
 #include <string>
-
-#include <google/protobuf/descriptor.h>
 
 #include "AnswerRoundTrip.h"
 #include "CatalogTypes.h"
@@ -64,7 +63,8 @@ INSTANTIATE_TEST_SUITE_P(
         AnswerCase{"Major4", "VersionDTO", std::string("\x08\x04", 2), true},
         AnswerCase{"NonMinimalVarint", "VersionDTO", std::string("\x08\x84\x00", 3), true},
         AnswerCase{"FieldsOutOfOrder", "VersionDTO", std::string("\x10\x02\x08\x04", 4), true},
-        AnswerCase{"DuplicateFieldLastWins", "VersionDTO", std::string("\x08\x01\x08\x04", 4), true},
+        AnswerCase{"DuplicateFieldLastWins", "VersionDTO", std::string("\x08\x01\x08\x04", 4),
+                   true},
         AnswerCase{"UnknownFieldKept", "VersionDTO", std::string("\xf8\x06\x05", 3), true},
         AnswerCase{"UnknownEnumNumber", "PropagateTopologyModelContainer",
                    std::string("\x0a\x07\x0a\x01k\x12\x02\x10\x63", 9), true},
@@ -74,7 +74,11 @@ INSTANTIATE_TEST_SUITE_P(
                    std::string("\x0a\x02\x08\x01\x0a\x02\x08\x01\x0a\x02\x08\x02", 12), true},
         AnswerCase{"TruncatedVarint", "VersionDTO", std::string("\x08", 1), false},
         AnswerCase{"InvalidUtf8", "VersionDTO", std::string("\x22\x01\xff", 3), false},
-        AnswerCase{"LengthBeyondBody", "VersionDTO", std::string("\x22\x05" "ab", 4), false},
+        AnswerCase{"LengthBeyondBody", "VersionDTO",
+                   std::string("\x22\x05"
+                               "ab",
+                               4),
+                   false},
         AnswerCase{"EndGroupTag", "VersionDTO", std::string("\x0c", 1), false}),
     [](const testing::TestParamInfo<AnswerCase>& info) { return std::string(info.param.name); });
 

@@ -1,8 +1,8 @@
 // The outcome of VrexClient::Post for every kind of answer, and what it does
 // to the caller's response message.
-#include <string>
-
 #include <gtest/gtest.h>
+
+#include <string>
 
 #include "StubFixture.h"
 #include "TransferFailureLine.h"
@@ -51,8 +51,8 @@ const std::string kGarbage("\xff\xff\xff\xff", 4);
 const OutcomeCase kOutcomeCases[] = {
     {"Ok", 200, ServerVersion().SerializeAsString(), en::CodeCategory_None, en::NoDetailCode,
      en::Trace, OutcomeCase::Parsed},
-    {"OkLargerThanOneWrite", 200, LargeServerVersion().SerializeAsString(),
-     en::CodeCategory_None, en::NoDetailCode, en::Trace, OutcomeCase::Parsed},
+    {"OkLargerThanOneWrite", 200, LargeServerVersion().SerializeAsString(), en::CodeCategory_None,
+     en::NoDetailCode, en::Trace, OutcomeCase::Parsed},
     {"OkEmptyBody", 200, "", en::CodeCategory_None, en::NoDetailCode, en::Trace,
      OutcomeCase::Cleared},
     {"OkGarbage", 200, kGarbage, en::CodeCategory_Backend, en::NoDetailCode, en::Error,

@@ -1,9 +1,9 @@
 // What VrexClient::Post puts on the wire: path, headers in order, body.
+#include <gtest/gtest.h>
+
 #include <set>
 #include <string>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 #include "StubFixture.h"
 #include "VrexClient.h"
@@ -58,7 +58,8 @@ TEST_F(StubFixture, RequestWithFieldsIsSentAsBinaryWithThreeHeadersInOrder) {
   // The three lines byte for byte and next to each other, token included.
   EXPECT_NE(request.head.find("\r\nContent-Type: application/x-protobuf\r\n"
                               "accept: application/x-protobuf\r\n"
-                              "GatewayApiAuthentication: " + ConfiguredToken() + "\r\n"),
+                              "GatewayApiAuthentication: " +
+                              ConfiguredToken() + "\r\n"),
             std::string::npos)
       << request.head;
 }

@@ -1,15 +1,15 @@
 // Checks the request catalog against the compiled contract: every request
 // message is listed once, with an answer that exists and fits its kind.
-#include "vrex/ContractTypes.h"
-#include "vrex/RequestCatalog.h"
+#include <google/protobuf/descriptor.h>
+#include <gtest/gtest.h>
 
 #include <filesystem>
 #include <map>
 #include <set>
 #include <string>
 
-#include <google/protobuf/descriptor.h>
-#include <gtest/gtest.h>
+#include "vrex/ContractTypes.h"
+#include "vrex/RequestCatalog.h"
 
 namespace {
 
@@ -108,8 +108,9 @@ TEST(RequestCatalog, FindRequestReturnsTheListedEntry) {
 }
 
 TEST(RequestCatalog, FindRequestKnowsNoOtherName) {
-  for (std::string_view name : {"", "NoSuchQuery", "measurementquery", "MeasurementQuery ",
-                                "MeasurementContainer", "Korvan.KQ.DataContracts.MeasurementQuery"}) {
+  for (std::string_view name :
+       {"", "NoSuchQuery", "measurementquery", "MeasurementQuery ", "MeasurementContainer",
+        "Korvan.KQ.DataContracts.MeasurementQuery"}) {
     EXPECT_EQ(vrex::FindRequest(name), nullptr) << '"' << name << '"';
   }
 }

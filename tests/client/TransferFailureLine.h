@@ -1,9 +1,9 @@
 #pragma once
 // The one line the established client writes to stderr after a failed
 // transfer: its fixed prefix, libcurl's reason, a single line end.
-#include <string>
-
 #include <gtest/gtest.h>
+
+#include <string>
 
 inline void ExpectOneTransferFailureLine(const std::string& text) {
   const std::string prefix = "curl_easy_perform() failed: ";

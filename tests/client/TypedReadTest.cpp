@@ -1,8 +1,8 @@
 // The ten typed reads and CheckVersion over real HTTP.
+#include <gtest/gtest.h>
+
 #include <string>
 #include <type_traits>
-
-#include <gtest/gtest.h>
 
 #include "StubFixture.h"
 #include "TransferFailureLine.h"
@@ -15,7 +15,10 @@ namespace en = Korvan::KQ::DataContracts::Enumerator;
 
 // Field 1000 of any answer: unknown to every contract type, kept by the
 // parser and written back, so it shows the body reached the result.
-const std::string kMarkedBody("\xc2\x3e\x03" "abc", 6);
+const std::string kMarkedBody(
+    "\xc2\x3e\x03"
+    "abc",
+    6);
 
 template <class Query>
 Query QueryWithFactory() {
@@ -55,8 +58,8 @@ TEST_F(StubFixture, EveryTypedReadReachesItsEndpointAndReturnsItsType) {
       server, "GeneralInformationByIdQuery");
   ExpectTypedRead<dc::GeneralInformationQuery, dc::GeneralInformationContainer>(
       server, "GeneralInformationQuery");
-  ExpectTypedRead<dc::ResultDbIdNameTablesQuery, dc::IdNameTableStore>(
-      server, "ResultDbIdNameTablesQuery");
+  ExpectTypedRead<dc::ResultDbIdNameTablesQuery, dc::IdNameTableStore>(server,
+                                                                       "ResultDbIdNameTablesQuery");
   ExpectTypedRead<dc::ProtocolCrossReferenceQuery, dc::ProtocolCrossReferenceStore>(
       server, "ProtocolCrossReferenceQuery");
   ExpectTypedRead<dc::MeasurementByIdQuery, dc::MeasurementContainer>(server,
@@ -84,8 +87,8 @@ TEST_F(StubFixture, FailedReadReturnsAnEmptyResultAndALaterSuccessResetsTheStatu
   rejected.body = kMarkedBody;
   server.SetAnswer("GeneralInformationQuery", rejected);
   dc::MessageContainer status;
-  const auto failed = VrexClient::SendToServer(server.BaseUrl(), dc::GeneralInformationQuery(),
-                                               status, "");
+  const auto failed =
+      VrexClient::SendToServer(server.BaseUrl(), dc::GeneralInformationQuery(), status, "");
   EXPECT_EQ(failed.ByteSizeLong(), 0u);
   EXPECT_EQ(status.detailcode(), en::ApiPipeline_Unauthorized);
 

@@ -1,8 +1,8 @@
-#include "vrex/data/Decimal.h"
+#include <gtest/gtest.h>
 
 #include <cstdint>
 
-#include <gtest/gtest.h>
+#include "vrex/data/Decimal.h"
 
 namespace vrex::data {
 namespace {
@@ -15,15 +15,14 @@ TEST(DecimalTest, TextAndMessageConvertBothWaysExactly) {
     std::uint32_t hi;
     std::uint32_t signScale;  // bit 0 sign, bits 1-16 scale
     const char* text;
-  } const cases[] = {
-      {0, 0, 0, "0"},
-      {1230, 0, 2 << 1 | 1, "-12.30"},
-      {0, 0, 2 << 1 | 1, "-0.00"},
-      {5, 0, 3 << 1, "0.005"},
-      {0, 1, 0, "18446744073709551616"},
-      {kAll64, kAll32, 0, "79228162514264337593543950335"},
-      {kAll64, kAll32, 28 << 1 | 1, "-7.9228162514264337593543950335"},
-      {1, 0, 28 << 1, "0.0000000000000000000000000001"}};
+  } const cases[] = {{0, 0, 0, "0"},
+                     {1230, 0, 2 << 1 | 1, "-12.30"},
+                     {0, 0, 2 << 1 | 1, "-0.00"},
+                     {5, 0, 3 << 1, "0.005"},
+                     {0, 1, 0, "18446744073709551616"},
+                     {kAll64, kAll32, 0, "79228162514264337593543950335"},
+                     {kAll64, kAll32, 28 << 1 | 1, "-7.9228162514264337593543950335"},
+                     {1, 0, 28 << 1, "0.0000000000000000000000000001"}};
   for (const Case& c : cases) {
     SCOPED_TRACE(c.text);
     bcl::Decimal number;
@@ -40,14 +39,23 @@ TEST(DecimalTest, TextAndMessageConvertBothWaysExactly) {
 
 TEST(DecimalTest, RejectsMalformedTextAndMessagesWithoutRounding) {
   const char* const malformed[] = {
-      "", "-", "1.", ".5", "1e5", " 1", "1,5", "1.2.3", "--1",
+      "",
+      "-",
+      "1.",
+      ".5",
+      "1e5",
+      " 1",
+      "1,5",
+      "1.2.3",
+      "--1",
       "79228162514264337593543950336",    // 2^96
       "0.00000000000000000000000000001",  // 29 digits after the point
   };
   for (const char* text : malformed) {
     const Result<bcl::Decimal> parsed = ParseDecimal(text);
     EXPECT_FALSE(parsed.Ok()) << '"' << text << '"';
-    EXPECT_NE(parsed.GetStatus().Message().find(std::string("\"") + text + "\""), std::string::npos) << parsed.GetStatus().Message();
+    EXPECT_NE(parsed.GetStatus().Message().find(std::string("\"") + text + "\""), std::string::npos)
+        << parsed.GetStatus().Message();
   }
   for (const std::uint32_t signScale : {29U << 1, 1U << 17}) {
     bcl::Decimal number;

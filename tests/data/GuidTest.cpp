@@ -1,6 +1,6 @@
-#include "vrex/data/Guid.h"
-
 #include <gtest/gtest.h>
+
+#include "vrex/data/Guid.h"
 
 namespace vrex::data {
 namespace {
@@ -21,7 +21,8 @@ TEST(GuidTest, KnownIdentifierMapsToItsBytesAndHalves) {
 
   // Two fixed64 fields put the 16-byte form on the wire as it stands.
   const std::string bytes(kBytes.begin(), kBytes.end());
-  EXPECT_EQ(parsed.Value().SerializeAsString(), "\x09" + bytes.substr(0, 8) + "\x11" + bytes.substr(8));
+  EXPECT_EQ(parsed.Value().SerializeAsString(),
+            "\x09" + bytes.substr(0, 8) + "\x11" + bytes.substr(8));
 }
 
 TEST(GuidTest, RejectsAnythingButTheCanonicalForm) {
@@ -37,7 +38,8 @@ TEST(GuidTest, RejectsAnythingButTheCanonicalForm) {
   for (const char* text : malformed) {
     const Result<bcl::Guid> parsed = ParseGuid(text);
     EXPECT_FALSE(parsed.Ok()) << text;
-    EXPECT_NE(parsed.GetStatus().Message().find(text), std::string::npos) << parsed.GetStatus().Message();
+    EXPECT_NE(parsed.GetStatus().Message().find(text), std::string::npos)
+        << parsed.GetStatus().Message();
   }
 }
 

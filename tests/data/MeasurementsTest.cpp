@@ -1,8 +1,7 @@
-#include "vrex/data/Measurements.h"
-
 #include <gtest/gtest.h>
 
 #include "vrex/data/Clavis.h"
+#include "vrex/data/Measurements.h"
 
 namespace vrex::data {
 namespace {
@@ -74,10 +73,12 @@ TEST_F(ValueContainerTest, FindsByKeyAndSaysWhyNot) {
 
   const auto unsent = FindValue(container_, MakeClavis("unsent"));
   ASSERT_FALSE(unsent.Ok());
-  EXPECT_NE(unsent.GetStatus().Message().find("has no value"), std::string::npos) << unsent.GetStatus().Message();
+  EXPECT_NE(unsent.GetStatus().Message().find("has no value"), std::string::npos)
+      << unsent.GetStatus().Message();
   const auto unknown = FindValue(container_, MakeClavis("paired", "other"));
   ASSERT_FALSE(unknown.Ok());
-  EXPECT_NE(unknown.GetStatus().Message().find("not in the container"), std::string::npos) << unknown.GetStatus().Message();
+  EXPECT_NE(unknown.GetStatus().Message().find("not in the container"), std::string::npos)
+      << unknown.GetStatus().Message();
 
   // A repeated key: the lowest handle with a value wins, whatever the map order.
   (*container_.mutable_keys())[9] = MakeClavis("unsent");

@@ -1,6 +1,6 @@
-#include "vrex/data/Names.h"
-
 #include <gtest/gtest.h>
+
+#include "vrex/data/Names.h"
 
 namespace vrex::data {
 namespace {
@@ -18,7 +18,8 @@ class NamesTest : public testing::Test {
     AddTable("Empty", {});
     names_ = NameIndex(store_);
   }
-  void AddTable(const char* name, std::initializer_list<std::pair<std::int32_t, const char*>> rows) {
+  void AddTable(const char* name,
+                std::initializer_list<std::pair<std::int32_t, const char*>> rows) {
     contracts::IdNameTable* table = store_.add_tables();
     table->set_name(name);
     for (const auto& [id, text] : rows) {

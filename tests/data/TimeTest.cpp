@@ -1,10 +1,10 @@
-#include "vrex/data/Time.h"
+#include <gtest/gtest.h>
 
 #include <ctime>
 #include <limits>
 #include <tuple>
 
-#include <gtest/gtest.h>
+#include "vrex/data/Time.h"
 
 namespace vrex::data {
 namespace {
@@ -26,12 +26,14 @@ bcl::DateTime MakeTime(std::int64_t value, Scale scale,
 }
 
 TEST(TimeTest, EachScaleReadsUpToItsLastFittingCountAndReportsTheNext) {
-  const std::pair<Scale, Ticks> units[] = {  // one unit of each scale, from std::chrono
+  const std::pair<Scale, Ticks> units[] = {
+      // one unit of each scale, from std::chrono
       {bcl::DateTime_TimeSpanScale_DAYS, duration_cast<Ticks>(std::chrono::hours(24))},
       {bcl::DateTime_TimeSpanScale_HOURS, duration_cast<Ticks>(std::chrono::hours(1))},
       {bcl::DateTime_TimeSpanScale_MINUTES, duration_cast<Ticks>(std::chrono::minutes(1))},
       {bcl::DateTime_TimeSpanScale_SECONDS, duration_cast<Ticks>(std::chrono::seconds(1))},
-      {bcl::DateTime_TimeSpanScale_MILLISECONDS, duration_cast<Ticks>(std::chrono::milliseconds(1))},
+      {bcl::DateTime_TimeSpanScale_MILLISECONDS,
+       duration_cast<Ticks>(std::chrono::milliseconds(1))},
       {bcl::DateTime_TimeSpanScale_TICKS, duration_cast<Ticks>(std::chrono::nanoseconds(100))}};
   for (const auto& [scale, unit] : units) {
     SCOPED_TRACE(bcl::DateTime_TimeSpanScale_Name(scale));
@@ -48,7 +50,8 @@ TEST(TimeTest, EachScaleReadsUpToItsLastFittingCountAndReportsTheNext) {
     span.set_scale(static_cast<bcl::TimeSpan_TimeSpanScale>(scale));
     EXPECT_NE(ToDuration(span).GetStatus().Message().find("does not fit"), std::string::npos);
   }
-  EXPECT_NE(ToInstant(MakeTime(1, static_cast<Scale>(7))).GetStatus().Message().find("scale 7"), std::string::npos);
+  EXPECT_NE(ToInstant(MakeTime(1, static_cast<Scale>(7))).GetStatus().Message().find("scale 7"),
+            std::string::npos);
 }
 
 TEST(TimeTest, MinMaxIsAnExtremeNeverOneUnit) {
@@ -58,10 +61,12 @@ TEST(TimeTest, MinMaxIsAnExtremeNeverOneUnit) {
   EXPECT_EQ(FormatIso8601(greatest), "max");
   EXPECT_EQ(ToDateTime(greatest).SerializeAsString(),
             MakeTime(1, bcl::DateTime_TimeSpanScale_MINMAX).SerializeAsString());
-  EXPECT_EQ(ToInstant(MakeTime(-1, bcl::DateTime_TimeSpanScale_MINMAX)).Value().extreme, Extreme::Min);
+  EXPECT_EQ(ToInstant(MakeTime(-1, bcl::DateTime_TimeSpanScale_MINMAX)).Value().extreme,
+            Extreme::Min);
   EXPECT_EQ(ToSystemTime(MakeTime(-1, bcl::DateTime_TimeSpanScale_MINMAX)).Value(),
             system_clock::time_point::min());
-  EXPECT_EQ(FromSystemTime(system_clock::time_point::max()).scale(), bcl::DateTime_TimeSpanScale_MINMAX);
+  EXPECT_EQ(FromSystemTime(system_clock::time_point::max()).scale(),
+            bcl::DateTime_TimeSpanScale_MINMAX);
   for (const std::int64_t odd : {0, 2, -2}) {
     EXPECT_FALSE(ToInstant(MakeTime(odd, bcl::DateTime_TimeSpanScale_MINMAX)).Ok()) << odd;
   }
@@ -78,7 +83,8 @@ TEST(TimeTest, WritesTheCoarsestExactScaleAndReadsItBack) {
       {Ticks(0), bcl::DateTime_TimeSpanScale_DAYS, 0},
       {duration_cast<Ticks>(std::chrono::hours(-48)), bcl::DateTime_TimeSpanScale_DAYS, -2},
       {duration_cast<Ticks>(std::chrono::minutes(90)), bcl::DateTime_TimeSpanScale_MINUTES, 90},
-      {duration_cast<Ticks>(std::chrono::milliseconds(-1500)), bcl::DateTime_TimeSpanScale_MILLISECONDS, -1500},
+      {duration_cast<Ticks>(std::chrono::milliseconds(-1500)),
+       bcl::DateTime_TimeSpanScale_MILLISECONDS, -1500},
       {Ticks(kMin), bcl::DateTime_TimeSpanScale_TICKS, kMin}};
   for (const auto& [ticks, scale, value] : cases) {
     const bcl::DateTime written =
@@ -104,7 +110,8 @@ TEST(TimeTest, FormatsLikeTheCLibraryOverTheFourDigitYears) {
     std::snprintf(expected, sizeof expected, "%04d-%02d-%02dT%02d:%02d:%02d.%07lldZ",
                   parts.tm_year + 1900, parts.tm_mon + 1, parts.tm_mday, parts.tm_hour,
                   parts.tm_min, parts.tm_sec, static_cast<long long>(fraction));
-    const auto text = FormatIso8601(MakeTime(seconds * 10000000 + fraction, bcl::DateTime_TimeSpanScale_TICKS, kUtc));
+    const auto text = FormatIso8601(
+        MakeTime(seconds * 10000000 + fraction, bcl::DateTime_TimeSpanScale_TICKS, kUtc));
     ASSERT_EQ(text.Value(), expected) << "seconds " << seconds;
   }
 }
@@ -117,8 +124,10 @@ TEST(TimeTest, FormatsPreEpochKindsAndTheEndsOfTheTickRange) {
        "1969-12-31T00:00:00.0000000"},
       // 0000-03-01 minus one 400-year cycle of 146097 days, and the leap
       // day before it: the border of a calendar era before year 0.
-      {MakeTime(-719468 - 146097, bcl::DateTime_TimeSpanScale_DAYS), "-000400-03-01T00:00:00.0000000"},
-      {MakeTime(-719468 - 146098, bcl::DateTime_TimeSpanScale_DAYS), "-000400-02-29T00:00:00.0000000"},
+      {MakeTime(-719468 - 146097, bcl::DateTime_TimeSpanScale_DAYS),
+       "-000400-03-01T00:00:00.0000000"},
+      {MakeTime(-719468 - 146098, bcl::DateTime_TimeSpanScale_DAYS),
+       "-000400-02-29T00:00:00.0000000"},
       // Ends of the range, checked against GNU date.
       {MakeTime(kMax, bcl::DateTime_TimeSpanScale_TICKS, kUtc), "+031197-09-14T02:48:05.4775807Z"},
       {MakeTime(kMin, bcl::DateTime_TimeSpanScale_TICKS), "-027258-04-19T21:11:54.5224192"}};
@@ -130,9 +139,11 @@ TEST(TimeTest, SystemClockConversionReportsOverflowAndRoundsDown) {
             system_clock::time_point(std::chrono::hours(24)));
   // Year 2298: far inside the tick range, beyond 64-bit nanoseconds.
   const auto late = ToSystemTime(MakeTime(120000, bcl::DateTime_TimeSpanScale_DAYS));
-  EXPECT_NE(late.GetStatus().Message().find("2298-07-20"), std::string::npos) << late.GetStatus().Message();
-  EXPECT_EQ(FromSystemTime(system_clock::time_point(std::chrono::nanoseconds(-1))).SerializeAsString(),
-            MakeTime(-1, bcl::DateTime_TimeSpanScale_TICKS, kUtc).SerializeAsString());
+  EXPECT_NE(late.GetStatus().Message().find("2298-07-20"), std::string::npos)
+      << late.GetStatus().Message();
+  EXPECT_EQ(
+      FromSystemTime(system_clock::time_point(std::chrono::nanoseconds(-1))).SerializeAsString(),
+      MakeTime(-1, bcl::DateTime_TimeSpanScale_TICKS, kUtc).SerializeAsString());
 }
 
 }  // namespace

@@ -2,8 +2,8 @@
 // echoes the query into the answer): every answer must be the caller's own.
 // Run under ThreadSanitizer as well (label "concurrency"); there
 // VREX_CONCURRENCY_CALLS scales the calls per thread down.
-#include <gtest/gtest.h>
 #include <google/protobuf/util/message_differencer.h>
+#include <gtest/gtest.h>
 
 #include <atomic>
 #include <chrono>
@@ -160,10 +160,11 @@ TEST_P(Concurrency, EveryThreadGetsItsOwnAnswers) {
   const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
 
   const int total = kThreads * calls;
-  std::printf("[ figures  ] %s: %d threads x %d calls, %d answers checked, %d failed, "
-              "%d mixed up, %.1f s, %.0f calls/s\n",
-              NameOf(GetParam()), kThreads, calls, tally.answered.load(), tally.failed.load(),
-              tally.mixedUp.load(), elapsed.count(), total / elapsed.count());
+  std::printf(
+      "[ figures  ] %s: %d threads x %d calls, %d answers checked, %d failed, "
+      "%d mixed up, %.1f s, %.0f calls/s\n",
+      NameOf(GetParam()), kThreads, calls, tally.answered.load(), tally.failed.load(),
+      tally.mixedUp.load(), elapsed.count(), total / elapsed.count());
   EXPECT_EQ(tally.failed.load(), 0) << tally.firstProblem;
   EXPECT_EQ(tally.mixedUp.load(), 0) << tally.firstProblem;
   EXPECT_EQ(tally.answered.load(), total);

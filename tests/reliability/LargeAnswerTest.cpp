@@ -11,8 +11,8 @@
 #include "BoundedCall.h"
 #include "FaultCatalog.h"
 #include "ProcessResources.h"
-#include "VrexClient.h"
 #include "VersionDTO.pb.h"
+#include "VrexClient.h"
 #include "vrex/Client.h"
 #include "vrex/stub/StubServer.h"
 

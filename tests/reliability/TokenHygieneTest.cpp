@@ -54,10 +54,10 @@ const Exposure kExposures[] = {
 
 void Arm(stub::StubServer& server, const Exposure& exposure) {
   if (exposure.quotingStatus != 0) {
-    server.SetResponder("ApiVersionQuery", [status = exposure.quotingStatus](
-                                               const stub::JournalEntry& request) {
-      return QuotingHeaders(status, request);
-    });
+    server.SetResponder("ApiVersionQuery",
+                        [status = exposure.quotingStatus](const stub::JournalEntry& request) {
+                          return QuotingHeaders(status, request);
+                        });
     return;
   }
   server.ClearResponder("ApiVersionQuery");
@@ -90,9 +90,7 @@ class TokenHygiene : public ::testing::Test {
   void SetUp() override { server.Start(); }
   void TearDown() override { server.Stop(); }
 
-  std::string BaseUrl(const Exposure& exposure) const {
-    return BaseUrlOf(exposure.target, server);
-  }
+  std::string BaseUrl(const Exposure& exposure) const { return BaseUrlOf(exposure.target, server); }
 
   stub::StubServer server;
 };

@@ -2,14 +2,13 @@
 // format, and the errors that point at the file at fault.
 
 #include <gmock/gmock.h>
+#include <google/protobuf/descriptor.h>
+#include <google/protobuf/message.h>
 #include <gtest/gtest.h>
 
 #include <memory>
 #include <set>
 #include <string>
-
-#include <google/protobuf/descriptor.h>
-#include <google/protobuf/message.h>
 
 #include "MeasurementContainer.pb.h"
 #include "ScratchDirectory.h"
@@ -76,7 +75,8 @@ TEST(SamplePlant, MeasurementsUseEveryValueKindAndPairEachValueWithItsKey) {
       if (value.has_matrix()) kinds.insert("Matrix");
     }
   }
-  EXPECT_THAT(kinds, ::testing::ElementsAre("Matrix", "Scalar", "ScalarTrack", "Vector", "VectorTrack"));
+  EXPECT_THAT(kinds,
+              ::testing::ElementsAre("Matrix", "Scalar", "ScalarTrack", "Vector", "VectorTrack"));
 }
 
 TEST(AnswerDirectory, BodiesAndMetaFilesMakeTheAnswers) {
@@ -132,8 +132,8 @@ TEST(AnswerDirectory, AnswerTypeLetsACommandAnswerWithAMessage) {
 struct BadDirectoryCase {
   const char* name;
   std::vector<std::pair<const char*, const char*>> files;
-  const char* fileAtFault;                 // must be named in the message
-  std::vector<const char*> reasonParts;    // and so must these
+  const char* fileAtFault;               // must be named in the message
+  std::vector<const char*> reasonParts;  // and so must these
 };
 
 class BadAnswerDirectory : public ::testing::TestWithParam<BadDirectoryCase> {};
@@ -154,55 +154,57 @@ TEST_P(BadAnswerDirectory, FailsNamingTheFileAndTheReason) {
 
 INSTANTIATE_TEST_SUITE_P(
     Cases, BadAnswerDirectory,
-    ::testing::Values(
-        BadDirectoryCase{"MalformedJson",
-                         {{"SimpleTopologyQuery.json", R"({"Values": [ {"Name": "Plant-North" ]})"}},
-                         "SimpleTopologyQuery.json",
-                         {"SimpleTopologyContainer"}},
-        BadDirectoryCase{"MisspeltField",
-                         {{"ApiVersionQuery.json", R"({"Mayor": 4})"}},
-                         "ApiVersionQuery.json",
-                         {"VersionDTO", "Mayor"}},
-        BadDirectoryCase{"WrongValueType",
-                         {{"ApiVersionQuery.json", R"({"Major": "four"})"}},
-                         "ApiVersionQuery.json",
-                         {"VersionDTO"}},
-        BadDirectoryCase{"UnknownRequestType",
-                         {{"MeasurmentQuery.json", "{}"}},
-                         "MeasurmentQuery.json",
-                         {"'MeasurmentQuery' is not a request type"}},
-        BadDirectoryCase{"JsonForARequestAnsweredByNoMessage",
-                         {{"AddShiftCommand.json", "{}"}},
-                         "AddShiftCommand.json",
-                         {"answered by no message"}},
-        BadDirectoryCase{"AnswerTypeNamingNoMessage",
-                         {{"AddShiftCommand.json", "{}"}, {"AddShiftCommand.meta", "answer-type = Nothing\n"}},
-                         "AddShiftCommand.json",
-                         {"'Nothing' names no contract message"}},
-        BadDirectoryCase{"JsonAndBinForOneRequest",
-                         {{"ApiVersionQuery.json", "{}"}, {"ApiVersionQuery.bin", ""}},
-                         "ApiVersionQuery.json",
-                         {"ApiVersionQuery.bin"}},
-        BadDirectoryCase{"UnknownMetaKey",
-                         {{"MeasurementQuery.meta", "status = 200\nstatuss = 500\n"}},
-                         "MeasurementQuery.meta:2",
-                         {"unknown key 'statuss'"}},
-        BadDirectoryCase{"StatusNotANumber",
-                         {{"MeasurementQuery.meta", "status = 2OO\n"}},
-                         "MeasurementQuery.meta:1",
-                         {"'2OO'"}},
-        BadDirectoryCase{"NegativeDelay",
-                         {{"MeasurementQuery.meta", "delay-ms = -5\n"}},
-                         "MeasurementQuery.meta:1",
-                         {"'-5'"}},
-        BadDirectoryCase{"LineWithoutEquals",
-                         {{"MeasurementQuery.meta", "status 200\n"}},
-                         "MeasurementQuery.meta:1",
-                         {"key = value"}},
-        BadDirectoryCase{"HeaderWithoutColon",
-                         {{"MeasurementQuery.meta", "header = Retry-After 30\n"}},
-                         "MeasurementQuery.meta:1",
-                         {"Name: value"}}),
+    ::testing::Values(BadDirectoryCase{"MalformedJson",
+                                       {{"SimpleTopologyQuery.json",
+                                         R"({"Values": [ {"Name": "Plant-North" ]})"}},
+                                       "SimpleTopologyQuery.json",
+                                       {"SimpleTopologyContainer"}},
+                      BadDirectoryCase{"MisspeltField",
+                                       {{"ApiVersionQuery.json", R"({"Mayor": 4})"}},
+                                       "ApiVersionQuery.json",
+                                       {"VersionDTO", "Mayor"}},
+                      BadDirectoryCase{"WrongValueType",
+                                       {{"ApiVersionQuery.json", R"({"Major": "four"})"}},
+                                       "ApiVersionQuery.json",
+                                       {"VersionDTO"}},
+                      BadDirectoryCase{"UnknownRequestType",
+                                       {{"MeasurmentQuery.json", "{}"}},
+                                       "MeasurmentQuery.json",
+                                       {"'MeasurmentQuery' is not a request type"}},
+                      BadDirectoryCase{"JsonForARequestAnsweredByNoMessage",
+                                       {{"AddShiftCommand.json", "{}"}},
+                                       "AddShiftCommand.json",
+                                       {"answered by no message"}},
+                      BadDirectoryCase{"AnswerTypeNamingNoMessage",
+                                       {{"AddShiftCommand.json", "{}"},
+                                        {"AddShiftCommand.meta", "answer-type = Nothing\n"}},
+                                       "AddShiftCommand.json",
+                                       {"'Nothing' names no contract message"}},
+                      BadDirectoryCase{
+                          "JsonAndBinForOneRequest",
+                          {{"ApiVersionQuery.json", "{}"}, {"ApiVersionQuery.bin", ""}},
+                          "ApiVersionQuery.json",
+                          {"ApiVersionQuery.bin"}},
+                      BadDirectoryCase{"UnknownMetaKey",
+                                       {{"MeasurementQuery.meta", "status = 200\nstatuss = 500\n"}},
+                                       "MeasurementQuery.meta:2",
+                                       {"unknown key 'statuss'"}},
+                      BadDirectoryCase{"StatusNotANumber",
+                                       {{"MeasurementQuery.meta", "status = 2OO\n"}},
+                                       "MeasurementQuery.meta:1",
+                                       {"'2OO'"}},
+                      BadDirectoryCase{"NegativeDelay",
+                                       {{"MeasurementQuery.meta", "delay-ms = -5\n"}},
+                                       "MeasurementQuery.meta:1",
+                                       {"'-5'"}},
+                      BadDirectoryCase{"LineWithoutEquals",
+                                       {{"MeasurementQuery.meta", "status 200\n"}},
+                                       "MeasurementQuery.meta:1",
+                                       {"key = value"}},
+                      BadDirectoryCase{"HeaderWithoutColon",
+                                       {{"MeasurementQuery.meta", "header = Retry-After 30\n"}},
+                                       "MeasurementQuery.meta:1",
+                                       {"Name: value"}}),
     [](const ::testing::TestParamInfo<BadDirectoryCase>& info) { return info.param.name; });
 
 TEST(AnswerDirectory, AMissingDirectoryIsAnError) {

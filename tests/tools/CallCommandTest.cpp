@@ -2,9 +2,8 @@
 // JSON, binary and text, and the failures a user meets.
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <google/protobuf/util/message_differencer.h>
+#include <gtest/gtest.h>
 
 #include "ApiVersionQuery.pb.h"
 #include "GetShiftQuery.pb.h"
@@ -18,11 +17,11 @@ namespace vrex::cli {
 namespace {
 
 namespace dc = ::Korvan::KQ::DataContracts;
-using ::testing::HasSubstr;
-using ::testing::Not;
 using test_support::PlantServerTest;
 using test_support::ProcessInput;
 using test_support::RunVrexProcess;
+using ::testing::HasSubstr;
+using ::testing::Not;
 
 using CallCommand = PlantServerTest;
 
@@ -34,7 +33,8 @@ void ExpectAnswerPrinted(const RequestInfo& request, const std::string& out) {
     case RequestKind::Query: {
       const auto answer = MessageFromJson(request.answerType, out);
       EXPECT_TRUE(answer.Ok()) << request.name << " printed no " << request.answerType << ": "
-                               << answer.GetStatus().Message() << "\n" << out;
+                               << answer.GetStatus().Message() << "\n"
+                               << out;
       break;
     }
     case RequestKind::Command:
@@ -50,7 +50,7 @@ TEST_F(CallCommand, EveryListedRequestIsCallableFromItsTemplate) {
   for (const RequestInfo& request : Requests()) {
     if (request.kind == RequestKind::File) {
       server.SetAnswer(request.name, test_support::BodyAnswer(200, std::string(kFileBytes),
-                                                        "application/octet-stream"));
+                                                              "application/octet-stream"));
     }
   }
   for (const RequestInfo& request : Requests()) {
@@ -103,9 +103,9 @@ TEST_F(CallCommand, ReadsTheRequestInlineFromAFileAndFromStandardInput) {
     std::fputs(json.c_str(), stream);
     std::fclose(stream);
   }
-  const std::vector<std::vector<std::string>> forms = {
-      {"GetShiftQuery", "-d", json}, {"GetShiftQuery", "-d", "@" + file},
-      {"GetShiftQuery", "--data", "@-"}};
+  const std::vector<std::vector<std::string>> forms = {{"GetShiftQuery", "-d", json},
+                                                       {"GetShiftQuery", "-d", "@" + file},
+                                                       {"GetShiftQuery", "--data", "@-"}};
   for (const auto& form : forms) {
     server.ClearJournal();
     const auto result = Vrex("call", form, ProcessInput{json, {}});
@@ -128,8 +128,7 @@ TEST_F(CallCommand, BadRequestsAreUsageErrorsThatNameTheCauseAndSendNothing) {
   const std::vector<BadRequestCase> cases = {
       {{"GetShiftQuery", "-d", R"({"Names": [], "Nmaes": 1})"},
        {"unknown field \"Nmaes\"", "vrex template GetShiftQuery"}},
-      {{"MeasurementQuery", "-d", R"({"Time": {"Form": {}}})"},
-       {"unknown field \"Form\" in Time"}},
+      {{"MeasurementQuery", "-d", R"({"Time": {"Form": {}}})"}, {"unknown field \"Form\" in Time"}},
       {{"GetShiftQuery", "-d", R"({"Names": )"}, {"GetShiftQuery"}},
       {{"NoSuchQuery"}, {"knows no request \"NoSuchQuery\"", "vrex list"}},
       {{"GetShiftQuery", "-d", "@/nonexistent/request.json"},
@@ -156,13 +155,14 @@ struct ServerFailureCase {
 
 TEST_F(CallCommand, ServerFailuresGiveTheirExitCodeAndANextStep) {
   const std::vector<ServerFailureCase> cases = {
-      {401, "", 4,
+      {401,
+       "",
+       4,
        {"server rejected the request: HTTP 401 (ApiPipeline_Unauthorized)", "gateway token"}},
       {400, "", 4, {"HTTP 400", "vrex template"}},
       {500, "", 5, {"server failed the request: HTTP 500 (ApiPipeline_Failed)"}},
       {503, "", 5, {"HTTP 503", "try again later"}},
-      {200, "\xff\xff\xff", 6,
-       {"could not be read", "vrex version"}},
+      {200, "\xff\xff\xff", 6, {"could not be read", "vrex version"}},
   };
   for (const ServerFailureCase& testCase : cases) {
     server.SetAnswer("ApiVersionQuery", test_support::BodyAnswer(testCase.status, testCase.body,

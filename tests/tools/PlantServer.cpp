@@ -17,8 +17,7 @@ void PlantServerTest::SetUp() {
 
 void PlantServerTest::TearDown() { server.Stop(); }
 
-ProcessResult PlantServerTest::Vrex(const std::string& command,
-                                    std::vector<std::string> arguments,
+ProcessResult PlantServerTest::Vrex(const std::string& command, std::vector<std::string> arguments,
                                     const ProcessInput& input) const {
   arguments.insert(arguments.begin(), {command, server.BaseUrl()});
   return RunVrexProcess(arguments, input);

@@ -18,10 +18,10 @@ namespace vrex::cli {
 namespace {
 
 namespace dc = ::Korvan::KQ::DataContracts;
+using test_support::PlantServerTest;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::Not;
-using test_support::PlantServerTest;
 
 const std::vector<std::string> kLineA = {"--factory", "Plant-North", "--line", "Line-A"};
 
@@ -125,8 +125,8 @@ TEST_F(TestsCommand, AnUnknownLineIsNotedAndTimesStayInUtc) {
 
 TEST_F(TestsCommand, SendsTheLineAndFiltersOfTheOptions) {
   const auto result =
-      Vrex("tests", LineA({"--last", "5", "--bench", "Bench-3", "--bench", "Bench-1", "--serial",
-                           "SN-1"}));
+      Vrex("tests",
+           LineA({"--last", "5", "--bench", "Bench-3", "--bench", "Bench-1", "--serial", "SN-1"}));
   ASSERT_EQ(result.exitCode, 0) << result.err;
   const auto query = LastSent<dc::GeneralInformationQuery>(Received("GeneralInformationQuery"));
   EXPECT_EQ(query.factory(), "Plant-North");
@@ -190,8 +190,8 @@ TEST_F(MeasurementsCommand, ShowsValuesWithUnitsAndSummarisesVectors) {
 }
 
 TEST_F(MeasurementsCommand, SendsTheQuantityFilter) {
-  const auto result = Vrex("measurements", LineA({"--last", "1", "--clavis",
-                                                   "Run-Up/Level/Mic-1/Gearbox/RMS/"}));
+  const auto result =
+      Vrex("measurements", LineA({"--last", "1", "--clavis", "Run-Up/Level/Mic-1/Gearbox/RMS/"}));
   ASSERT_EQ(result.exitCode, 0) << result.err;
   const auto query = LastSent<dc::MeasurementQuery>(Received("MeasurementQuery"));
   ASSERT_EQ(query.clavis().items_size(), 1);
@@ -224,8 +224,8 @@ TEST_F(LogCommand, ShowsEntriesAndSendsTheNarrowingFields) {
   entry->set_sourcecontext("ArchiveWriter");
   entry->set_message("Disk almost full");
   entry->set_exception("IOException: no space");
-  *entry->mutable_timestamp() = data::FromSystemTime(
-      std::chrono::system_clock::time_point(std::chrono::seconds(1710223091)));
+  *entry->mutable_timestamp() =
+      data::FromSystemTime(std::chrono::system_clock::time_point(std::chrono::seconds(1710223091)));
   server.SetAnswerMessage("LogEntryQuery", log);
 
   const auto result = Vrex("log", LineA({"--level", "Warning", "--source", "ArchiveWriter"}));

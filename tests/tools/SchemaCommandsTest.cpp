@@ -10,9 +10,9 @@
 namespace vrex::cli {
 namespace {
 
+using test_support::RunVrexProcess;
 using ::testing::HasSubstr;
 using ::testing::Not;
-using test_support::RunVrexProcess;
 
 // "(outcome)" as a regular expression.
 std::string Literal(const std::string& text) {
@@ -29,13 +29,12 @@ TEST(ListCommand, ListsEveryRequestWithItsKindAndAnswerUnderItsArea) {
   ASSERT_EQ(result.exitCode, 0) << result.err;
   for (const RequestInfo& request : Requests()) {
     EXPECT_THAT(result.out, HasSubstr(std::string(request.area) + "\n"));
-    const std::string answer = request.kind == RequestKind::Query   ? std::string(request.answerType)
+    const std::string answer = request.kind == RequestKind::Query ? std::string(request.answerType)
                                : request.kind == RequestKind::Command ? "(outcome)"
                                                                       : "(file)";
-    EXPECT_THAT(result.out,
-                ::testing::ContainsRegex("\n  " + std::string(request.name) + " +" +
-                                         std::string(ToString(request.kind)) + " +" +
-                                         Literal(answer) + "\n"));
+    EXPECT_THAT(result.out, ::testing::ContainsRegex("\n  " + std::string(request.name) + " +" +
+                                                     std::string(ToString(request.kind)) + " +" +
+                                                     Literal(answer) + "\n"));
   }
 }
 
@@ -97,8 +96,8 @@ TEST(DescribeCommand, AnUnknownTypeIsAUsageError) {
 TEST(TemplateCommand, ShowsEveryFieldAndParsesBack) {
   const auto result = RunVrexProcess({"template", "MeasurementQuery"});
   ASSERT_EQ(result.exitCode, 0) << result.err;
-  for (const char* field : {"\"Factory\"", "\"Time\"", "\"Clavis\"", "\"Items\"",
-                            "\"Exclude\"", "\"scale\": \"SECONDS\"", "\"kind\": \"UTC\""}) {
+  for (const char* field : {"\"Factory\"", "\"Time\"", "\"Clavis\"", "\"Items\"", "\"Exclude\"",
+                            "\"scale\": \"SECONDS\"", "\"kind\": \"UTC\""}) {
     EXPECT_THAT(result.out, HasSubstr(field));
   }
   EXPECT_TRUE(MessageFromJson("MeasurementQuery", result.out).Ok());

@@ -20,8 +20,8 @@ const LineTimeZone kBerlin = LineTimeZone::Named("Europe/Berlin", minutes(60));
 
 TEST(RelativeSpans, AreReadInEveryUnitAndCombination) {
   const std::vector<std::pair<std::string, seconds>> cases = {
-      {"30s", seconds(30)}, {"15m", minutes(15)},      {"2h", hours(2)},
-      {"1d", hours(24)},    {"1w", hours(7 * 24)},     {"1h30m", minutes(90)},
+      {"30s", seconds(30)}, {"15m", minutes(15)},  {"2h", hours(2)},
+      {"1d", hours(24)},    {"1w", hours(7 * 24)}, {"1h30m", minutes(90)},
   };
   for (const auto& [text, span] : cases) {
     const auto parsed = ParseRelativeSpan(text);

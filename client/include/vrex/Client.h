@@ -23,8 +23,8 @@
 #include <utility>
 
 #include "vrex/ClientOptions.h"
-#include "vrex/Export.h"
 #include "vrex/Download.h"
+#include "vrex/Export.h"
 #include "vrex/Outcome.h"
 #include "vrex/RequestTraits.h"
 #include "vrex/Result.h"

@@ -25,8 +25,8 @@ enum class RequestKind {
 };
 
 struct RequestInfo {
-  std::string_view area;        ///< group for listings, e.g. "Measurements"
-  std::string_view name;        ///< request type and endpoint name
+  std::string_view area;  ///< group for listings, e.g. "Measurements"
+  std::string_view name;  ///< request type and endpoint name
   RequestKind kind;
   std::string_view answerType;  ///< message name in Korvan.KQ.DataContracts; empty unless Query
 };
@@ -46,8 +46,8 @@ VREX_EXPORT const RequestInfo* FindRequest(std::string_view requestType);
 /// every kind, so a command's answer body can be read as well. An override
 /// that names no contract message gives nullptr: it never falls back to the
 /// catalog's answer, so a misspelt name does not go unnoticed.
-VREX_EXPORT const google::protobuf::Descriptor* AnswerDescriptor(const RequestInfo& request,
-                                                     std::string_view overrideType = {});
+VREX_EXPORT const google::protobuf::Descriptor* AnswerDescriptor(
+    const RequestInfo& request, std::string_view overrideType = {});
 
 VREX_EXPORT std::string_view ToString(RequestKind kind);
 

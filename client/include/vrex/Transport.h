@@ -9,6 +9,7 @@
 #include <functional>
 #include <string>
 #include <string_view>
+
 #include "vrex/Export.h"
 
 namespace vrex {

@@ -116,9 +116,8 @@ void SetText(CURL* handle, CURLoption option, const std::string& value) {
 
 CurlHttpTransport::CurlHttpTransport(const ClientOptions& options)
     : options_(options),
-      authenticationHeader_(
-          "GatewayApiAuthentication: " +
-          options.token.value_or(internal::gatewayAuthenticationToken)),
+      authenticationHeader_("GatewayApiAuthentication: " +
+                            options.token.value_or(internal::gatewayAuthenticationToken)),
       protobufHeaders_(BuildHeaders(kProtobufType)),
       jsonHeaders_(BuildHeaders(kJsonType)),
       pool_([this](CURL* handle) { Configure(handle); }) {
@@ -165,10 +164,12 @@ void CurlHttpTransport::Configure(CURL* handle) const {
   }
 }
 
-HttpResponse CurlHttpTransport::Post(const HttpRequest& request) { return Perform(request, nullptr); }
+HttpResponse CurlHttpTransport::Post(const HttpRequest& request) {
+  return Perform(request, nullptr);
+}
 
 HttpResponse CurlHttpTransport::PostStreaming(const HttpRequest& request,
-                                          const StreamHandler& onChunk) {
+                                              const StreamHandler& onChunk) {
   return Perform(request, &onChunk);
 }
 

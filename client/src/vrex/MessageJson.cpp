@@ -5,7 +5,6 @@
 
 #include "vrex/ContractTypes.h"
 
-
 namespace vrex {
 
 namespace {
@@ -56,13 +55,11 @@ std::string MergeJsonInto(std::string_view json, Message& message) {
                        : DescribeUnknownField(error);
 }
 
-Result<std::unique_ptr<Message>> MessageFromJson(std::string_view typeName,
-                                                       std::string_view json) {
+Result<std::unique_ptr<Message>> MessageFromJson(std::string_view typeName, std::string_view json) {
   using MessageResult = std::unique_ptr<Message>;
   const Descriptor* type = FindContractMessage(typeName);
   if (type == nullptr) {
-    return Failure<MessageResult>("no contract message is named \"" + std::string(typeName) +
-                                  "\"");
+    return Failure<MessageResult>("no contract message is named \"" + std::string(typeName) + "\"");
   }
   const Message* prototype = MessageFactory::generated_factory()->GetPrototype(type);
   if (prototype == nullptr) {

@@ -1,11 +1,11 @@
 #include "vrex/RequestCatalog.h"
 
-#include "vrex/ContractTypes.h"
+#include <google/protobuf/descriptor.h>
 
 #include <algorithm>
 #include <string>
 
-#include <google/protobuf/descriptor.h>
+#include "vrex/ContractTypes.h"
 
 namespace vrex {
 
@@ -29,9 +29,9 @@ const std::vector<RequestInfo>& Requests() {
 
 const RequestInfo* FindRequest(std::string_view requestType) {
   const auto& requests = Requests();
-  const auto found = std::find_if(
-      requests.begin(), requests.end(),
-      [&](const RequestInfo& info) { return info.name == requestType; });
+  const auto found = std::find_if(requests.begin(), requests.end(), [&](const RequestInfo& info) {
+    return info.name == requestType;
+  });
   return found == requests.end() ? nullptr : &*found;
 }
 

@@ -40,9 +40,7 @@ class Error {
 template <class T, class Status = Error>
 class Result {
  public:
-  static Result Success(T value) {
-    return Result(std::make_unique<T>(std::move(value)), Status());
-  }
+  static Result Success(T value) { return Result(std::make_unique<T>(std::move(value)), Status()); }
   static Result Failure(Status status) { return Result(std::unique_ptr<T>(), std::move(status)); }
 
   /// A value this Result owns (none when `value` is empty).

@@ -16,7 +16,6 @@ int main() {
   }
   const auto* pool = google::protobuf::DescriptorPool::generated_pool();
   if (pool->FindFileByName("bcl.proto") == nullptr) return 1;
-  std::cout << "209 schema files, api major " << VrexClient::requiredApiMajorVersion
-            << '\n';
+  std::cout << "209 schema files, api major " << VrexClient::requiredApiMajorVersion << '\n';
   return 0;
 }

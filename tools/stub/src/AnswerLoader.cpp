@@ -1,14 +1,14 @@
 #include "vrex/stub/AnswerLoader.h"
 
+#include <google/protobuf/descriptor.h>
+#include <google/protobuf/message.h>
+#include <google/protobuf/util/json_util.h>
+
 #include <fstream>
 #include <iterator>
 #include <memory>
 #include <optional>
 #include <system_error>
-
-#include <google/protobuf/descriptor.h>
-#include <google/protobuf/message.h>
-#include <google/protobuf/util/json_util.h>
 
 #include "AnswerMetaFile.h"
 #include "vrex/RequestCatalog.h"
@@ -151,7 +151,9 @@ Result<CannedAnswer> JsonAnswer(std::string_view requestType, std::string_view j
   const auto descriptor = AnswerMessageOf(*request.Value(), answerType);
   if (!descriptor) return Result<CannedAnswer>::Failure(descriptor.GetStatus());
   const std::unique_ptr<google::protobuf::Message> message(
-      google::protobuf::MessageFactory::generated_factory()->GetPrototype(descriptor.Value())->New());
+      google::protobuf::MessageFactory::generated_factory()
+          ->GetPrototype(descriptor.Value())
+          ->New());
 
   const auto status = google::protobuf::util::JsonStringToMessage(
       google::protobuf::StringPiece(json.data(), json.size()), message.get());

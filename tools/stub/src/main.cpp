@@ -2,15 +2,14 @@
 // Prints "vrex-stub listening on http://HOST:PORT" as its first line, then
 // serves until SIGINT or SIGTERM.
 
-#include <CLI/CLI.hpp>
+#include <pthread.h>
 
+#include <CLI/CLI.hpp>
 #include <csignal>
 #include <cstdlib>
 #include <exception>
 #include <iostream>
 #include <string>
-
-#include <pthread.h>
 
 #include "DefaultDataDirectory.h"
 #include "vrex/stub/StubServer.h"

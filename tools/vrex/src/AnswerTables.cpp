@@ -80,8 +80,8 @@ std::string DefectsText(const dc::DefectReport& report) {
     limit << defect.limit();
     position << defect.position();
     table.AddRow({std::to_string(defect.errorcode()), defect.errortext(),
-                  defect.has_clavis() ? data::DescribeClavis(defect.clavis()) : "",
-                  value.str(), limit.str(), position.str()});
+                  defect.has_clavis() ? data::DescribeClavis(defect.clavis()) : "", value.str(),
+                  limit.str(), position.str()});
   }
   return "Defects:\n" + Indented(table.Render(), "  ");
 }

@@ -31,10 +31,11 @@ std::string MainFooter() {
 }  // namespace
 
 int RunVrex(int argc, const char* const* argv, Console& console) {
-  CLI::App app{"vrex: the results server from the command line. Every request of the contract "
-               "is one command away; the schema is built in, so list, describe and template "
-               "work offline.",
-               "vrex"};
+  CLI::App app{
+      "vrex: the results server from the command line. Every request of the contract "
+      "is one command away; the schema is built in, so list, describe and template "
+      "work offline.",
+      "vrex"};
   app.require_subcommand(1);
   app.set_version_flag("--version", "vrex " VREX_CLI_VERSION);
   app.footer(MainFooter());

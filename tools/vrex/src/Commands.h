@@ -4,7 +4,6 @@
 // succeeded.
 
 #include <CLI/CLI.hpp>
-
 #include <functional>
 #include <memory>
 #include <string>

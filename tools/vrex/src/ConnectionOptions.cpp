@@ -44,8 +44,7 @@ WireTraceHandler MakeNoteTaker(std::shared_ptr<TransportNotes> notes, WireTraceH
 }  // namespace
 
 void AddServerArguments(CLI::App& command, ServerArguments& arguments) {
-  command.add_option("URL", arguments.url, "Server base URL, e.g. http://results:8080")
-      ->required();
+  command.add_option("URL", arguments.url, "Server base URL, e.g. http://results:8080")->required();
   const std::string group = "Connection";
   command
       .add_option("--token", arguments.token,
@@ -118,14 +117,15 @@ ClientOptions MakeClientOptions(const ServerArguments& arguments, Console& conso
   return options;
 }
 
-ExitCode ReportOutcome(const Outcome& outcome, const ServerArguments& arguments,
-                       Console& console) {
+ExitCode ReportOutcome(const Outcome& outcome, const ServerArguments& arguments, Console& console) {
   if (arguments.verbose) {
     console.err << FormatTraceSummary(outcome);
   }
   if (!outcome.Ok()) {
-    console.err << "vrex: " << DescribeFailure(outcome, NormaliseUrl(arguments.url),
-                                                arguments.notes->lastFailure) << '\n';
+    console.err << "vrex: "
+                << DescribeFailure(outcome, NormaliseUrl(arguments.url),
+                                   arguments.notes->lastFailure)
+                << '\n';
   }
   return ExitCodeFor(outcome);
 }

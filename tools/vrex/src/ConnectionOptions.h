@@ -4,7 +4,6 @@
 // call is reported.
 
 #include <CLI/CLI.hpp>
-
 #include <memory>
 #include <optional>
 #include <string>
@@ -50,7 +49,6 @@ std::string NormaliseUrl(std::string url);
 
 /// Prints the -v summary of the call, and on failure the message that names
 /// the cause and a next step. Returns the exit code of the outcome.
-ExitCode ReportOutcome(const Outcome& outcome, const ServerArguments& arguments,
-                       Console& console);
+ExitCode ReportOutcome(const Outcome& outcome, const ServerArguments& arguments, Console& console);
 
 }  // namespace vrex::cli

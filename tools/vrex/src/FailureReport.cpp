@@ -134,8 +134,7 @@ std::string DescribeFailure(const Outcome& outcome, std::string_view baseUrl,
     case Outcome::Event::AnswerUnreadable:
       return "the answer to " + outcome.RequestType() + " could not be read (" +
              outcome.ErrorText() + ") \u2014 is " + url +
-             " a results server of this interface version? check with `vrex version " + url +
-             "`";
+             " a results server of this interface version? check with `vrex version " + url + "`";
     case Outcome::Event::FileFailed:
       return "cannot write the file: " + outcome.ErrorText() +
              " \u2014 check the path, its permissions and the free space";

@@ -1,8 +1,7 @@
-#include "Commands.h"
-
 #include <memory>
 
 #include "AnswerTables.h"
+#include "Commands.h"
 #include "LogEntryQuery.pb.h"
 #include "LogLevel.pb.h"
 #include "SelectionOptions.h"
@@ -34,8 +33,7 @@ std::string LevelNames() {
   return names;
 }
 
-Result<dc::LogEntryQuery> BuildLogQuery(const LogArguments& arguments,
-                                              const LineTimeZone& zone) {
+Result<dc::LogEntryQuery> BuildLogQuery(const LogArguments& arguments, const LineTimeZone& zone) {
   dc::LogEntryQuery query;
   const SelectionArguments& selection = arguments.selection;
   if (!selection.factory.empty()) query.set_factory(selection.factory);
@@ -45,9 +43,8 @@ Result<dc::LogEntryQuery> BuildLogQuery(const LogArguments& arguments,
   if (!arguments.level.empty()) {
     en::LogLevel level{};
     if (!en::LogLevel_Parse(arguments.level, &level)) {
-      return Result<dc::LogEntryQuery>::Failure("--level \"" + arguments.level +
-                                                      "\" is no log level; the levels are " +
-                                                      LevelNames());
+      return Result<dc::LogEntryQuery>::Failure(
+          "--level \"" + arguments.level + "\" is no log level; the levels are " + LevelNames());
     }
     query.set_level(level);
   }
@@ -83,21 +80,22 @@ ExitCode Run(const LogArguments& arguments, Console& console) {
 void AddLogCommand(const CommandSetup& setup) {
   auto arguments = std::make_shared<LogArguments>();
   CLI::App& command = AddCommand(
-      setup, {"log",
-      "Shows the server's log entries of a context (factory, line, bench), optionally of one "
-      "source, level and time window. Times are shown in the line's time zone when the "
-      "topology states it, else in UTC.",
-      "  vrex log http://results:8080 --factory Plant-North --line Line-A --since 2h\n"
-      "  vrex log http://results:8080 --level Error --since 1d\n"
-      "  vrex log http://results:8080 --factory Plant-North --line Line-A --bench Bench-3 "
-      "--json\n"},
+      setup,
+      {"log",
+       "Shows the server's log entries of a context (factory, line, bench), optionally of one "
+       "source, level and time window. Times are shown in the line's time zone when the "
+       "topology states it, else in UTC.",
+       "  vrex log http://results:8080 --factory Plant-North --line Line-A --since 2h\n"
+       "  vrex log http://results:8080 --level Error --since 1d\n"
+       "  vrex log http://results:8080 --factory Plant-North --line Line-A --bench Bench-3 "
+       "--json\n"},
       arguments, &Run);
   AddServerArguments(command, arguments->server);
   AddLineArguments(command, arguments->selection, false);
   command.add_option("--bench", arguments->bench, "Test bench of the line");
   command.add_option("--source", arguments->source, "Only entries of this source context");
-  command.add_option("--level", arguments->level, "Only entries of this level (" + LevelNames() +
-                                                      ")");
+  command.add_option("--level", arguments->level,
+                     "Only entries of this level (" + LevelNames() + ")");
   command.add_flag("--json", arguments->json, "Machine-readable output: the answer as JSON");
 }
 

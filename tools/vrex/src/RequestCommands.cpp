@@ -20,8 +20,7 @@ namespace {
 
 using google::protobuf::Message;
 
-Result<std::string> ReadRequestText(std::string_view argument,
-                                          std::istream& standardInput) {
+Result<std::string> ReadRequestText(std::string_view argument, std::istream& standardInput) {
   using TextResult = Result<std::string>;
   if (argument.empty()) {
     return TextResult::Success("{}");
@@ -45,8 +44,8 @@ Result<std::string> ReadRequestText(std::string_view argument,
 }
 
 Result<std::unique_ptr<google::protobuf::Message>> ReadRequest(std::string_view requestType,
-                                                                     std::string_view argument,
-                                                                     std::istream& standardInput) {
+                                                               std::string_view argument,
+                                                               std::istream& standardInput) {
   using RequestResult = Result<std::unique_ptr<google::protobuf::Message>>;
   const std::string type(requestType);
   if (FindRequest(requestType) == nullptr) {
@@ -109,10 +108,11 @@ ExitCode StreamFile(const Client& client, const CallArguments& arguments, const 
                           arguments.requestType + " -d ... -o FILE` or redirect the output",
                       console);
   }
-  const Outcome outcome = client.Download(arguments.requestType, request, [&](std::string_view chunk) {
-    console.out.write(chunk.data(), static_cast<std::streamsize>(chunk.size()));
-    return static_cast<bool>(console.out);
-  });
+  const Outcome outcome =
+      client.Download(arguments.requestType, request, [&](std::string_view chunk) {
+        console.out.write(chunk.data(), static_cast<std::streamsize>(chunk.size()));
+        return static_cast<bool>(console.out);
+      });
   console.out.flush();
   return ReportOutcome(outcome, arguments.server, console);
 }
@@ -207,29 +207,35 @@ ExitCode RunDownload(const DownloadArguments& arguments, Console& console) {
   return code;
 }
 
+// What call and download take: the server, the request type and its JSON.
+void AddRequestArguments(CLI::App& command, ServerArguments& server, std::string& requestType,
+                         std::string& data, const std::string& typeHelp) {
+  AddServerArguments(command, server);
+  command.add_option("TYPE", requestType, typeHelp)->required();
+  command.add_option("-d,--data", data,
+                     "The request as JSON, @FILE to read it from a file, @- from stdin "
+                     "(default: {})");
+}
+
 void AddCall(const CommandSetup& setup) {
   auto arguments = std::make_shared<CallArguments>();
   CLI::App& command = AddCommand(
-      setup, {"call",
-      "Sends any request of the contract, written as proto3 JSON with the contract's field "
-      "names, and prints the answer as JSON. A command prints its outcome; a file request "
-      "writes the file to standard output (or use `vrex download`). Unknown fields are errors.",
-      "  vrex call http://results:8080 ApiVersionQuery\n"
-      "  vrex call http://results:8080 GeneralInformationQuery \\\n"
-      "      -d '{\"Factory\": \"Plant-North\", \"Line\": \"Line-A\", \"LastN\": {\"TopN\": 5}}'\n"
-      "  vrex template MeasurementQuery > q.json && vrex call http://results:8080 "
-      "MeasurementQuery -d @q.json\n"
-      "  echo '{\"Names\": [\"Early\"]}' | vrex call http://results:8080 GetShiftQuery -d @-\n"
-      "  vrex call http://results:8080 SimpleTopologyQuery --output text\n"},
+      setup,
+      {"call",
+       "Sends any request of the contract, written as proto3 JSON with the contract's field "
+       "names, and prints the answer as JSON. A command prints its outcome; a file request "
+       "writes the file to standard output (or use `vrex download`). Unknown fields are errors.",
+       "  vrex call http://results:8080 ApiVersionQuery\n"
+       "  vrex call http://results:8080 GeneralInformationQuery \\\n"
+       "      -d '{\"Factory\": \"Plant-North\", \"Line\": \"Line-A\", \"LastN\": {\"TopN\": 5}}'\n"
+       "  vrex template MeasurementQuery > q.json && vrex call http://results:8080 "
+       "MeasurementQuery -d @q.json\n"
+       "  echo '{\"Names\": [\"Early\"]}' | vrex call http://results:8080 GetShiftQuery -d @-\n"
+       "  vrex call http://results:8080 SimpleTopologyQuery --output text\n"},
       arguments, &RunCall);
-  AddServerArguments(command, arguments->server);
-  command.add_option("TYPE", arguments->requestType, "Request type (see `vrex list`)")
-      ->required();
-  command.add_option("-d,--data", arguments->data,
-                     "The request as JSON, @FILE to read it from a file, @- from stdin "
-                     "(default: {})");
-  command
-      .add_option("--output", arguments->format, "Answer as json, binary (protobuf) or text")
+  AddRequestArguments(command, arguments->server, arguments->requestType, arguments->data,
+                      "Request type (see `vrex list`)");
+  command.add_option("--output", arguments->format, "Answer as json, binary (protobuf) or text")
       ->transform(CLI::CheckedTransformer(
           std::map<std::string, OutputFormat>{{"json", OutputFormat::Json},
                                               {"binary", OutputFormat::Binary},
@@ -241,20 +247,18 @@ void AddCall(const CommandSetup& setup) {
 void AddDownload(const CommandSetup& setup) {
   auto arguments = std::make_shared<DownloadArguments>();
   CLI::App& command = AddCommand(
-      setup, {"download",
-      "Saves the file a file request is answered with (archive data, WAV recording, CSV "
-      "export). The file is written under a temporary name and renamed when complete, so FILE "
-      "is never left half written. Shows a progress bar when stderr is a terminal.",
-      "  vrex download http://results:8080 WavFileQuery \\\n"
-      "      -d '{\"Factory\": \"Plant-North\", \"Line\": \"Line-A\", \"Identifier\": 1002}' "
-      "-o 1002.wav\n"
-      "  vrex download http://results:8080 CsvExportFileQuery -d @export.json -o tests.csv\n"},
+      setup,
+      {"download",
+       "Saves the file a file request is answered with (archive data, WAV recording, CSV "
+       "export). The file is written under a temporary name and renamed when complete, so FILE "
+       "is never left half written. Shows a progress bar when stderr is a terminal.",
+       "  vrex download http://results:8080 WavFileQuery \\\n"
+       "      -d '{\"Factory\": \"Plant-North\", \"Line\": \"Line-A\", \"Identifier\": 1002}' "
+       "-o 1002.wav\n"
+       "  vrex download http://results:8080 CsvExportFileQuery -d @export.json -o tests.csv\n"},
       arguments, &RunDownload);
-  AddServerArguments(command, arguments->server);
-  command.add_option("TYPE", arguments->requestType, "File request type (see `vrex list`)")
-      ->required();
-  command.add_option("-d,--data", arguments->data,
-                     "The request as JSON, @FILE or @- (default: {})");
+  AddRequestArguments(command, arguments->server, arguments->requestType, arguments->data,
+                      "File request type (see `vrex list`)");
   command.add_option("-o,--output", arguments->target, "File to write")->required();
 }
 

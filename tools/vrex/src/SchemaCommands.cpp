@@ -104,7 +104,7 @@ Result<std::string> ListRequests(std::string_view area, bool asJson) {
       known += (known.empty() ? "" : ", ") + std::string(name);
     }
     return Result<std::string>::Failure("no area is named \"" + std::string(area) +
-                                              "\"; the areas are " + known);
+                                        "\"; the areas are " + known);
   }
   return Result<std::string>::Success(asJson ? AsJson(selected) : AsText(selected));
 }
@@ -198,9 +198,8 @@ Result<std::string> DescribeSchemaType(std::string_view typeName) {
   if (const EnumDescriptor* enumeration = FindContractEnum(typeName)) {
     return Result<std::string>::Success(DescribeEnum(*enumeration));
   }
-  return Result<std::string>::Failure(
-      "the schema has no message or enumeration named \"" + std::string(typeName) +
-      "\"; `vrex list` shows the requests");
+  return Result<std::string>::Failure("the schema has no message or enumeration named \"" +
+                                      std::string(typeName) + "\"; `vrex list` shows the requests");
 }
 
 // A JSON skeleton of a request for people to edit: every field present,
@@ -286,9 +285,9 @@ void Fill(Message& message, TypePath& path) {
 Result<std::string> BuildJsonTemplate(std::string_view typeName) {
   const Descriptor* type = FindContractMessage(typeName);
   if (type == nullptr) {
-    return Result<std::string>::Failure(
-        "the schema has no message named \"" + std::string(typeName) +
-        "\"; `vrex list` shows the requests");
+    return Result<std::string>::Failure("the schema has no message named \"" +
+                                        std::string(typeName) +
+                                        "\"; `vrex list` shows the requests");
   }
   const Message* prototype =
       google::protobuf::MessageFactory::generated_factory()->GetPrototype(type);

@@ -14,8 +14,8 @@ void AddLineArguments(CLI::App& command, SelectionArguments& arguments, bool lin
   command.add_option("--factory", arguments.factory, "Factory of the line (see `vrex topology`)")
       ->required(lineRequired);
   command.add_option("--line", arguments.line, "Line")->required(lineRequired);
-  CLI::Option* since = command.add_option(
-      "--since", arguments.since, "Only what happened since then: 2h, 30m, 1d or ISO 8601");
+  CLI::Option* since = command.add_option("--since", arguments.since,
+                                          "Only what happened since then: 2h, 30m, 1d or ISO 8601");
   CLI::Option* from =
       command.add_option("--from", arguments.from, "Start of the window (ISO 8601 or 2h ago)");
   CLI::Option* until =
@@ -25,14 +25,13 @@ void AddLineArguments(CLI::App& command, SelectionArguments& arguments, bool lin
 
 void AddSelectionArguments(CLI::App& command, SelectionArguments& arguments) {
   AddLineArguments(command, arguments);
-  command.add_option("--last", arguments.last, "Only the last N tests")
-      ->check(CLI::PositiveNumber);
+  command.add_option("--last", arguments.last, "Only the last N tests")->check(CLI::PositiveNumber);
   command.add_option("--bench", arguments.benches, "Only tests of this bench (repeatable)");
   command.add_option("--serial", arguments.serials, "Only tests of this serial (repeatable)");
 }
 
-Result<TimeWindow> ReadTimeWindow(const SelectionArguments& arguments,
-                                        const LineTimeZone& zone, SystemTime now) {
+Result<TimeWindow> ReadTimeWindow(const SelectionArguments& arguments, const LineTimeZone& zone,
+                                  SystemTime now) {
   TimeWindow window;
   const std::pair<const std::string*, std::optional<SystemTime>*> bounds[] = {
       {arguments.since.empty() ? &arguments.from : &arguments.since, &window.from},
@@ -54,7 +53,7 @@ Result<TimeWindow> ReadTimeWindow(const SelectionArguments& arguments,
 }
 
 Result<SelectionFilters> BuildSelectionFilters(const SelectionArguments& arguments,
-                                                     const LineTimeZone& zone, SystemTime now) {
+                                               const LineTimeZone& zone, SystemTime now) {
   const auto window = ReadTimeWindow(arguments, zone, now);
   if (!window.Ok()) {
     return Result<SelectionFilters>::Failure(window.GetStatus().Message());

@@ -4,7 +4,6 @@
 // the result queries; and the line's time zone, read from the topology.
 
 #include <CLI/CLI.hpp>
-
 #include <optional>
 #include <string>
 #include <vector>
@@ -45,8 +44,8 @@ struct TimeWindow {
 };
 
 /// The window of --since, or --from and --until, read in `zone`.
-Result<TimeWindow> ReadTimeWindow(const SelectionArguments& arguments,
-                                        const LineTimeZone& zone, SystemTime now);
+Result<TimeWindow> ReadTimeWindow(const SelectionArguments& arguments, const LineTimeZone& zone,
+                                  SystemTime now);
 
 struct SelectionFilters {
   std::optional<Korvan::KQ::DataContracts::TimeFilter> time;
@@ -58,7 +57,7 @@ struct SelectionFilters {
 /// The filters of the arguments; the last kDefaultLastTests tests when no
 /// time window and no --last is given (the server wants one of them).
 Result<SelectionFilters> BuildSelectionFilters(const SelectionArguments& arguments,
-                                                     const LineTimeZone& zone, SystemTime now);
+                                               const LineTimeZone& zone, SystemTime now);
 
 /// Puts line and filters into a query of the selection block.
 template <class Query>

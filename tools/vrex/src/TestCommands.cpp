@@ -1,12 +1,11 @@
-#include "Commands.h"
-
 #include <memory>
 
+#include "AnswerTables.h"
+#include "Commands.h"
 #include "GeneralInformationByIdQuery.pb.h"
 #include "GeneralInformationQuery.pb.h"
 #include "MeasurementByIdQuery.pb.h"
 #include "MeasurementQuery.pb.h"
-#include "AnswerTables.h"
 #include "SelectionOptions.h"
 #include "vrex/data/Clavis.h"
 
@@ -37,8 +36,8 @@ ByIdQuery MakeByIdQuery(const TestArguments& arguments) {
 
 ExitCode RunTests(const TestArguments& arguments, Console& console) {
   const Client client(MakeClientOptions(arguments.server, console));
-  const LineTimeZone zone = LookUpLineZone(client, arguments.selection.factory,
-                                           arguments.selection.line, console);
+  const LineTimeZone zone =
+      LookUpLineZone(client, arguments.selection.factory, arguments.selection.line, console);
   const auto render = [&zone](const dc::GeneralInformationContainer& tests) {
     return RenderTestTable(tests, zone);
   };
@@ -75,8 +74,8 @@ ExitCode RunMeasurements(const TestArguments& arguments, Console& console) {
     return UsageError(clavisFilter.GetStatus().Message(), console);
   }
   const Client client(MakeClientOptions(arguments.server, console));
-  const LineTimeZone zone = LookUpLineZone(client, arguments.selection.factory,
-                                           arguments.selection.line, console);
+  const LineTimeZone zone =
+      LookUpLineZone(client, arguments.selection.factory, arguments.selection.line, console);
   const auto render = [&zone](const dc::MeasurementContainer& measurements) {
     return RenderMeasurements(measurements, zone);
   };
@@ -119,17 +118,17 @@ const char* const kSelectionHelp =
 }  // namespace
 
 void AddTestCommands(const CommandSetup& setup) {
-  AddTestCommand(setup,
-                 {"tests",
-                  std::string("Lists the test results (headers) of a line as a table.") +
-                      kSelectionHelp,
-                  "  vrex tests http://results:8080 --factory Plant-North --line Line-A --since "
-                  "1h --bench Bench-3\n"
-                  "  vrex tests http://results:8080 --factory Plant-North --line Line-A --from "
-                  "2024-03-12T08:00 --until 2024-03-12T12:00\n"
-                  "  vrex tests http://results:8080 --factory Plant-North --line Line-A --serial "
-                  "SN-24-0003142 --json\n"},
-                 std::make_shared<TestArguments>(), &RunTests);
+  AddTestCommand(
+      setup,
+      {"tests",
+       std::string("Lists the test results (headers) of a line as a table.") + kSelectionHelp,
+       "  vrex tests http://results:8080 --factory Plant-North --line Line-A --since "
+       "1h --bench Bench-3\n"
+       "  vrex tests http://results:8080 --factory Plant-North --line Line-A --from "
+       "2024-03-12T08:00 --until 2024-03-12T12:00\n"
+       "  vrex tests http://results:8080 --factory Plant-North --line Line-A --serial "
+       "SN-24-0003142 --json\n"},
+      std::make_shared<TestArguments>(), &RunTests);
   auto arguments = std::make_shared<TestArguments>();
   AddTestCommand(
       setup,

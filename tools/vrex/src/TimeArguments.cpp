@@ -79,7 +79,7 @@ Result<SystemTime> ParseIso8601(std::string_view text, const LineTimeZone& zone)
 }
 
 Result<SystemTime> ParseTimeArgument(std::string_view text, SystemTime now,
-                                           const LineTimeZone& zone) {
+                                     const LineTimeZone& zone) {
   if (!text.empty() && std::isdigit(static_cast<unsigned char>(text.back())) == 0 &&
       text.find('-') == std::string_view::npos) {
     const auto span = ParseRelativeSpan(text);

@@ -20,6 +20,6 @@ Result<SystemTime> ParseIso8601(std::string_view text, const LineTimeZone& zone)
 
 /// A relative span (counted back from `now`) or an ISO 8601 time.
 Result<SystemTime> ParseTimeArgument(std::string_view text, SystemTime now,
-                                           const LineTimeZone& zone);
+                                     const LineTimeZone& zone);
 
 }  // namespace vrex::cli

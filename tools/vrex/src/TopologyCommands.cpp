@@ -1,8 +1,7 @@
-#include "Commands.h"
-
 #include <memory>
 
 #include "ApiVersionQuery.pb.h"
+#include "Commands.h"
 #include "SimpleTopologyQuery.pb.h"
 #include "TopologyTree.h"
 #include "VrexClient.h"
@@ -21,11 +20,11 @@ struct ReadArguments {
 };
 
 std::string VersionText(const dc::VersionDTO& version) {
-  std::string text = std::to_string(version.major()) + "." + std::to_string(version.minor()) +
-                     "." + std::to_string(version.patch());
+  std::string text = std::to_string(version.major()) + "." + std::to_string(version.minor()) + "." +
+                     std::to_string(version.patch());
   if (!version.developmentname().empty() || version.developmentversion() != 0) {
-    text += " (" + version.developmentname() + " " +
-            std::to_string(version.developmentversion()) + ")";
+    text +=
+        " (" + version.developmentname() + " " + std::to_string(version.developmentversion()) + ")";
   }
   return text;
 }
@@ -86,18 +85,20 @@ void AddReadCommand(const CommandSetup& setup, const CommandText& text,
 }  // namespace
 
 void AddTopologyCommands(const CommandSetup& setup) {
-  AddReadCommand(setup, {"version",
-                 "Asks the server for its interface version and tells whether this vrex "
-                 "accepts it. The exit status is 0 when it is accepted and 7 when not.",
-                 "  vrex version http://results:8080\n"
-                 "  vrex version http://results:8080 --json\n"
-                 "  vrex version http://results:8080 && echo ready\n"},
+  AddReadCommand(setup,
+                 {"version",
+                  "Asks the server for its interface version and tells whether this vrex "
+                  "accepts it. The exit status is 0 when it is accepted and 7 when not.",
+                  "  vrex version http://results:8080\n"
+                  "  vrex version http://results:8080 --json\n"
+                  "  vrex version http://results:8080 && echo ready\n"},
                  &RunVersion);
-  AddReadCommand(setup, {"topology",
-                 "Shows the plant as the server knows it: factories, lines with their time "
-                 "zones, and test benches. These names go into --factory, --line and --bench.",
-                 "  vrex topology http://results:8080\n"
-                 "  vrex topology http://results:8080 --json\n"},
+  AddReadCommand(setup,
+                 {"topology",
+                  "Shows the plant as the server knows it: factories, lines with their time "
+                  "zones, and test benches. These names go into --factory, --line and --bench.",
+                  "  vrex topology http://results:8080\n"
+                  "  vrex topology http://results:8080 --json\n"},
                  &RunTopology);
 }
 

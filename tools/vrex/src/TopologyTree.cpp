@@ -10,15 +10,16 @@ namespace {
 
 namespace dc = ::Korvan::KQ::DataContracts;
 
-constexpr std::string_view kBranch = "\u251c\u2500\u2500 ";    // "├── "
+constexpr std::string_view kBranch = "\u251c\u2500\u2500 ";      // "├── "
 constexpr std::string_view kLastBranch = "\u2514\u2500\u2500 ";  // "└── "
-constexpr std::string_view kStem = "\u2502   ";                // "│   "
+constexpr std::string_view kStem = "\u2502   ";                  // "│   "
 constexpr std::string_view kNoStem = "    ";
 
 std::string ZoneText(const dc::TimezoneInfo& zone) {
   const std::string& name =
       zone.ianatimezoneid().empty() ? zone.windowstimezoneid() : zone.ianatimezoneid();
-  return (name.empty() ? "" : name + ", ") + "UTC" + data::FormatUtcOffset(std::chrono::minutes(zone.utcoffsetinminutes()));
+  return (name.empty() ? "" : name + ", ") + "UTC" +
+         data::FormatUtcOffset(std::chrono::minutes(zone.utcoffsetinminutes()));
 }
 
 std::string LineLabel(const dc::Line& line) {

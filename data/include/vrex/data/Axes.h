@@ -31,7 +31,8 @@ namespace vrex::data {
 VREX_EXPORT double AxisValue(const Korvan::KQ::DataContracts::AxisRange& axis, std::size_t index);
 
 /// The first `count` points of an axis.
-VREX_EXPORT std::vector<double> AxisValues(const Korvan::KQ::DataContracts::AxisRange& axis, std::size_t count);
+VREX_EXPORT std::vector<double> AxisValues(const Korvan::KQ::DataContracts::AxisRange& axis,
+                                           std::size_t count);
 
 /// One abscissa per ordinate of the vector.
 VREX_EXPORT std::vector<double> Abscissas(const Korvan::KQ::DataContracts::Vector& vector);

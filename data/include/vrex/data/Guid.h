@@ -18,8 +18,8 @@
 #include <string_view>
 
 #include "bcl.pb.h"
-#include "vrex/Result.h"
 #include "vrex/Export.h"
+#include "vrex/Result.h"
 
 namespace vrex::data {
 

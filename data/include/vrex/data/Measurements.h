@@ -21,9 +21,9 @@
 #include "DataType.pb.h"
 #include "MeasurementValue.pb.h"
 #include "MeasurementValueContainer.pb.h"
-#include "vrex/data/Clavis.h"
-#include "vrex/Result.h"
 #include "vrex/Export.h"
+#include "vrex/Result.h"
+#include "vrex/data/Clavis.h"
 
 namespace vrex::data {
 
@@ -31,8 +31,9 @@ namespace vrex::data {
 /// and stay valid while it is neither changed nor destroyed.
 struct MeasurementEntry {
   std::int32_t handle = 0;
-  const Korvan::KQ::DataContracts::Clavis* key = nullptr;             ///< nullptr: no key for the value
-  const Korvan::KQ::DataContracts::MeasurementValue* value = nullptr;  ///< nullptr: the value was not sent
+  const Korvan::KQ::DataContracts::Clavis* key = nullptr;  ///< nullptr: no key for the value
+  const Korvan::KQ::DataContracts::MeasurementValue* value =
+      nullptr;  ///< nullptr: the value was not sent
 };
 
 /// Every handle that occurs in `Keys` or `Values`, once, in ascending order.

@@ -22,8 +22,8 @@
 #include "Clavis.pb.h"
 #include "IdNameTableStore.pb.h"
 #include "ProtocolCrossReferenceData.pb.h"
-#include "vrex/Result.h"
 #include "vrex/Export.h"
+#include "vrex/Result.h"
 
 namespace vrex::data {
 

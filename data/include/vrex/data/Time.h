@@ -26,8 +26,8 @@
 #include <string_view>
 
 #include "bcl.pb.h"
-#include "vrex/Result.h"
 #include "vrex/Export.h"
+#include "vrex/Result.h"
 
 namespace vrex::data {
 
@@ -80,8 +80,9 @@ VREX_EXPORT Result<std::chrono::system_clock::time_point> ToSystemTime(const bcl
 /// Writes a system_clock time point as a contract time of the given kind,
 /// rounded down to whole ticks. system_clock::time_point::min() and max()
 /// are written as the MINMAX extremes, mirroring ToSystemTime.
-VREX_EXPORT bcl::DateTime FromSystemTime(std::chrono::system_clock::time_point time,
-                             bcl::DateTime_DateTimeKind kind = bcl::DateTime_DateTimeKind_UTC);
+VREX_EXPORT bcl::DateTime FromSystemTime(
+    std::chrono::system_clock::time_point time,
+    bcl::DateTime_DateTimeKind kind = bcl::DateTime_DateTimeKind_UTC);
 
 /// ISO 8601 text with seven fractional digits in the proleptic Gregorian
 /// calendar: "2026-11-23T08:15:30.1234567Z". Only a UTC time ends in "Z"; a

@@ -59,7 +59,7 @@ enum class TrackZ {
 /// test; the others keep nullptr, and tests without a row are listed. z is a
 /// float, which holds whole numbers exactly only up to 16777216: larger
 /// identifiers may arrive rounded and then stay unmatched.
-VREX_EXPORT Track TrackAcrossTests(const Korvan::KQ::DataContracts::VectorTrackOfMeasurementsContainer& answer,
-                       TrackZ meaning);
+VREX_EXPORT Track TrackAcrossTests(
+    const Korvan::KQ::DataContracts::VectorTrackOfMeasurementsContainer& answer, TrackZ meaning);
 
 }  // namespace vrex::data

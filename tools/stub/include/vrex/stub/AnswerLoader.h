@@ -45,6 +45,6 @@ Result<AnswerSet> LoadAnswerDirectory(const std::filesystem::path& directory);
 /// an unknown request type, a request answered by no
 /// message, or JSON that does not parse.
 Result<CannedAnswer> JsonAnswer(std::string_view requestType, std::string_view json,
-                        std::string_view answerType = {});
+                                std::string_view answerType = {});
 
 }  // namespace vrex::stub

@@ -20,10 +20,10 @@ struct HeaderField {
 };
 
 struct JournalEntry {
-  std::string method;               ///< e.g. "POST"
-  std::string path;                 ///< request target as sent, e.g. "/api/MeasurementQuery"
-  std::vector<HeaderField> headers; ///< in arrival order
-  std::string body;                 ///< after any chunked transfer coding is removed
+  std::string method;                ///< e.g. "POST"
+  std::string path;                  ///< request target as sent, e.g. "/api/MeasurementQuery"
+  std::vector<HeaderField> headers;  ///< in arrival order
+  std::string body;                  ///< after any chunked transfer coding is removed
   /// The request line and header lines byte for byte, up to and including
   /// the blank line that ends them.
   std::string head;

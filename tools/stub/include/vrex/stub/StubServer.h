@@ -40,8 +40,8 @@ namespace vrex::stub {
 
 struct StubServerOptions {
   std::string host = "127.0.0.1";
-  int port = 0;              ///< 0: the system picks a free port
-  std::size_t threads = 8;   ///< connections served at once
+  int port = 0;             ///< 0: the system picks a free port
+  std::size_t threads = 8;  ///< connections served at once
 };
 
 /// Called on the serving thread for every request, once its answer is chosen
