@@ -20,7 +20,7 @@
 namespace vrex::reliability {
 namespace {
 
-using stub::test_support::ScratchDirectory;
+using testing::ScratchDirectory;
 
 // Makes `directory` the working directory and TMPDIR until destroyed.
 class RedirectedDirectories {

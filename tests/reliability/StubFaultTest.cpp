@@ -14,8 +14,8 @@ namespace {
 
 using ::testing::HasSubstr;
 using ::testing::Not;
-using stub::test_support::ExchangeRaw;
-using stub::test_support::StatusOf;
+using testing::ExchangeRaw;
+using testing::StatusOf;
 
 std::string RequestWithBody(const std::string& body) {
   return "POST /api/ApiVersionQuery HTTP/1.1\r\nHost: 127.0.0.1\r\nConnection: close\r\n"

@@ -22,7 +22,7 @@ namespace {
 namespace fs = std::filesystem;
 namespace dc = Korvan::KQ::DataContracts;
 using ::testing::HasSubstr;
-using vrex::stub::test_support::ScratchDirectory;
+using vrex::testing::ScratchDirectory;
 
 const fs::path kSamplePlant = VREX_STUB_SAMPLE_PLANT;
 

@@ -20,8 +20,8 @@ namespace {
 
 namespace dc = Korvan::KQ::DataContracts;
 using ::testing::HasSubstr;
-using vrex::stub::test_support::ChildProcess;
-using vrex::stub::test_support::ScratchDirectory;
+using vrex::testing::ChildProcess;
+using vrex::testing::ScratchDirectory;
 
 // Bounds on a program that hangs; they fail the test, they time nothing.
 constexpr std::chrono::seconds kPatience{30};

@@ -27,8 +27,8 @@ namespace {
 
 namespace dc = Korvan::KQ::DataContracts;
 using ::testing::ElementsAre;
-using vrex::stub::test_support::ExchangeRaw;
-using vrex::stub::test_support::StatusOf;
+using vrex::testing::ExchangeRaw;
+using vrex::testing::StatusOf;
 
 CannedAnswer Answer(int status, std::string body, std::string contentType) {
   CannedAnswer answer;

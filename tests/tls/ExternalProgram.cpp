@@ -43,7 +43,7 @@ std::optional<std::string> FindProgram(const std::string& name) {
 
 void RunProgram(const std::string& program, const std::vector<std::string>& arguments,
                 std::chrono::milliseconds timeout) {
-  stub::test_support::ChildProcess child(program, arguments);
+  testing::ChildProcess child(program, arguments);
   const std::string output = child.ReadRest(timeout);
   const std::optional<int> status = child.Wait(std::chrono::seconds(5));
   if (!status) {

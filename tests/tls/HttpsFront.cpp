@@ -78,7 +78,7 @@ bool HttpsFront::TryStart(const std::string& nginx) {
   mutualPort_ = FreePort();
   WriteConfig();
   const std::string prefix = directory_.string() + "/";
-  process_ = std::make_unique<stub::test_support::ChildProcess>(
+  process_ = std::make_unique<testing::ChildProcess>(
       nginx, std::vector<std::string>{"-p", prefix, "-c", prefix + "nginx.conf", "-e",
                                       prefix + "error.log"});
   for (int poll = 0; poll < kReadinessPolls; ++poll) {

@@ -41,7 +41,7 @@ class HttpsFront {
   int upstreamPort_;
   int port_ = 0;
   int mutualPort_ = 0;
-  std::unique_ptr<stub::test_support::ChildProcess> process_;
+  std::unique_ptr<testing::ChildProcess> process_;
 };
 
 }  // namespace vrex::tls_test

@@ -60,7 +60,7 @@ class TlsEnvironment {
   const dc::VersionDTO& Version() const { return version_; }
 
  private:
-  stub::test_support::ScratchDirectory scratch_;
+  testing::ScratchDirectory scratch_;
   ThrowAwayPki pki_;
   dc::VersionDTO version_;
   stub::StubServer stub_;

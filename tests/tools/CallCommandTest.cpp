@@ -17,9 +17,9 @@ namespace vrex::cli {
 namespace {
 
 namespace dc = ::Korvan::KQ::DataContracts;
-using test_support::PlantServerTest;
-using test_support::ProcessInput;
-using test_support::RunVrexProcess;
+using testing::PlantServerTest;
+using testing::ProcessInput;
+using testing::RunVrexProcess;
 using ::testing::HasSubstr;
 using ::testing::Not;
 
@@ -49,7 +49,7 @@ void ExpectAnswerPrinted(const RequestInfo& request, const std::string& out) {
 TEST_F(CallCommand, EveryListedRequestIsCallableFromItsTemplate) {
   for (const RequestInfo& request : Requests()) {
     if (request.kind == RequestKind::File) {
-      server.SetAnswer(request.name, test_support::BodyAnswer(200, std::string(kFileBytes),
+      server.SetAnswer(request.name, testing::BodyAnswer(200, std::string(kFileBytes),
                                                               "application/octet-stream"));
     }
   }
@@ -165,7 +165,7 @@ TEST_F(CallCommand, ServerFailuresGiveTheirExitCodeAndANextStep) {
       {200, "\xff\xff\xff", 6, {"could not be read", "vrex version"}},
   };
   for (const ServerFailureCase& testCase : cases) {
-    server.SetAnswer("ApiVersionQuery", test_support::BodyAnswer(testCase.status, testCase.body,
+    server.SetAnswer("ApiVersionQuery", testing::BodyAnswer(testCase.status, testCase.body,
                                                                  "application/x-protobuf"));
     const auto result = Vrex("call", {"ApiVersionQuery", "--retries", "0"});
     EXPECT_EQ(result.exitCode, testCase.exitCode) << testCase.status << ": " << result.err;

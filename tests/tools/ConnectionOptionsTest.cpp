@@ -12,8 +12,8 @@ namespace {
 
 using ::testing::HasSubstr;
 using ::testing::Not;
-using test_support::PlantServerTest;
-using test_support::ProcessInput;
+using testing::PlantServerTest;
+using testing::ProcessInput;
 
 using ConnectionOptions = PlantServerTest;
 
@@ -58,7 +58,7 @@ TEST_F(ConnectionOptions, InsecureWarns) {
 }
 
 TEST_F(ConnectionOptions, ATrailingSlashOfTheUrlIsDropped) {
-  const auto result = test_support::RunVrexProcess({"version", server.BaseUrl() + "/"});
+  const auto result = testing::RunVrexProcess({"version", server.BaseUrl() + "/"});
   ASSERT_EQ(result.exitCode, 0) << result.err;
   EXPECT_EQ(server.Journal().back().path, "/api/ApiVersionQuery");
 }

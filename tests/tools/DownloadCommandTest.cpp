@@ -14,7 +14,7 @@ namespace vrex::cli {
 namespace {
 
 using ::testing::HasSubstr;
-using test_support::PlantServerTest;
+using testing::PlantServerTest;
 
 class DownloadCommand : public PlantServerTest {
  protected:
@@ -42,7 +42,7 @@ class DownloadCommand : public PlantServerTest {
 TEST_F(DownloadCommand, WritesTheFileQuietlyWhenNotOnATerminal) {
   std::string wave = "RIFF";
   for (int i = 0; i < 100000; ++i) wave.push_back(static_cast<char>(i % 251));
-  server.SetAnswer("WavFileQuery", test_support::BodyAnswer(200, wave, "audio/wav"));
+  server.SetAnswer("WavFileQuery", testing::BodyAnswer(200, wave, "audio/wav"));
   const auto target = Target("1002.wav");
 
   const auto result = Vrex("download", {"WavFileQuery", "-d", R"({"Identifier": 1002})", "-o",
@@ -56,7 +56,7 @@ TEST_F(DownloadCommand, WritesTheFileQuietlyWhenNotOnATerminal) {
 TEST_F(DownloadCommand, AFailedDownloadLeavesAnExistingFileAsItWas) {
   const auto target = Target("tests.csv");
   { std::ofstream(target) << "old contents"; }
-  server.SetAnswer("CsvExportFileQuery", test_support::BodyAnswer(404, "not here", "text/plain"));
+  server.SetAnswer("CsvExportFileQuery", testing::BodyAnswer(404, "not here", "text/plain"));
 
   const auto result = Vrex("download", {"CsvExportFileQuery", "-o", target.string()});
   EXPECT_EQ(result.exitCode, 4);
@@ -69,7 +69,7 @@ TEST_F(DownloadCommand, AFailedDownloadLeavesAnExistingFileAsItWas) {
 }
 
 TEST_F(DownloadCommand, AnUnwritableTargetIsAFileError) {
-  server.SetAnswer("ArchiveFileQuery", test_support::BodyAnswer(200, "data", "application/octet-stream"));
+  server.SetAnswer("ArchiveFileQuery", testing::BodyAnswer(200, "data", "application/octet-stream"));
   const auto result =
       Vrex("download", {"ArchiveFileQuery", "-o", (directory_ / "missing" / "a.kqa").string()});
   EXPECT_EQ(result.exitCode, 8);

@@ -1,6 +1,6 @@
 #include "PlantServer.h"
 
-namespace vrex::cli::test_support {
+namespace vrex::testing {
 
 stub::CannedAnswer BodyAnswer(int status, std::string body, std::string contentType) {
   stub::CannedAnswer answer;
@@ -33,4 +33,4 @@ std::vector<stub::JournalEntry> PlantServerTest::Received(const std::string& req
   return matching;
 }
 
-}  // namespace vrex::cli::test_support
+}  // namespace vrex::testing

@@ -10,7 +10,7 @@
 #include "VrexProcess.h"
 #include "vrex/stub/StubServer.h"
 
-namespace vrex::cli::test_support {
+namespace vrex::testing {
 
 /// An answer of `status` with exactly `body`.
 stub::CannedAnswer BodyAnswer(int status, std::string body, std::string contentType);
@@ -30,4 +30,4 @@ class PlantServerTest : public ::testing::Test {
   stub::StubServer server;
 };
 
-}  // namespace vrex::cli::test_support
+}  // namespace vrex::testing

@@ -18,7 +18,7 @@ namespace vrex::cli {
 namespace {
 
 namespace dc = ::Korvan::KQ::DataContracts;
-using test_support::PlantServerTest;
+using testing::PlantServerTest;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::Not;

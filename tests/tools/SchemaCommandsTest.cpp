@@ -10,7 +10,7 @@
 namespace vrex::cli {
 namespace {
 
-using test_support::RunVrexProcess;
+using testing::RunVrexProcess;
 using ::testing::HasSubstr;
 using ::testing::Not;
 

@@ -11,7 +11,7 @@
 #include <cstdlib>
 #include <stdexcept>
 
-namespace vrex::cli::test_support {
+namespace vrex::testing {
 
 namespace {
 
@@ -127,4 +127,4 @@ ProcessResult RunVrexProcess(const std::vector<std::string>& arguments, const Pr
   return result;
 }
 
-}  // namespace vrex::cli::test_support
+}  // namespace vrex::testing

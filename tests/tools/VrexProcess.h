@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace vrex::cli::test_support {
+namespace vrex::testing {
 
 struct ProcessResult {
   int exitCode = -1;  ///< -1 when the program did not exit normally
@@ -26,4 +26,4 @@ struct ProcessInput {
 ProcessResult RunVrexProcess(const std::vector<std::string>& arguments,
                              const ProcessInput& input = {});
 
-}  // namespace vrex::cli::test_support
+}  // namespace vrex::testing

@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <string_view>
 
-namespace vrex::stub::test_support {
+namespace vrex::testing {
 
 class ScratchDirectory {
  public:
@@ -22,4 +22,4 @@ class ScratchDirectory {
   std::filesystem::path path_;
 };
 
-}  // namespace vrex::stub::test_support
+}  // namespace vrex::testing

@@ -9,7 +9,7 @@
 #include <thread>
 #include <utility>
 
-namespace vrex::stub::test_support {
+namespace vrex::testing {
 
 namespace {
 
@@ -118,4 +118,4 @@ std::optional<int> ChildProcess::Wait(std::chrono::milliseconds timeout) {
   }
 }
 
-}  // namespace vrex::stub::test_support
+}  // namespace vrex::testing

@@ -9,7 +9,7 @@
 #include <cstdlib>
 #include <stdexcept>
 
-namespace vrex::stub::test_support {
+namespace vrex::testing {
 
 namespace {
 
@@ -89,4 +89,4 @@ int StatusOf(std::string_view response) {
   return std::atoi(std::string(response.substr(space + 1, 3)).c_str());
 }
 
-}  // namespace vrex::stub::test_support
+}  // namespace vrex::testing

@@ -7,7 +7,7 @@
 #include <string>
 #include <system_error>
 
-namespace vrex::stub::test_support {
+namespace vrex::testing {
 
 ScratchDirectory::ScratchDirectory() {
   std::string pattern = (std::filesystem::temp_directory_path() / "vrex-stub-test-XXXXXX").string();
@@ -33,4 +33,4 @@ std::filesystem::path ScratchDirectory::Write(std::string_view name,
   return file;
 }
 
-}  // namespace vrex::stub::test_support
+}  // namespace vrex::testing

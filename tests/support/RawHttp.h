@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-namespace vrex::stub::test_support {
+namespace vrex::testing {
 
 /// Connects to 127.0.0.1:`port`, sends `request` as it is and returns what
 /// comes back until the server closes the connection (send
@@ -16,4 +16,4 @@ std::string ExchangeRaw(int port, std::string_view request);
 /// The status code of the status line that starts `response`, or 0.
 int StatusOf(std::string_view response);
 
-}  // namespace vrex::stub::test_support
+}  // namespace vrex::testing

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-namespace vrex::stub::test_support {
+namespace vrex::testing {
 
 class ChildProcess {
  public:
@@ -41,4 +41,4 @@ class ChildProcess {
   bool ended_ = false;
 };
 
-}  // namespace vrex::stub::test_support
+}  // namespace vrex::testing
