@@ -72,15 +72,13 @@ PostExpectation PostSucceeded() {
 }
 
 // `status`: the status of a head that came before the transfer broke off.
-ClientExpectation ClientTransferFailed(int status = 0, bool timedOut = false) {
-  return {Event::TransportFailed, status, ResponseFate::Untouched, timedOut};
+ClientExpectation ClientBrokeOff(Event where, int status = 0) {
+  return {where, status, ResponseFate::Untouched};
 }
 ClientExpectation ClientStatus(int status) {
-  return {Event::HttpStatusFailed, status, ResponseFate::Untouched, false};
+  return {Event::HttpStatusFailed, status, ResponseFate::Untouched};
 }
-ClientExpectation ClientUnreadable() {
-  return {Event::AnswerUnreadable, 200, ResponseFate::Unknown, false};
-}
+ClientExpectation ClientUnreadable() { return {Event::AnswerUnreadable, 200, ResponseFate::Unknown}; }
 
 std::vector<Fault> MakeFaults() {
   const std::string protobuf = "application/x-protobuf";
@@ -90,16 +88,16 @@ std::vector<Fault> MakeFaults() {
       {"Status503", Target::Stub, Answer(503, "overloaded\n", "text/plain"),
        PostStatus(enums::ApiPipeline_Failed), ClientStatus(503)},
       {"DelayWithinBound", Target::Stub, VersionAnswer(Delivery::Whole, kBriefSilence),
-       PostSucceeded(), {Event::Succeeded, 200, ResponseFate::Parsed, false}},
+       PostSucceeded(), {Event::Succeeded, 200, ResponseFate::Parsed}},
       {"SilentServer", Target::Stub, VersionAnswer(Delivery::CloseWithoutAnswer, kForever),
-       PostTransferFailed(), ClientTransferFailed(0, true), true},
+       PostTransferFailed(), ClientBrokeOff(Event::NoAnswer), true},
       {"SilenceThenClose", Target::Stub, VersionAnswer(Delivery::CloseWithoutAnswer, kBriefSilence),
-       PostTransferFailed(), ClientTransferFailed()},
+       PostTransferFailed(), ClientBrokeOff(Event::NoAnswer)},
       {"CloseMidBody", Target::Stub,
        VersionAnswer(Delivery::CloseMidBody, std::chrono::milliseconds(0)), PostTransferFailed(),
-       ClientTransferFailed(200)},
+       ClientBrokeOff(Event::BrokenAnswer, 200)},
       {"SilentMidBody", Target::Stub, VersionAnswer(Delivery::CloseMidBody, kForever),
-       PostTransferFailed(), ClientTransferFailed(200, true), true},
+       PostTransferFailed(), ClientBrokeOff(Event::ReceiveTimedOut, 200), true},
       {"TruncatedBody", Target::Stub, Answer(200, TruncatedVersion(), protobuf), PostUnreadable(),
        ClientUnreadable()},
       {"GarbageBody", Target::Stub, Answer(200, std::string(16, '\xff'), protobuf),
@@ -113,8 +111,9 @@ std::vector<Fault> MakeFaults() {
       {"Redirect302", Target::Stub, Redirect(), PostStatus(enums::ApiPipeline_Failed),
        ClientStatus(302)},
       {"RefusedConnection", Target::RefusedPort, {}, PostTransferFailed(),
-       ClientTransferFailed()},
-      {"UnknownHost", Target::UnknownHost, {}, PostTransferFailed(), ClientTransferFailed()},
+       ClientBrokeOff(Event::Unreachable)},
+      {"UnknownHost", Target::UnknownHost, {}, PostTransferFailed(),
+       ClientBrokeOff(Event::Unreachable)},
   };
 }
 

@@ -46,7 +46,6 @@ struct ClientExpectation {
   Outcome::Event event;
   int httpStatus;  ///< of the last head received; 0: none
   ResponseFate response;
-  bool timedOut;   ///< ended by the client's time-out
 };
 
 struct Fault {

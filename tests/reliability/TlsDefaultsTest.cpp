@@ -95,7 +95,7 @@ TEST_P(TlsVerification, SessionClientVerifiesCertificateAndHostUnlessTurnedOff) 
   EXPECT_EQ(outcome.Ok(), row.succeeds) << outcome.Message();
   EXPECT_EQ(server.Requests(), row.succeeds ? 1 : 0);
   if (!row.succeeds) {
-    EXPECT_EQ(outcome.GetEvent(), Outcome::Event::TransportFailed);
+    EXPECT_EQ(outcome.GetEvent(), Outcome::Event::Unreachable);
   }
 }
 

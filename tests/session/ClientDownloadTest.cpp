@@ -63,7 +63,7 @@ TEST_F(ClientDownload, AFileAppearsOnlyWhenItsDownloadSucceeds) {
   };
   const Case failures[] = {
       {server_.BaseUrl() + "/missing", false, Outcome::Event::HttpStatusFailed},
-      {vrex::testing::UnreachableUrl(), false, Outcome::Event::TransportFailed},
+      {vrex::testing::UnreachableUrl(), false, Outcome::Event::Unreachable},
       {server_.BaseUrl(), true, Outcome::Event::Cancelled},
   };
   for (const Case& row : failures) {
@@ -105,7 +105,7 @@ TEST_F(ClientDownload, ATransferBrokenOffMidwayLeavesNoFileAndIsNotRepeated) {
   });
   const Outcome outcome = vrex::Client(vrex::testing::QuickOptions(breaking.BaseUrl(), 3))
                               .DownloadToFile(contracts::WavFileQuery(), directory_ / "sound.wav");
-  EXPECT_EQ(outcome.GetEvent(), Outcome::Event::TransportFailed);
+  EXPECT_EQ(outcome.GetEvent(), Outcome::Event::BrokenAnswer);
   EXPECT_EQ(outcome.Attempts(), 1);  // bytes were delivered already
   EXPECT_EQ(breaking.RequestCount(), 1u);
   EXPECT_EQ(FilesInDirectory(), 0u);

@@ -90,7 +90,7 @@ TEST(ClientOutcome, ReportsAnUnreachableServerWithLibcurlsTextAndPrintsNothing) 
   ::testing::internal::CaptureStderr();
   const Outcome outcome = client.Send(contracts::ApiVersionQuery()).GetStatus();
   EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
-  EXPECT_EQ(outcome.GetEvent(), Outcome::Event::TransportFailed);
+  EXPECT_EQ(outcome.GetEvent(), Outcome::Event::Unreachable);
   EXPECT_EQ(outcome.Status().codecategory(), enums::CodeCategory_Backend);
   EXPECT_EQ(outcome.Status().level(), enums::Error);
   EXPECT_FALSE(outcome.ErrorText().empty());

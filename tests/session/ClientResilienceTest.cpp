@@ -83,7 +83,7 @@ TEST(ClientTimeouts, AnUnansweredCallEndsAsATimedOutTransfer) {
   options.totalTimeout = std::chrono::milliseconds(100);
 
   const Outcome outcome = vrex::Client(options).Send(contracts::ApiVersionQuery()).GetStatus();
-  EXPECT_EQ(outcome.GetEvent(), Outcome::Event::TransportFailed);
+  EXPECT_EQ(outcome.GetEvent(), Outcome::Event::NoAnswer);
   EXPECT_THAT(outcome.ErrorText(), ::testing::HasSubstr("timed out"));
   EXPECT_EQ(outcome.Attempts(), 2);  // a time-out is worth another attempt
 }

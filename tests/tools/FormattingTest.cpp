@@ -46,7 +46,7 @@ TEST(ExitCodes, TheTableNamesEveryCodeOnce) {
     EXPECT_TRUE(codes.insert(ToInt(entry.code)).second) << ToInt(entry.code);
     EXPECT_FALSE(entry.meaning.empty());
   }
-  EXPECT_EQ(codes, (std::set<int>{0, 1, 2, 3, 4, 5, 6, 7, 8}));
+  EXPECT_EQ(codes, (std::set<int>{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11}));
 }
 
 TEST(FailureMessages, NameTheCauseAndANextStep) {

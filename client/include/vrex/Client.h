@@ -108,6 +108,7 @@ class VREX_EXPORT Client {
 
   std::string baseUrl_;
   std::chrono::milliseconds totalTimeout_;
+  std::uint64_t maxAnswerBytes_;
   RetryPolicy retry_;
   std::shared_ptr<Transport> transport_;
 };

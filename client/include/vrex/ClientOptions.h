@@ -2,6 +2,7 @@
 // Everything vrex::Client is built from.
 
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
@@ -52,6 +53,12 @@ struct ClientOptions {
   std::chrono::milliseconds connectTimeout{10000};
   /// Bound of one attempt, answer included; downloads may set their own.
   std::chrono::milliseconds totalTimeout{60000};
+  /// Most bytes of an answer the client holds in memory (default 1 GiB): an
+  /// answer announced larger fails before its body is read, one that grows
+  /// larger is stopped as soon as it passes. protobuf cannot parse a message
+  /// over 2 GiB anyway. 0 means no limit (trust the server with your memory).
+  /// Files streamed by Download have their own limit (DownloadOptions).
+  std::uint64_t maxAnswerBytes = std::uint64_t{1} << 30;
   TlsOptions tls;
   /// Proxy URL; unset: libcurl's default (the proxy environment variables);
   /// empty: no proxy at all.

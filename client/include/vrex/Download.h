@@ -23,6 +23,8 @@ struct DownloadOptions {
   std::function<bool(const TransferProgress&)> onProgress;
   /// Bound of one attempt; unset: the client's total time-out.
   std::optional<std::chrono::milliseconds> timeout;
+  /// Most bytes of the file; unset: no limit (a file does not stay in memory).
+  std::optional<std::uint64_t> maxBytes;
 };
 
 }  // namespace vrex

@@ -13,18 +13,29 @@ namespace vrex {
 
 class VREX_EXPORT Outcome {
  public:
-  /// What happened, in the order the client checks for it.
+  /// What happened. The events from Unreachable to TransportFailed are the
+  /// ways an exchange can fail before a complete HTTP answer is in; they say
+  /// where it broke off (see IsTransferFailure).
   enum class Event {
     Succeeded,         ///< HTTP 200 and, for a query, an answer that parsed
-    TransportFailed,   ///< no HTTP exchange completed (connect, time-out, TLS, ...)
+    Unreachable,       ///< no connection: name resolution, refused, connect time-out, TLS, proxy
+    NoAnswer,          ///< connected and sent, but no answer came (in time, or at all)
+    ReceiveTimedOut,   ///< the answer began but did not finish in time
+    BrokenAnswer,      ///< the server answered, but not in readable HTTP: cut short,
+                       ///< malformed, header lines without end
+    AnswerTooLarge,    ///< the answer passed ClientOptions::maxAnswerBytes or
+                       ///< DownloadOptions::maxBytes
+    ClientFailed,      ///< on this side: the caller's handler threw, or memory ran out
+    TransportFailed,   ///< any other failure of the transfer
     Cancelled,         ///< the caller's callback stopped a download
     HttpStatusFailed,  ///< the server answered with a status other than 200
     AnswerUnreadable,  ///< HTTP 200, but the body is not the expected message
     FileFailed,        ///< a download could not be written to its file
   };
 
-  /// `errorText` is libcurl's error text after a transport failure, or what
-  /// went wrong locally (unreadable answer, file error); empty otherwise.
+  /// `errorText` says what went wrong: libcurl's text or the client's own
+  /// account after a transfer failure, or the local reason (unreadable
+  /// answer, file error); empty otherwise.
   Outcome(std::string requestType, Event event, int httpStatus, std::string errorText,
           std::chrono::microseconds elapsed = {}, int attempts = 1);
 
@@ -33,10 +44,14 @@ class VREX_EXPORT Outcome {
   explicit operator bool() const { return Ok(); }
 
   Event GetEvent() const { return event_; }
+  /// True when no complete HTTP answer came in (Unreachable to TransportFailed).
+  bool IsTransferFailure() const {
+    return event_ >= Event::Unreachable && event_ <= Event::TransportFailed;
+  }
 
   /// The same values VrexClient::Post reports for the same event: all zero on
-  /// success; Backend/NoDetailCode/Error for a failed or cancelled transfer
-  /// and an unreadable answer; ApiPipeline/ApiPipeline_Unauthorized/Error for
+  /// success; Backend/NoDetailCode/Error for a transfer failure, a cancelled
+  /// transfer and an unreadable answer; ApiPipeline/ApiPipeline_Unauthorized/Error for
   /// 4xx; ApiPipeline/ApiPipeline_Failed/Error for any other status;
   /// File/NoDetailCode/Error when a download could not be written.
   const ::Korvan::KQ::DataContracts::MessageContainer& Status() const { return status_; }

@@ -23,17 +23,40 @@ struct HttpRequest {
   std::string contentType;  ///< "application/x-protobuf", or "application/json" for "{}"
   std::string body;
   std::chrono::milliseconds timeout{0};  ///< whole exchange; 0 means none
+  /// Most bytes of an answer body kept in memory (any status); 0 means no
+  /// limit. An answer announced larger fails before its body is read; one
+  /// that grows larger is stopped as soon as it passes the limit.
+  std::uint64_t maxAnswerBytes = 0;
+  /// The same for the body of a 200 answer handed to a StreamHandler.
+  std::uint64_t maxStreamedBytes = 0;
+};
+
+/// Where an exchange that produced no complete HTTP answer broke off.
+enum class TransferFailure {
+  None,             ///< the exchange completed (whatever the status)
+  Unreachable,      ///< no connection: name resolution, refused, connect time-out, TLS, proxy
+  NoAnswer,         ///< connected and sent, but no answer came (in time, or at all)
+  ReceiveTimedOut,  ///< the answer began but did not finish in time
+  BrokenAnswer,     ///< the server answered, but not in readable HTTP: cut short, malformed,
+                    ///< header lines too long
+  AnswerTooLarge,   ///< larger than maxAnswerBytes or maxStreamedBytes
+  ClientFailed,     ///< on this side: a stream handler threw, or memory ran out
+  Cancelled,        ///< a stream handler returned false
+  Other,            ///< any other failure of the transfer
 };
 
 /// What came back. A transport failure (no complete HTTP exchange) is told
-/// by a non-empty `transportError`, whatever `status` says.
+/// by `failure`, whatever `status` says; `transportError` then says why in
+/// words.
 struct HttpResponse {
-  int status = 0;              ///< HTTP status; 0 when none was received
-  std::string body;            ///< the whole body, unless it was streamed
-  std::string transportError;  ///< empty when the exchange completed
-  bool cancelled = false;      ///< a stream handler returned false
+  int status = 0;    ///< HTTP status; 0 when none was received
+  std::string body;  ///< the whole body, unless it was streamed
+  TransferFailure failure = TransferFailure::None;
+  std::string transportError;        ///< empty when the exchange completed
+  std::uint64_t bytesReceived = 0;   ///< body bytes that arrived
+  std::uint64_t bytesAnnounced = 0;  ///< the Content-Length; 0 when none was given
 
-  bool TransportFailed() const { return !transportError.empty(); }
+  bool TransportFailed() const { return failure != TransferFailure::None; }
 };
 
 /// Receives the body of a 200 answer chunk by chunk. `expectedSize` is the

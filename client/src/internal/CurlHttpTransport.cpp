@@ -1,10 +1,10 @@
 #include "internal/CurlHttpTransport.h"
 
-#include <exception>
 #include <string>
 #include <utility>
 
 #include "internal/CurlGlobal.h"
+#include "internal/CurlTransfer.h"
 #include "internal/GatewayToken.h"
 #include "vrex/CurlTransport.h"
 
@@ -20,51 +20,6 @@ namespace {
 
 constexpr std::string_view kProtobufType = "application/x-protobuf";
 constexpr std::string_view kJsonType = "application/json";
-
-// What the write callback needs during one transfer.
-struct TransferState {
-  CURL* handle;
-  const StreamHandler* onChunk;  // null: keep the whole body
-  HttpResponse& response;
-  long status = -1;            // read once, when the first chunk arrives
-  std::exception_ptr failure;  // thrown by onChunk; rethrown after the transfer
-
-  bool StreamsThisBody() {
-    if (onChunk == nullptr) {
-      return false;
-    }
-    if (status < 0) {
-      curl_easy_getinfo(handle, CURLINFO_RESPONSE_CODE, &status);
-    }
-    return status == 200;
-  }
-
-  std::uint64_t ExpectedSize() const {
-    curl_off_t length = -1;
-    curl_easy_getinfo(handle, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
-    return length > 0 ? static_cast<std::uint64_t>(length) : 0;
-  }
-};
-
-// Returning less than `length` makes libcurl abort the transfer.
-std::size_t ReceiveBody(char* data, std::size_t size, std::size_t count, void* context) {
-  auto& state = *static_cast<TransferState*>(context);
-  const std::size_t length = size * count;
-  if (!state.StreamsThisBody()) {
-    state.response.body.append(data, length);
-    return length;
-  }
-  try {
-    if ((*state.onChunk)(std::string_view(data, length), state.ExpectedSize())) {
-      return length;
-    }
-    state.response.cancelled = true;
-  } catch (...) {
-    // An exception must not cross libcurl's C frames.
-    state.failure = std::current_exception();
-  }
-  return 0;
-}
 
 // The request headers as sent, with the gateway token replaced, so that a
 // trace can be shown and kept without leaking it.
@@ -174,10 +129,11 @@ HttpResponse CurlHttpTransport::PostStreaming(const HttpRequest& request,
 }
 
 HttpResponse CurlHttpTransport::Perform(const HttpRequest& request, const StreamHandler* onChunk) {
-  HttpResponse response;
   const CurlHandlePool::Lease lease = pool_.Acquire();
   CURL* handle = lease.get();
   if (handle == nullptr) {
+    HttpResponse response;
+    response.failure = TransferFailure::ClientFailed;
     response.transportError = "libcurl could not create a transfer handle";
     return response;
   }
@@ -190,34 +146,8 @@ HttpResponse CurlHttpTransport::Perform(const HttpRequest& request, const Stream
     headers = customHeaders.get();
   }
 
-  TransferState state{handle, onChunk, response, -1, nullptr};
-  char errorText[CURL_ERROR_SIZE] = {};
-  curl_easy_setopt(handle, CURLOPT_URL, request.url.c_str());
-  curl_easy_setopt(handle, CURLOPT_POSTFIELDS, request.body.data());
-  curl_easy_setopt(handle, CURLOPT_POSTFIELDSIZE_LARGE,
-                   static_cast<curl_off_t>(request.body.size()));
-  curl_easy_setopt(handle, CURLOPT_HTTPHEADER, headers);
-  curl_easy_setopt(handle, CURLOPT_TIMEOUT_MS, static_cast<long>(request.timeout.count()));
-  curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, &ReceiveBody);
-  curl_easy_setopt(handle, CURLOPT_WRITEDATA, &state);
-  curl_easy_setopt(handle, CURLOPT_ERRORBUFFER, errorText);
-
-  const CURLcode result = curl_easy_perform(handle);
-
-  // The handle outlives this call; it must not point at anything local.
-  curl_easy_setopt(handle, CURLOPT_ERRORBUFFER, nullptr);
-  curl_easy_setopt(handle, CURLOPT_WRITEDATA, nullptr);
-  curl_easy_setopt(handle, CURLOPT_HTTPHEADER, nullptr);
-  if (state.failure) {
-    std::rethrow_exception(state.failure);
-  }
-  long status = 0;
-  curl_easy_getinfo(handle, CURLINFO_RESPONSE_CODE, &status);
-  response.status = static_cast<int>(status);
-  if (result != CURLE_OK) {
-    response.transportError = errorText[0] != '\0' ? errorText : curl_easy_strerror(result);
-  }
-  return response;
+  CurlTransfer transfer(handle, request, headers, onChunk);
+  return transfer.Finish(curl_easy_perform(handle));
 }
 
 }  // namespace internal

@@ -20,13 +20,16 @@ std::chrono::milliseconds RandomBetween(std::chrono::milliseconds low,
 }  // namespace
 
 bool IsTransient(const HttpResponse& response) {
-  if (response.cancelled) {
-    return false;
+  switch (response.failure) {
+    case TransferFailure::None:
+      return IsUnavailableStatus(response.status);
+    case TransferFailure::AnswerTooLarge:  // would be as large again
+    case TransferFailure::ClientFailed:    // this side's failure, not the server's
+    case TransferFailure::Cancelled:
+      return false;
+    default:
+      return true;
   }
-  if (response.TransportFailed()) {
-    return true;
-  }
-  return IsUnavailableStatus(response.status);
 }
 
 RetrySchedule::RetrySchedule(const RetryPolicy& policy, Clock::time_point start)

@@ -10,8 +10,12 @@
 
 namespace vrex::internal {
 
-/// True for the answers worth another attempt: a transport failure that the
-/// caller did not cause by cancelling, and the gateway statuses 502, 503, 504.
+/// True for the answers worth another attempt: the gateway statuses 502, 503
+/// and 504, and every transfer failure that may go away by itself (no
+/// connection, no answer in time, an answer cut short or malformed, which
+/// restarting servers and proxies produce). Not an answer over the size
+/// limit (it would be as large again), nor a failure on the client's side or
+/// a cancellation.
 bool IsTransient(const HttpResponse& response);
 
 class RetrySchedule {

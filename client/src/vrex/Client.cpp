@@ -52,13 +52,28 @@ HttpResponse RunAttempts(const RetryPolicy& policy, bool retryable, Clock::time_
 }
 
 Outcome::Event Classify(const HttpResponse& response) {
-  if (response.cancelled) {
-    return Outcome::Event::Cancelled;
+  switch (response.failure) {
+    case TransferFailure::None:
+      return response.status == 200 ? Outcome::Event::Succeeded
+                                    : Outcome::Event::HttpStatusFailed;
+    case TransferFailure::Unreachable:
+      return Outcome::Event::Unreachable;
+    case TransferFailure::NoAnswer:
+      return Outcome::Event::NoAnswer;
+    case TransferFailure::ReceiveTimedOut:
+      return Outcome::Event::ReceiveTimedOut;
+    case TransferFailure::BrokenAnswer:
+      return Outcome::Event::BrokenAnswer;
+    case TransferFailure::AnswerTooLarge:
+      return Outcome::Event::AnswerTooLarge;
+    case TransferFailure::ClientFailed:
+      return Outcome::Event::ClientFailed;
+    case TransferFailure::Cancelled:
+      return Outcome::Event::Cancelled;
+    case TransferFailure::Other:
+      break;
   }
-  if (response.TransportFailed()) {
-    return Outcome::Event::TransportFailed;
-  }
-  return response.status == 200 ? Outcome::Event::Succeeded : Outcome::Event::HttpStatusFailed;
+  return Outcome::Event::TransportFailed;
 }
 
 // Parses a 200 answer into `answer` (when there is one to read) and builds
@@ -66,8 +81,7 @@ Outcome::Event Classify(const HttpResponse& response) {
 Outcome Conclude(std::string_view requestType, const HttpResponse& response,
                  google::protobuf::Message* answer, Clock::time_point start, int attempts) {
   Outcome::Event event = Classify(response);
-  // After a cancellation libcurl's text only says that the write failed.
-  std::string errorText = response.cancelled ? std::string() : response.transportError;
+  std::string errorText = response.transportError;
   if (event == Outcome::Event::Succeeded && answer != nullptr &&
       !answer->ParseFromString(response.body)) {
     event = Outcome::Event::AnswerUnreadable;
@@ -90,6 +104,7 @@ Client::Client(ClientOptions options) : Client(options, MakeCurlTransport(option
 Client::Client(ClientOptions options, std::shared_ptr<Transport> transport)
     : baseUrl_(std::move(options.baseUrl)),
       totalTimeout_(options.totalTimeout),
+      maxAnswerBytes_(options.maxAnswerBytes),
       retry_(options.retry),
       transport_(std::move(transport)) {
   if (!transport_) {
@@ -112,6 +127,7 @@ HttpRequest Client::BuildRequest(std::string_view requestType,
     http.contentType = "application/x-protobuf";
   }
   http.timeout = timeout;
+  http.maxAnswerBytes = maxAnswerBytes_;
   return http;
 }
 
@@ -140,8 +156,9 @@ Outcome Client::Send(std::string_view requestType, const google::protobuf::Messa
 Outcome Client::Download(std::string_view requestType, const google::protobuf::Message& request,
                          const ChunkHandler& onChunk, const DownloadOptions& options) const {
   const Clock::time_point start = Clock::now();
-  const HttpRequest http =
+  HttpRequest http =
       BuildRequest(requestType, request, options.timeout.value_or(totalTimeout_));
+  http.maxStreamedBytes = options.maxBytes.value_or(0);
   std::uint64_t received = 0;
   const StreamHandler handler = [&](std::string_view chunk, std::uint64_t expected) {
     received += chunk.size();

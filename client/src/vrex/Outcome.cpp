@@ -1,5 +1,6 @@
 #include "vrex/Outcome.h"
 
+#include <iterator>
 #include <utility>
 
 #include "vrex/HttpStatus.h"
@@ -16,45 +17,62 @@ enums::DetailCode DetailCodeForStatus(int httpStatus) {
   return IsRejectedStatus(httpStatus) ? enums::ApiPipeline_Unauthorized : enums::ApiPipeline_Failed;
 }
 
+// What people and programs read of each event; listed in the enumeration's order.
+struct EventText {
+  std::string_view name;
+  std::string_view summary;  ///< empty: it depends on the HTTP status
+};
+
+constexpr EventText kEventTexts[] = {
+    {"Succeeded", "succeeded"},
+    {"Unreachable", "cannot reach the server"},
+    {"NoAnswer", "no answer from the server"},
+    {"ReceiveTimedOut", "timed out while receiving the answer"},
+    {"BrokenAnswer", "the answer is not readable HTTP"},
+    {"AnswerTooLarge", "the answer is too large"},
+    {"ClientFailed", "failed on the client's side"},
+    {"TransportFailed", "transfer failed"},
+    {"Cancelled", "cancelled by the caller"},
+    {"HttpStatusFailed", ""},
+    {"AnswerUnreadable", "answer could not be read"},
+    {"FileFailed", "download could not be written"},
+};
+
+static_assert(std::size(kEventTexts) == static_cast<std::size_t>(Outcome::Event::FileFailed) + 1,
+              "every event has its texts");
+
+const EventText& TextOf(Outcome::Event event) {
+  return kEventTexts[static_cast<std::size_t>(event)];
+}
+
 contracts::MessageContainer StatusFor(Outcome::Event event, int httpStatus) {
   contracts::MessageContainer status;
-  switch (event) {
-    case Outcome::Event::Succeeded:
-      return status;
-    case Outcome::Event::HttpStatusFailed:
-      status.set_codecategory(enums::CodeCategory_ApiPipeline);
-      status.set_detailcode(DetailCodeForStatus(httpStatus));
-      break;
-    case Outcome::Event::FileFailed:
-      status.set_codecategory(enums::CodeCategory_File);
-      break;
-    case Outcome::Event::TransportFailed:
-    case Outcome::Event::Cancelled:
-    case Outcome::Event::AnswerUnreadable:
-      status.set_codecategory(enums::CodeCategory_Backend);
-      break;
+  if (event == Outcome::Event::Succeeded) {
+    return status;
+  }
+  if (event == Outcome::Event::HttpStatusFailed) {
+    status.set_codecategory(enums::CodeCategory_ApiPipeline);
+    status.set_detailcode(DetailCodeForStatus(httpStatus));
+  } else {
+    status.set_codecategory(event == Outcome::Event::FileFailed ? enums::CodeCategory_File
+                                                                 : enums::CodeCategory_Backend);
   }
   status.set_level(enums::Error);
   return status;
 }
 
 std::string_view Summary(Outcome::Event event, int httpStatus) {
-  switch (event) {
-    case Outcome::Event::Succeeded:
-      return "succeeded";
-    case Outcome::Event::TransportFailed:
-      return "transfer failed";
-    case Outcome::Event::Cancelled:
-      return "cancelled by the caller";
-    case Outcome::Event::HttpStatusFailed:
-      return IsRejectedStatus(httpStatus) ? "server rejected the request"
-                                          : "server failed the request";
-    case Outcome::Event::AnswerUnreadable:
-      return "answer could not be read";
-    case Outcome::Event::FileFailed:
-      return "download could not be written";
+  if (event == Outcome::Event::HttpStatusFailed) {
+    return IsRejectedStatus(httpStatus) ? "server rejected the request"
+                                        : "server failed the request";
   }
-  return "unknown outcome";
+  return TextOf(event).summary;
+}
+
+// The status adds nothing where the server was not reached or said nothing.
+bool ShowsStatus(Outcome::Event event, int httpStatus) {
+  return httpStatus != 0 && event != Outcome::Event::Unreachable &&
+         event != Outcome::Event::NoAnswer && event != Outcome::Event::TransportFailed;
 }
 
 // "(ApiPipeline_Failed)", or the category as well where no detail code says more.
@@ -83,8 +101,11 @@ std::string Outcome::Message() const {
   if (!errorText_.empty()) {
     line += ": " + errorText_;
   }
-  if (httpStatus_ != 0 && event_ != Event::TransportFailed) {
+  if (ShowsStatus(event_, httpStatus_)) {
     line += (errorText_.empty() ? ": HTTP " : ", HTTP ") + std::to_string(httpStatus_);
+  }
+  if (event_ == Event::AnswerTooLarge) {
+    line += "; raise ClientOptions::maxAnswerBytes (DownloadOptions::maxBytes for a file)";
   }
   line += " " + CodeNames(status_);
   if (attempts_ > 1) {
@@ -93,22 +114,6 @@ std::string Outcome::Message() const {
   return line + " in " + data::FormatElapsed(elapsed_);
 }
 
-std::string_view ToString(Outcome::Event event) {
-  switch (event) {
-    case Outcome::Event::Succeeded:
-      return "Succeeded";
-    case Outcome::Event::TransportFailed:
-      return "TransportFailed";
-    case Outcome::Event::Cancelled:
-      return "Cancelled";
-    case Outcome::Event::HttpStatusFailed:
-      return "HttpStatusFailed";
-    case Outcome::Event::AnswerUnreadable:
-      return "AnswerUnreadable";
-    case Outcome::Event::FileFailed:
-      return "FileFailed";
-  }
-  return "unknown";
-}
+std::string_view ToString(Outcome::Event event) { return TextOf(event).name; }
 
 }  // namespace vrex

@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include "WireTrace.h"
+#include "vrex/data/Text.h"
 
 namespace vrex::cli {
 
@@ -82,6 +83,18 @@ void AddServerArguments(CLI::App& command, ServerArguments& arguments) {
       ->capture_default_str()
       ->group(group);
   command
+      .add_option("--max-answer-size", arguments.maxAnswerBytes,
+                  "Most bytes of an answer to hold in memory: 512M, 2G or plain bytes; 0 for no "
+                  "limit (default 1G)")
+      ->transform(
+          [](std::string text) {
+            const auto size = data::ParseByteSize(text);
+            if (!size) throw CLI::ValidationError(size.GetStatus().Message());
+            return std::to_string(size.Value());
+          },
+          "SIZE")
+      ->group(group);
+  command
       .add_flag("-v,--verbose", arguments.verbose,
                 "Show the request line and headers, the status and the time taken on stderr")
       ->group(group);
@@ -107,6 +120,7 @@ ClientOptions MakeClientOptions(const ServerArguments& arguments, Console& conso
   options.tls.verifyPeer = !arguments.insecure;
   options.proxy = arguments.proxy;
   options.retry.maxAttempts = arguments.retries + 1;
+  options.maxAnswerBytes = arguments.maxAnswerBytes;
   options.userAgent = "vrex";
   if (arguments.insecure) {
     console.err << "vrex: warning: --insecure: the server's certificate is not checked; use it "

@@ -4,6 +4,7 @@
 // call is reported.
 
 #include <CLI/CLI.hpp>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -32,6 +33,9 @@ struct ServerArguments {
   bool insecure = false;
   std::optional<std::string> proxy;
   int retries = 2;
+  /// Most bytes of an answer held in memory; the library's default (1 GiB)
+  /// unless given. Downloads to a file are not limited by it.
+  std::uint64_t maxAnswerBytes = ClientOptions().maxAnswerBytes;
   bool verbose = false;
   /// Filled during the call by the client MakeClientOptions configured.
   std::shared_ptr<TransportNotes> notes = std::make_shared<TransportNotes>();

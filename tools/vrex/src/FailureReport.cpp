@@ -13,12 +13,15 @@ const std::vector<ExitCodeMeaning>& ExitCodeTable() {
       {ExitCode::Ok, "success"},
       {ExitCode::Failure, "other failure"},
       {ExitCode::Usage, "usage: bad arguments, unknown type or request JSON that does not fit"},
-      {ExitCode::Transport, "transport: the server could not be reached"},
+      {ExitCode::Transport, "transport: the server could not be reached (no connection)"},
       {ExitCode::Rejected, "the server rejected the request (HTTP 4xx)"},
       {ExitCode::ServerFailed, "the server failed the request (other HTTP status)"},
       {ExitCode::BadAnswer, "bad answer: HTTP 200 with a body that is not the expected message"},
       {ExitCode::VersionNotAccepted, "version not accepted (vrex version)"},
       {ExitCode::FileFailed, "the downloaded file could not be written"},
+      {ExitCode::TimedOut, "connected, but the answer did not come or finish within --timeout"},
+      {ExitCode::BrokenAnswer, "the server answered, but not in readable HTTP (cut short, malformed)"},
+      {ExitCode::TooLarge, "the answer was larger than --max-answer-size"},
   };
   return table;
 }
@@ -27,8 +30,18 @@ ExitCode ExitCodeFor(const Outcome& outcome) {
   switch (outcome.GetEvent()) {
     case Outcome::Event::Succeeded:
       return ExitCode::Ok;
+    case Outcome::Event::Unreachable:
     case Outcome::Event::TransportFailed:
       return ExitCode::Transport;
+    case Outcome::Event::NoAnswer:
+    case Outcome::Event::ReceiveTimedOut:
+      return ExitCode::TimedOut;
+    case Outcome::Event::BrokenAnswer:
+      return ExitCode::BrokenAnswer;
+    case Outcome::Event::AnswerTooLarge:
+      return ExitCode::TooLarge;
+    case Outcome::Event::ClientFailed:
+      return ExitCode::Failure;
     case Outcome::Event::HttpStatusFailed:
       return IsRejectedStatus(outcome.HttpStatus()) ? ExitCode::Rejected : ExitCode::ServerFailed;
     case Outcome::Event::AnswerUnreadable:
@@ -119,11 +132,27 @@ std::string DescribeFailure(const Outcome& outcome, std::string_view baseUrl,
   switch (outcome.GetEvent()) {
     case Outcome::Event::Succeeded:
       return outcome.RequestType() + " succeeded";
+    case Outcome::Event::Unreachable:
     case Outcome::Event::TransportFailed: {
       const std::string reason(systemReason.empty() ? ReasonOf(outcome.ErrorText()) : systemReason);
       return "cannot reach " + url + ": " + reason + " (" +
              std::string(TransportHint(reason + " " + outcome.ErrorText())) + ")";
     }
+    case Outcome::Event::NoAnswer:
+      return url + " took the request but gave no answer: " + outcome.ErrorText() +
+             " \u2014 the server may be overloaded or stuck; see its log, or raise --timeout";
+    case Outcome::Event::ReceiveTimedOut:
+      return "the answer from " + url + " did not finish in time: " + outcome.ErrorText() +
+             " \u2014 raise --timeout for large answers, or narrow the request";
+    case Outcome::Event::BrokenAnswer:
+      return "the answer from " + url + " is not readable HTTP: " + outcome.ErrorText() +
+             " \u2014 the connection broke, or " + url +
+             " is not the results server (a proxy or another service?)";
+    case Outcome::Event::AnswerTooLarge:
+      return outcome.ErrorText() +
+             " \u2014 raise --max-answer-size (e.g. --max-answer-size 4G), or narrow the request";
+    case Outcome::Event::ClientFailed:
+      return outcome.RequestType() + " failed in vrex itself: " + outcome.ErrorText();
     case Outcome::Event::HttpStatusFailed:
       if (IsRejectedStatus(status)) {
         return "server rejected the request: " + httpText + " \u2014 " +

@@ -15,12 +15,15 @@ enum class ExitCode : int {
   Ok = 0,
   Failure = 1,             ///< anything not listed below
   Usage = 2,               ///< bad arguments, unknown type, request JSON that does not fit
-  Transport = 3,           ///< the server could not be reached (no HTTP exchange)
+  Transport = 3,           ///< the server could not be reached (no connection)
   Rejected = 4,            ///< the server answered 4xx
   ServerFailed = 5,        ///< the server answered another status than 200 or 4xx
   BadAnswer = 6,           ///< 200, but the answer is not the expected message
   VersionNotAccepted = 7,  ///< `vrex version`: the server speaks another interface
   FileFailed = 8,          ///< a download could not be written
+  TimedOut = 9,            ///< connected, but the answer did not come or finish in time
+  BrokenAnswer = 10,       ///< the server answered, but not in readable HTTP
+  TooLarge = 11,           ///< the answer was larger than --max-answer-size
 };
 
 struct ExitCodeMeaning {

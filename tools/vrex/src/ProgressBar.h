@@ -9,8 +9,6 @@
 
 namespace vrex::cli {
 
-/// "512 B", "1.2 KiB", "3.4 MiB", "1.0 GiB".
-std::string FormatBytes(std::uint64_t bytes);
 
 /// The text of the bar for `received` of `expected` bytes (0: unknown),
 /// without the carriage return.

@@ -13,6 +13,7 @@
 #include "ProgressBar.h"
 #include "vrex/MessageJson.h"
 #include "vrex/RequestCatalog.h"
+#include "vrex/data/Text.h"
 
 namespace vrex::cli {
 
@@ -202,7 +203,7 @@ ExitCode RunDownload(const DownloadArguments& arguments, Console& console) {
   bar.Finish();
   const ExitCode code = ReportOutcome(outcome, arguments.server, console);
   if (code == ExitCode::Ok && console.errIsTerminal) {
-    console.err << "saved " << FormatBytes(received) << " to " << arguments.target << '\n';
+    console.err << "saved " << data::FormatBytes(received) << " to " << arguments.target << '\n';
   }
   return code;
 }

@@ -39,9 +39,11 @@ inline HttpResponse StatusOnly(int status) {
   return response;
 }
 
-/// A failed transfer, as when the server cannot be reached.
-inline HttpResponse TransportFailure(std::string reason) {
+/// A failed transfer, by default as when the server cannot be reached.
+inline HttpResponse TransportFailure(std::string reason,
+                                     TransferFailure failure = TransferFailure::Unreachable) {
   HttpResponse response;
+  response.failure = failure;
   response.transportError = std::move(reason);
   return response;
 }
