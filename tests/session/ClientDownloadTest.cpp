@@ -7,6 +7,8 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <new>
+#include <optional>
 #include <string>
 
 #include "CsvExportFileQuery.pb.h"
@@ -56,20 +58,30 @@ class ClientDownload : public ::testing::Test {
 TEST_F(ClientDownload, AFileAppearsOnlyWhenItsDownloadSucceeds) {
   const fs::path target = directory_ / "export.csv";
   std::ofstream(target) << "previous export";
+  enum class Progress { Continue, Cancel, RunOutOfMemory };
   struct Case {
     std::string baseUrl;
-    bool cancel;
+    Progress progress;
+    std::optional<std::uint64_t> maxBytes;
     Outcome::Event event;
   };
   const Case failures[] = {
-      {server_.BaseUrl() + "/missing", false, Outcome::Event::HttpStatusFailed},
-      {vrex::testing::UnreachableUrl(), false, Outcome::Event::Unreachable},
-      {server_.BaseUrl(), true, Outcome::Event::Cancelled},
+      {server_.BaseUrl() + "/missing", Progress::Continue, {}, Outcome::Event::HttpStatusFailed},
+      {vrex::testing::UnreachableUrl(), Progress::Continue, {}, Outcome::Event::Unreachable},
+      {server_.BaseUrl(), Progress::Cancel, {}, Outcome::Event::Cancelled},
+      // Thrown inside libcurl's write callback: caught there, reported here.
+      {server_.BaseUrl(), Progress::RunOutOfMemory, {}, Outcome::Event::ClientFailed},
+      {server_.BaseUrl(), Progress::Continue, FileContent().size() - 1,
+       Outcome::Event::AnswerTooLarge},
   };
   for (const Case& row : failures) {
-    SCOPED_TRACE(row.baseUrl);
+    SCOPED_TRACE(row.baseUrl + " " + std::string(vrex::ToString(row.event)));
     vrex::DownloadOptions options;
-    options.onProgress = [&](const vrex::TransferProgress&) { return !row.cancel; };
+    options.maxBytes = row.maxBytes;
+    options.onProgress = [&](const vrex::TransferProgress&) {
+      if (row.progress == Progress::RunOutOfMemory) throw std::bad_alloc();
+      return row.progress == Progress::Continue;
+    };
     const Outcome outcome = vrex::Client(vrex::testing::QuickOptions(row.baseUrl))
                                 .DownloadToFile(contracts::CsvExportFileQuery(), target, options);
     EXPECT_EQ(outcome.GetEvent(), row.event) << outcome.Message();

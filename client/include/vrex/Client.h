@@ -16,12 +16,16 @@
 #include <google/protobuf/message.h>
 
 #include <filesystem>
+#include <functional>
+#include <future>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
+#include "vrex/AsyncCall.h"
 #include "vrex/ClientOptions.h"
 #include "vrex/Download.h"
 #include "vrex/Export.h"
@@ -31,6 +35,10 @@
 #include "vrex/Transport.h"
 
 namespace vrex {
+
+namespace internal {
+class CallRegistry;
+}
 
 class VREX_EXPORT Client {
  public:
@@ -97,9 +105,133 @@ class VREX_EXPORT Client {
                          const std::filesystem::path& target,
                          const DownloadOptions& options = {}) const;
 
+  // Asynchronous calls. Each returns at once; one event thread of the client
+  // (started with the first such call) runs them, many at once: up to
+  // ClientOptions::maxConnectionsPerHost connections, further calls queued.
+  // Time-outs, retries of queries with back-off, TLS, proxy, wire trace and
+  // the answer size limit hold as for the synchronous forms. Results may be
+  // waited for, and calls started, from any thread. Destroying the last copy
+  // of the client ends the calls still under way as Cancelled.
+  //
+  // The forms with a callback call `onDone` on the event thread: keep it
+  // short, and never wait there for another call of the same client.
+
+  /// Sends a query; the result arrives in the AsyncCall.
+  template <class Query, std::enable_if_t<kIsQuery<Query>, int> = 0>
+  AsyncCall<Result<AnswerOf<Query>, Outcome>> SendAsync(const Query& query) const {
+    return Promised<Result<AnswerOf<Query>, Outcome>>(
+        [&](auto onDone) { return SendAsync(query, std::move(onDone)); });
+  }
+
+  /// Sends a query; `onDone` receives the result.
+  template <class Query, std::enable_if_t<kIsQuery<Query>, int> = 0>
+  CallCanceller SendAsync(const Query& query,
+                          std::function<void(Result<AnswerOf<Query>, Outcome>)> onDone) const {
+    using Answer = AnswerOf<Query>;
+    auto answer = std::make_shared<Answer>();
+    return StartExchange(RequestTraits<Query>::kName, RequestKind::Query, query, answer.get(),
+                         [answer, onDone = std::move(onDone)](Outcome outcome) {
+                           onDone(Result<Answer, Outcome>(
+                               std::make_unique<Answer>(std::move(*answer)), std::move(outcome)));
+                         });
+  }
+
+  /// Sends a query whose answer is parsed into a message on `arena`, which
+  /// must outlive the result.
+  template <class Query, std::enable_if_t<kIsQuery<Query>, int> = 0>
+  AsyncCall<Result<AnswerOf<Query>, Outcome>> SendAsync(const Query& query,
+                                                        google::protobuf::Arena& arena) const {
+    using Answer = AnswerOf<Query>;
+    auto* answer = google::protobuf::Arena::CreateMessage<Answer>(&arena);
+    return Promised<Result<Answer, Outcome>>([&](auto onDone) {
+      return StartExchange(RequestTraits<Query>::kName, RequestKind::Query, query, answer,
+                           [answer, onDone = std::move(onDone)](Outcome outcome) {
+                             onDone(Result<Answer, Outcome>(answer, std::move(outcome)));
+                           });
+    });
+  }
+
+  /// Sends a command; never retried.
+  template <class Command, std::enable_if_t<kIsCommand<Command>, int> = 0>
+  AsyncCall<Outcome> SendAsync(const Command& command) const {
+    return Promised<Outcome>([&](auto onDone) {
+      return StartExchange(RequestTraits<Command>::kName, RequestKind::Command, command, nullptr,
+                           std::move(onDone));
+    });
+  }
+
+  /// Sends every query at once and returns their results in the order given.
+  template <class Query, std::enable_if_t<kIsQuery<Query>, int> = 0>
+  std::vector<Result<AnswerOf<Query>, Outcome>> SendAll(const std::vector<Query>& queries) const {
+    std::vector<AsyncCall<Result<AnswerOf<Query>, Outcome>>> calls;
+    calls.reserve(queries.size());
+    for (const Query& query : queries) {
+      calls.push_back(SendAsync(query));
+    }
+    std::vector<Result<AnswerOf<Query>, Outcome>> results;
+    results.reserve(calls.size());
+    for (auto& call : calls) {
+      results.push_back(call.Get());
+    }
+    return results;
+  }
+
+  /// Streams a file answer to `onChunk` (called on the event thread).
+  template <class FileRequest, std::enable_if_t<kIsFileRequest<FileRequest>, int> = 0>
+  AsyncCall<Outcome> DownloadAsync(const FileRequest& request, ChunkHandler onChunk,
+                                   DownloadOptions options = {}) const {
+    return Promised<Outcome>([&](auto onDone) {
+      return StartDownload(RequestTraits<FileRequest>::kName, request, std::move(onChunk),
+                           std::move(options), std::move(onDone));
+    });
+  }
+
+  /// Writes a file answer to `target` as DownloadToFile does.
+  template <class FileRequest, std::enable_if_t<kIsFileRequest<FileRequest>, int> = 0>
+  AsyncCall<Outcome> DownloadToFileAsync(const FileRequest& request,
+                                         const std::filesystem::path& target,
+                                         DownloadOptions options = {}) const {
+    return Promised<Outcome>([&](auto onDone) {
+      return StartDownloadToFile(RequestTraits<FileRequest>::kName, request, target,
+                                 std::move(options), std::move(onDone));
+    });
+  }
+
+  /// Ends every call under way on this client and its copies as Cancelled.
+  void CancelAll() const;
+
   const std::string& BaseUrl() const { return baseUrl_; }
 
  private:
+  // Runs `start` with a callback that fulfils the returned call's promise.
+  template <class R, class Start>
+  static AsyncCall<R> Promised(Start start) {
+    auto promise = std::make_shared<std::promise<R>>();
+    std::future<R> future = promise->get_future();
+    CallCanceller canceller =
+        start(std::function<void(R)>([promise](R result) { promise->set_value(std::move(result)); }));
+    return AsyncCall<R>(std::move(future), std::move(canceller));
+  }
+
+  using Clock = std::chrono::steady_clock;
+  // Starts the attempts of an asynchronous call; `onEnd` gets the last
+  // response, the attempts made and the time the call started.
+  CallCanceller Start(std::string_view requestType, RequestKind kind,
+                      const google::protobuf::Message& request, std::chrono::milliseconds timeout,
+                      std::uint64_t maxStreamedBytes, StreamHandler onChunk,
+                      std::function<void(const HttpResponse&, int, Clock::time_point)> onEnd) const;
+  CallCanceller StartExchange(std::string_view requestType, RequestKind kind,
+                              const google::protobuf::Message& request,
+                              google::protobuf::Message* answer,
+                              std::function<void(Outcome)> onOutcome) const;
+  CallCanceller StartDownload(std::string_view requestType,
+                              const google::protobuf::Message& request, ChunkHandler onChunk,
+                              DownloadOptions options, std::function<void(Outcome)> onOutcome) const;
+  CallCanceller StartDownloadToFile(std::string_view requestType,
+                                    const google::protobuf::Message& request,
+                                    const std::filesystem::path& target, DownloadOptions options,
+                                    std::function<void(Outcome)> onOutcome) const;
+
   Outcome Exchange(std::string_view requestType, RequestKind kind,
                    const google::protobuf::Message& request,
                    google::protobuf::Message* answer) const;
@@ -111,6 +243,7 @@ class VREX_EXPORT Client {
   std::uint64_t maxAnswerBytes_;
   RetryPolicy retry_;
   std::shared_ptr<Transport> transport_;
+  std::shared_ptr<internal::CallRegistry> calls_;  // of the asynchronous calls; shared by copies
 };
 
 }  // namespace vrex

@@ -2,6 +2,7 @@
 // Everything vrex::Client is built from.
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -68,6 +69,12 @@ struct ClientOptions {
   /// libcurl can decode.
   std::optional<std::string> acceptEncoding;
   RetryPolicy retry;
+  /// Asynchronous calls (SendAsync, DownloadAsync, SendAll): connections to
+  /// the server at once, and calls under way at once. A client talks to one
+  /// host, so at most the smaller of the two run at a time; further calls
+  /// wait in a queue, where their time-out does not yet run.
+  std::size_t maxConnectionsPerHost = 8;
+  std::size_t maxRequestsInFlight = 64;
   /// Unset: nothing is traced. The value of "GatewayApiAuthentication" is
   /// shown as "***", never as the token.
   WireTraceHandler onWireTrace;

@@ -4,9 +4,11 @@
 // moves bytes. The libcurl transport is the default (vrex/CurlTransport.h);
 // tests put an in-process fake or vrex/mocks/MockTransport.h in its place.
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -64,6 +66,21 @@ struct HttpResponse {
 /// the transfer.
 using StreamHandler = std::function<bool(std::string_view chunk, std::uint64_t expectedSize)>;
 
+/// One exchange started by PostAsync.
+struct AsyncExchange {
+  HttpRequest request;
+  /// Wait before the exchange starts (a retry's back-off).
+  std::chrono::milliseconds delay{0};
+  /// Receives the body of a 200 answer, as for PostStreaming; empty: the
+  /// body is kept in the response.
+  StreamHandler onChunk;
+  /// When it turns true the exchange ends as TransferFailure::Cancelled, at
+  /// once if the transport is woken (WakeUp), else soon.
+  std::shared_ptr<const std::atomic<bool>> cancelled;
+  /// Receives the response, exactly once.
+  std::function<void(HttpResponse)> onDone;
+};
+
 /// Must be safe to call from several threads at once.
 class VREX_EXPORT Transport {
  public:
@@ -75,6 +92,16 @@ class VREX_EXPORT Transport {
   /// Sends `request`; the body of a 200 answer goes to `onChunk` and is not
   /// kept in the response, the body of any other status is kept as by Post.
   virtual HttpResponse PostStreaming(const HttpRequest& request, const StreamHandler& onChunk) = 0;
+
+  /// Starts `exchange` and returns at once; its `onDone` (and `onChunk`) run
+  /// on the transport's own thread. A transport destroyed with exchanges
+  /// under way ends each as Cancelled. This default runs the exchange on the
+  /// calling thread before it returns (a fake or mock transport needs no
+  /// threads).
+  virtual void PostAsync(AsyncExchange exchange);
+
+  /// Looks at the `cancelled` flags of the exchanges under way now.
+  virtual void WakeUp() {}
 };
 
 }  // namespace vrex

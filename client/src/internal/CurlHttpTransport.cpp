@@ -18,9 +18,6 @@ namespace internal {
 
 namespace {
 
-constexpr std::string_view kProtobufType = "application/x-protobuf";
-constexpr std::string_view kJsonType = "application/json";
-
 // The request headers as sent, with the gateway token replaced, so that a
 // trace can be shown and kept without leaking it.
 std::string MaskToken(std::string_view headers) {
@@ -73,8 +70,6 @@ CurlHttpTransport::CurlHttpTransport(const ClientOptions& options)
     : options_(options),
       authenticationHeader_("GatewayApiAuthentication: " +
                             options.token.value_or(internal::gatewayAuthenticationToken)),
-      protobufHeaders_(BuildHeaders(kProtobufType)),
-      jsonHeaders_(BuildHeaders(kJsonType)),
       pool_([this](CURL* handle) { Configure(handle); }) {
   options_.token.reset();
   EnsureCurlGlobalInit();
@@ -137,17 +132,37 @@ HttpResponse CurlHttpTransport::Perform(const HttpRequest& request, const Stream
     response.transportError = "libcurl could not create a transfer handle";
     return response;
   }
-  HeaderList customHeaders;
-  curl_slist* headers = protobufHeaders_.get();
-  if (request.contentType == kJsonType) {
-    headers = jsonHeaders_.get();
-  } else if (request.contentType != kProtobufType) {
-    customHeaders = BuildHeaders(request.contentType);
-    headers = customHeaders.get();
-  }
-
-  CurlTransfer transfer(handle, request, headers, onChunk);
+  CurlTransfer transfer(handle, request, HeadersFor(request.contentType), onChunk);
   return transfer.Finish(curl_easy_perform(handle));
+}
+
+curl_slist* CurlHttpTransport::HeadersFor(const std::string& contentType) {
+  const std::lock_guard<std::mutex> lock(headersMutex_);
+  auto found = headers_.find(contentType);
+  if (found == headers_.end()) {
+    found = headers_.emplace(contentType, BuildHeaders(contentType)).first;
+  }
+  return found->second.get();
+}
+
+CurlMultiEngine& CurlHttpTransport::Engine() {
+  std::call_once(engineStarted_, [this] {
+    CurlMultiEngine::Setup setup;
+    setup.configure = [this](CURL* handle) { Configure(handle); };
+    setup.headersFor = [this](const std::string& contentType) { return HeadersFor(contentType); };
+    setup.maxActive = std::min(options_.maxConnectionsPerHost, options_.maxRequestsInFlight);
+    engine_ = std::make_unique<CurlMultiEngine>(std::move(setup));
+    engineRunning_.store(true, std::memory_order_release);
+  });
+  return *engine_;
+}
+
+void CurlHttpTransport::PostAsync(AsyncExchange exchange) { Engine().Submit(std::move(exchange)); }
+
+void CurlHttpTransport::WakeUp() {
+  if (engineRunning_.load(std::memory_order_acquire)) {
+    engine_->WakeUp();
+  }
 }
 
 }  // namespace internal

@@ -57,4 +57,13 @@ std::optional<std::chrono::milliseconds> RetrySchedule::NextDelay(int attemptsMa
   return delay;
 }
 
+std::optional<std::chrono::milliseconds> RetrySchedule::NextDelay(const HttpResponse& response,
+                                                                  int attemptsMade, bool retryable,
+                                                                  bool canRepeat) const {
+  if (!retryable || !canRepeat || !IsTransient(response)) {
+    return std::nullopt;
+  }
+  return NextDelay(attemptsMade);
+}
+
 }  // namespace vrex::internal

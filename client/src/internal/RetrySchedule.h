@@ -28,6 +28,14 @@ class RetrySchedule {
   /// nothing when the policy's attempts or time are used up.
   std::optional<std::chrono::milliseconds> NextDelay(int attemptsMade) const;
 
+  /// The wait before another attempt of a call whose last attempt gave
+  /// `response`, or nothing when that response ends the call: it is not
+  /// transient, the call may not be repeated (`retryable`, `canRepeat`) or the
+  /// policy is used up.
+  std::optional<std::chrono::milliseconds> NextDelay(const HttpResponse& response,
+                                                     int attemptsMade, bool retryable,
+                                                     bool canRepeat = true) const;
+
  private:
   std::chrono::milliseconds BackoffCeiling(int attemptsMade) const;
 

@@ -3,6 +3,7 @@
 #include <stdexcept>
 #include <thread>
 
+#include "internal/AsyncAttempts.h"
 #include "internal/AtomicFile.h"
 #include "internal/RetrySchedule.h"
 #include "vrex/CurlTransport.h"
@@ -40,10 +41,7 @@ HttpResponse RunAttempts(const RetryPolicy& policy, bool retryable, Clock::time_
   for (;;) {
     HttpResponse response = attempt();
     ++attempts;
-    if (!retryable || !internal::IsTransient(response) || !canRepeat()) {
-      return response;
-    }
-    const std::optional<std::chrono::milliseconds> delay = schedule.NextDelay(attempts);
+    const auto delay = schedule.NextDelay(response, attempts, retryable, canRepeat());
     if (!delay) {
       return response;
     }
@@ -97,6 +95,30 @@ Outcome AsFileFailure(const Outcome& outcome, const std::string& reason) {
                  outcome.Elapsed(), outcome.Attempts());
 }
 
+// A download's outcome once its file is complete or abandoned.
+Outcome FinishFile(internal::AtomicFile& file, const Outcome& outcome) {
+  if (!file.Error().empty()) {
+    return AsFileFailure(outcome, file.Error());
+  }
+  if (outcome.Ok() && !file.Commit()) {
+    return AsFileFailure(outcome, file.Error());
+  }
+  return outcome;
+}
+
+Outcome CannotCreate(std::string_view requestType, const internal::AtomicFile& file) {
+  return Outcome(std::string(requestType), Outcome::Event::FileFailed, 0, file.Error(), {}, 0);
+}
+
+// Hands a download's chunks to `onChunk` and its progress to the options.
+StreamHandler ProgressingHandler(ChunkHandler onChunk, DownloadOptions options) {
+  return [onChunk = std::move(onChunk), options = std::move(options), received = std::uint64_t{0}](
+             std::string_view chunk, std::uint64_t expected) mutable {
+    received += chunk.size();
+    return onChunk(chunk) && (!options.onProgress || options.onProgress({received, expected}));
+  };
+}
+
 }  // namespace
 
 Client::Client(ClientOptions options) : Client(options, MakeCurlTransport(options)) {}
@@ -106,7 +128,8 @@ Client::Client(ClientOptions options, std::shared_ptr<Transport> transport)
       totalTimeout_(options.totalTimeout),
       maxAnswerBytes_(options.maxAnswerBytes),
       retry_(options.retry),
-      transport_(std::move(transport)) {
+      transport_(std::move(transport)),
+      calls_(std::make_shared<internal::CallRegistry>()) {
   if (!transport_) {
     throw std::invalid_argument("vrex::Client needs a transport");
   }
@@ -159,16 +182,17 @@ Outcome Client::Download(std::string_view requestType, const google::protobuf::M
   HttpRequest http =
       BuildRequest(requestType, request, options.timeout.value_or(totalTimeout_));
   http.maxStreamedBytes = options.maxBytes.value_or(0);
-  std::uint64_t received = 0;
-  const StreamHandler handler = [&](std::string_view chunk, std::uint64_t expected) {
-    received += chunk.size();
-    return onChunk(chunk) && (!options.onProgress || options.onProgress({received, expected}));
+  std::uint64_t delivered = 0;
+  const StreamHandler handler = [&, progress = ProgressingHandler(onChunk, options)](
+                                    std::string_view chunk, std::uint64_t expected) mutable {
+    delivered += chunk.size();
+    return progress(chunk, expected);
   };
   int attempts = 0;
   // Once bytes reached the caller, another attempt would deliver them twice.
   const HttpResponse response = RunAttempts(
       retry_, MayRetry(requestType, KindOf(requestType)), start, attempts,
-      [&] { return transport_->PostStreaming(http, handler); }, [&] { return received == 0; });
+      [&] { return transport_->PostStreaming(http, handler); }, [&] { return delivered == 0; });
   return Conclude(requestType, response, nullptr, start, attempts);
 }
 
@@ -178,17 +202,88 @@ Outcome Client::DownloadToFile(std::string_view requestType,
                                const DownloadOptions& options) const {
   internal::AtomicFile file(target);
   if (!file.IsOpen()) {
-    return Outcome(std::string(requestType), Outcome::Event::FileFailed, 0, file.Error(), {}, 0);
+    return CannotCreate(requestType, file);
   }
   const Outcome outcome = Download(
       requestType, request, [&file](std::string_view chunk) { return file.Write(chunk); }, options);
-  if (!file.Error().empty()) {
-    return AsFileFailure(outcome, file.Error());
+  return FinishFile(file, outcome);
+}
+
+CallCanceller Client::Start(std::string_view requestType, RequestKind kind,
+                            const google::protobuf::Message& request,
+                            std::chrono::milliseconds timeout, std::uint64_t maxStreamedBytes,
+                            StreamHandler onChunk,
+                            std::function<void(const HttpResponse&, int, Clock::time_point)> onEnd)
+    const {
+  HttpRequest http = BuildRequest(requestType, request, timeout);
+  http.maxStreamedBytes = maxStreamedBytes;
+  const Clock::time_point start = Clock::now();
+  auto attempts = std::make_shared<internal::AsyncAttempts>(
+      std::move(http), std::move(onChunk), internal::RetrySchedule(retry_, start),
+      MayRetry(requestType, kind), transport_,
+      [onEnd = std::move(onEnd), start](const HttpResponse& response, int made) {
+        onEnd(response, made, start);
+      });
+  calls_->Add(attempts->Cancelled());
+  CallCanceller canceller(attempts->Cancelled(), transport_);
+  attempts->Begin();
+  return canceller;
+}
+
+CallCanceller Client::StartExchange(std::string_view requestType, RequestKind kind,
+                                    const google::protobuf::Message& request,
+                                    google::protobuf::Message* answer,
+                                    std::function<void(Outcome)> onOutcome) const {
+  return Start(requestType, kind, request, totalTimeout_, 0, nullptr,
+               [type = std::string(requestType), answer, onOutcome = std::move(onOutcome)](
+                   const HttpResponse& response, int attempts, Clock::time_point start) {
+                 onOutcome(Conclude(type, response, answer, start, attempts));
+               });
+}
+
+CallCanceller Client::StartDownload(std::string_view requestType,
+                                    const google::protobuf::Message& request, ChunkHandler onChunk,
+                                    DownloadOptions options,
+                                    std::function<void(Outcome)> onOutcome) const {
+  const auto timeout = options.timeout.value_or(totalTimeout_);
+  const auto maxBytes = options.maxBytes.value_or(0);
+  return Start(requestType, KindOf(requestType), request, timeout, maxBytes,
+               ProgressingHandler(std::move(onChunk), std::move(options)),
+               [type = std::string(requestType), onOutcome = std::move(onOutcome)](
+                   const HttpResponse& response, int attempts, Clock::time_point start) {
+                 onOutcome(Conclude(type, response, nullptr, start, attempts));
+               });
+}
+
+CallCanceller Client::StartDownloadToFile(std::string_view requestType,
+                                          const google::protobuf::Message& request,
+                                          const std::filesystem::path& target,
+                                          DownloadOptions options,
+                                          std::function<void(Outcome)> onOutcome) const {
+  auto file = std::make_shared<internal::AtomicFile>(target);
+  if (!file->IsOpen()) {
+    onOutcome(CannotCreate(requestType, *file));
+    return {};
   }
-  if (outcome.Ok() && !file.Commit()) {
-    return AsFileFailure(outcome, file.Error());
+  return StartDownload(
+      requestType, request, [file](std::string_view chunk) { return file->Write(chunk); },
+      std::move(options), [file, onOutcome = std::move(onOutcome)](Outcome outcome) {
+        onOutcome(FinishFile(*file, outcome));
+      });
+}
+
+void Client::CancelAll() const {
+  calls_->CancelAll();
+  transport_->WakeUp();
+}
+
+void CallCanceller::Cancel() const {
+  if (const auto cancelled = cancelled_.lock()) {
+    *cancelled = true;
+    if (const auto transport = transport_.lock()) {
+      transport->WakeUp();
+    }
   }
-  return outcome;
 }
 
 }  // namespace vrex

@@ -1,0 +1,62 @@
+#pragma once
+// The attempts of one asynchronous call: each attempt is an exchange on the
+// transport's event loop; after a transient failure the next one is posted
+// with its back-off as the loop's timer, so no thread waits. The last
+// response ends the call.
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "internal/RetrySchedule.h"
+#include "vrex/ClientOptions.h"
+#include "vrex/Transport.h"
+
+namespace vrex::internal {
+
+class AsyncAttempts : public std::enable_shared_from_this<AsyncAttempts> {
+ public:
+  /// Receives the last response and the number of attempts made.
+  using Finish = std::function<void(const HttpResponse& response, int attempts)>;
+
+  /// `onChunk` (may be empty) receives a 200 body; once it received bytes
+  /// the call is not repeated, so nothing reaches it twice.
+  AsyncAttempts(HttpRequest request, StreamHandler onChunk, RetrySchedule schedule,
+                bool retryable, std::shared_ptr<Transport> transport, Finish finish);
+
+  /// Posts the first attempt.
+  void Begin();
+  const std::shared_ptr<std::atomic<bool>>& Cancelled() const { return cancelled_; }
+
+ private:
+  void Post(std::chrono::milliseconds delay);
+  void OnResponse(const HttpResponse& response);
+
+  HttpRequest request_;
+  StreamHandler onChunk_;
+  std::uint64_t delivered_ = 0;  // bytes handed to onChunk_
+  RetrySchedule schedule_;
+  bool retryable_;
+  std::weak_ptr<Transport> transport_;  // the call does not keep the client alive
+  Finish finish_;
+  int attempts_ = 0;
+  std::shared_ptr<std::atomic<bool>> cancelled_;
+};
+
+/// The cancellation flags of the asynchronous calls of a client and its
+/// copies, for CancelAll.
+class CallRegistry {
+ public:
+  void Add(const std::shared_ptr<std::atomic<bool>>& cancelled);
+  void CancelAll();
+
+ private:
+  std::mutex mutex_;
+  std::vector<std::weak_ptr<std::atomic<bool>>> flags_;
+};
+
+}  // namespace vrex::internal

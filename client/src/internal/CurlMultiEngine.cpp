@@ -1,0 +1,294 @@
+#include "internal/CurlMultiEngine.h"
+
+#include <algorithm>
+#include <chrono>
+#include <deque>
+#include <map>
+#include <mutex>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "internal/CurlTransfer.h"
+
+namespace vrex::internal {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// Longest sleep of the loop with nothing to do; it wakes earlier for work.
+constexpr std::chrono::milliseconds kIdleWait{1000};
+
+HttpResponse Failed(TransferFailure failure, std::string why) {
+  HttpResponse response;
+  response.failure = failure;
+  response.transportError = std::move(why);
+  return response;
+}
+
+bool IsCancelled(const AsyncExchange& exchange) {
+  return exchange.cancelled && exchange.cancelled->load();
+}
+
+// A handler's failure must not end the loop, which serves every call.
+void Complete(AsyncExchange& exchange, HttpResponse response) {
+  try {
+    exchange.onDone(std::move(response));
+  } catch (...) {
+  }
+}
+
+}  // namespace
+
+class CurlMultiEngine::Loop {
+ public:
+  explicit Loop(Setup setup) : setup_(std::move(setup)), multi_(curl_multi_init()) {
+    const long limit = static_cast<long>(std::max<std::size_t>(setup_.maxActive, 1));
+    curl_multi_setopt(multi_, CURLMOPT_MAX_HOST_CONNECTIONS, limit);
+    curl_multi_setopt(multi_, CURLMOPT_MAXCONNECTS, limit);
+  }
+
+  ~Loop() {
+    for (CURL* handle : idleHandles_) {
+      curl_easy_cleanup(handle);
+    }
+    curl_multi_cleanup(multi_);
+  }
+
+  bool Usable() const { return multi_ != nullptr; }
+
+  void Submit(AsyncExchange exchange) {
+    {
+      const std::lock_guard<std::mutex> lock(mutex_);
+      if (!stopping_) {
+        submitted_.push_back(std::move(exchange));
+        exchange.onDone = nullptr;
+      }
+    }
+    if (exchange.onDone) {  // the loop is gone or going: it will not see this one
+      Complete(exchange, Failed(TransferFailure::Cancelled, "the client is shutting down"));
+      return;
+    }
+    WakeUp();
+  }
+
+  void WakeUp() { curl_multi_wakeup(multi_); }
+
+  void Stop() {
+    {
+      const std::lock_guard<std::mutex> lock(mutex_);
+      stopping_ = true;
+    }
+    WakeUp();
+  }
+
+  void Run() {
+    for (;;) {
+      if (TakeSubmitted()) {
+        break;
+      }
+      StartWaiting();
+      EndCancelledOnes();
+      int running = 0;
+      curl_multi_perform(multi_, &running);
+      CollectDone();
+      curl_multi_poll(multi_, nullptr, 0, static_cast<int>(NextWait().count()), nullptr);
+    }
+    EndAll("the client was destroyed while the call was under way");
+  }
+
+ private:
+  struct Active {
+    AsyncExchange exchange;
+    std::unique_ptr<CurlTransfer> transfer;  // refers to exchange.request and onChunk
+  };
+
+  // Moves what was submitted into the loop's own queues; true when stopping.
+  bool TakeSubmitted() {
+    std::deque<AsyncExchange> taken;
+    {
+      const std::lock_guard<std::mutex> lock(mutex_);
+      if (stopping_) {
+        return true;
+      }
+      taken.swap(submitted_);
+    }
+    const Clock::time_point now = Clock::now();
+    for (AsyncExchange& exchange : taken) {
+      if (exchange.delay.count() > 0) {
+        delayed_.emplace(now + exchange.delay, std::move(exchange));
+      } else {
+        waiting_.push_back(std::move(exchange));
+      }
+    }
+    const auto due = delayed_.upper_bound(now);
+    for (auto it = delayed_.begin(); it != due; ++it) {
+      waiting_.push_back(std::move(it->second));
+    }
+    delayed_.erase(delayed_.begin(), due);
+    return false;
+  }
+
+  void StartWaiting() {
+    while (!waiting_.empty() && active_.size() < setup_.maxActive) {
+      AsyncExchange exchange = std::move(waiting_.front());
+      waiting_.pop_front();
+      if (IsCancelled(exchange)) {
+        Complete(exchange, Failed(TransferFailure::Cancelled, ""));
+      } else {
+        Start(std::move(exchange));
+      }
+    }
+  }
+
+  void Start(AsyncExchange exchange) {
+    CURL* handle = IdleHandle();
+    if (handle == nullptr) {
+      Complete(exchange, Failed(TransferFailure::ClientFailed,
+                                "libcurl could not create a transfer handle"));
+      return;
+    }
+    auto active = std::make_unique<Active>();
+    active->exchange = std::move(exchange);
+    const AsyncExchange& started = active->exchange;
+    active->transfer = std::make_unique<CurlTransfer>(
+        handle, started.request, setup_.headersFor(started.request.contentType),
+        started.onChunk ? &started.onChunk : nullptr);
+    if (curl_multi_add_handle(multi_, handle) != CURLM_OK) {
+      active->transfer.reset();
+      Release(handle);
+      Complete(active->exchange,
+               Failed(TransferFailure::ClientFailed, "libcurl could not start the transfer"));
+      return;
+    }
+    active_.emplace(handle, std::move(active));
+  }
+
+  // Ends the transfer of `handle` with `response`, or with what libcurl made
+  // of it when `response` is empty.
+  void End(CURL* handle, const HttpResponse* response, CURLcode result = CURLE_OK) {
+    const auto found = active_.find(handle);
+    std::unique_ptr<Active> active = std::move(found->second);
+    active_.erase(found);
+    curl_multi_remove_handle(multi_, handle);
+    HttpResponse ended = response != nullptr ? *response : active->transfer->Finish(result);
+    active->transfer.reset();
+    Release(handle);
+    Complete(active->exchange, std::move(ended));
+  }
+
+  void EndCancelledOnes() {
+    std::vector<CURL*> cancelled;
+    for (const auto& [handle, active] : active_) {
+      if (IsCancelled(active->exchange)) {
+        cancelled.push_back(handle);
+      }
+    }
+    const HttpResponse response = Failed(TransferFailure::Cancelled, "");
+    for (CURL* handle : cancelled) {
+      End(handle, &response);
+    }
+  }
+
+  void CollectDone() {
+    int left = 0;
+    while (CURLMsg* message = curl_multi_info_read(multi_, &left)) {
+      if (message->msg == CURLMSG_DONE) {
+        End(message->easy_handle, nullptr, message->data.result);
+      }
+    }
+  }
+
+  std::chrono::milliseconds NextWait() const {
+    std::chrono::milliseconds wait = kIdleWait;
+    if (!waiting_.empty() && active_.size() < setup_.maxActive) {
+      return std::chrono::milliseconds(0);
+    }
+    if (!delayed_.empty()) {
+      const auto untilDue = std::chrono::ceil<std::chrono::milliseconds>(
+          delayed_.begin()->first - Clock::now());
+      wait = std::clamp(untilDue, std::chrono::milliseconds(0), wait);
+    }
+    return wait;
+  }
+
+  void EndAll(const std::string& why) {
+    const HttpResponse response = Failed(TransferFailure::Cancelled, why);
+    while (!active_.empty()) {
+      End(active_.begin()->first, &response);
+    }
+    std::deque<AsyncExchange> rest;
+    {
+      const std::lock_guard<std::mutex> lock(mutex_);
+      rest.swap(submitted_);
+    }
+    for (auto& [due, exchange] : delayed_) {
+      rest.push_back(std::move(exchange));
+    }
+    delayed_.clear();
+    for (AsyncExchange& exchange : waiting_) {
+      rest.push_back(std::move(exchange));
+    }
+    waiting_.clear();
+    for (AsyncExchange& exchange : rest) {
+      Complete(exchange, response);
+    }
+  }
+
+  CURL* IdleHandle() {
+    if (!idleHandles_.empty()) {
+      CURL* handle = idleHandles_.back();
+      idleHandles_.pop_back();
+      return handle;
+    }
+    CURL* handle = curl_easy_init();
+    if (handle != nullptr) {
+      setup_.configure(handle);
+    }
+    return handle;
+  }
+
+  void Release(CURL* handle) { idleHandles_.push_back(handle); }
+
+  Setup setup_;
+  CURLM* multi_;
+
+  std::mutex mutex_;
+  std::deque<AsyncExchange> submitted_;  // guarded by mutex_
+  bool stopping_ = false;                // guarded by mutex_
+
+  // The loop thread's own.
+  std::multimap<Clock::time_point, AsyncExchange> delayed_;
+  std::deque<AsyncExchange> waiting_;
+  std::unordered_map<CURL*, std::unique_ptr<Active>> active_;
+  std::vector<CURL*> idleHandles_;
+};
+
+CurlMultiEngine::CurlMultiEngine(Setup setup) : loop_(std::make_shared<Loop>(std::move(setup))) {
+  if (loop_->Usable()) {
+    thread_ = std::thread([loop = loop_] { loop->Run(); });
+  } else {
+    loop_->Stop();  // every Submit then ends at once
+  }
+}
+
+CurlMultiEngine::~CurlMultiEngine() {
+  loop_->Stop();
+  if (!thread_.joinable()) {
+    return;
+  }
+  // Destroyed by an onDone on the loop's own thread (the last copy of a
+  // client let go in a callback): the loop ends the rest once that returns.
+  if (thread_.get_id() == std::this_thread::get_id()) {
+    thread_.detach();
+  } else {
+    thread_.join();
+  }
+}
+
+void CurlMultiEngine::Submit(AsyncExchange exchange) { loop_->Submit(std::move(exchange)); }
+
+void CurlMultiEngine::WakeUp() { loop_->WakeUp(); }
+
+}  // namespace vrex::internal

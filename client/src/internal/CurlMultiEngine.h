@@ -1,0 +1,53 @@
+#pragma once
+// The event loop of the asynchronous calls: one thread drives libcurl's
+// multi interface for every exchange of a transport. Exchanges wait in a
+// queue until a connection is free, back-offs are timers of the loop, and
+// cancellation is looked at whenever the loop wakes. No thread per call, no
+// sleeping thread per retry.
+
+#include <curl/curl.h>
+
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <string>
+#include <thread>
+
+#include "vrex/Transport.h"
+
+namespace vrex::internal {
+
+class CurlMultiEngine {
+ public:
+  struct Setup {
+    /// Sets the options every handle shares, once per handle.
+    std::function<void(CURL*)> configure;
+    /// The header list for a content type; must outlive the engine.
+    std::function<curl_slist*(const std::string& contentType)> headersFor;
+    /// Exchanges under way at once, and connections kept; more wait in a
+    /// queue, their time-out not yet running.
+    std::size_t maxActive = 8;
+  };
+
+  explicit CurlMultiEngine(Setup setup);
+  /// Ends every exchange not yet done as Cancelled (each onDone is called
+  /// before this returns, unless it runs on the loop's own thread) and stops
+  /// the loop.
+  ~CurlMultiEngine();
+  CurlMultiEngine(const CurlMultiEngine&) = delete;
+  CurlMultiEngine& operator=(const CurlMultiEngine&) = delete;
+
+  /// Takes `exchange` into the loop; safe from any thread, the loop's own
+  /// included (a retry from an onDone).
+  void Submit(AsyncExchange exchange);
+  /// Makes the loop look at the exchanges' cancellation flags now.
+  void WakeUp();
+
+ private:
+  class Loop;  // everything the loop thread works on; it keeps it alive
+
+  std::shared_ptr<Loop> loop_;
+  std::thread thread_;
+};
+
+}  // namespace vrex::internal

@@ -1,0 +1,21 @@
+#include "vrex/Transport.h"
+
+#include <thread>
+#include <utility>
+
+namespace vrex {
+
+void Transport::PostAsync(AsyncExchange exchange) {
+  std::this_thread::sleep_for(exchange.delay);
+  HttpResponse response;
+  if (exchange.cancelled && *exchange.cancelled) {
+    response.failure = TransferFailure::Cancelled;
+  } else if (exchange.onChunk) {
+    response = PostStreaming(exchange.request, exchange.onChunk);
+  } else {
+    response = Post(exchange.request);
+  }
+  exchange.onDone(std::move(response));
+}
+
+}  // namespace vrex
