@@ -95,6 +95,9 @@ int main(int argc, char** argv) {
   const Call sessionCall = [&](bool toLive) {
     return (toLive ? liveClient : deadClient).Send(query).Ok();
   };
+  const Call asyncCall = [&](bool toLive) {
+    return (toLive ? liveClient : deadClient).SendAsync(query).Get().Ok();
+  };
   const Call postCall = [&](bool toLive) {
     dc::VersionDTO version;
     return VrexClient::Post((toLive ? live : dead) + "/api/ApiVersionQuery", query, version, "")
@@ -105,6 +108,8 @@ int main(int argc, char** argv) {
   // every call leaves and the part a failed transfer leaves.
   Measure("vrex::Client, 1% dead", calls, 100, sessionCall);
   Measure("vrex::Client, all dead", calls / 100, 1, sessionCall);
+  Measure("vrex::Client async, 1% dead", calls, 100, asyncCall);
+  Measure("vrex::Client async, all dead", calls / 100, 1, asyncCall);
   std::fclose(stderr);  // Post prints one line per failed transfer.
   Measure("VrexClient::Post, 1% dead", calls, 100, postCall);
   Measure("VrexClient::Post, all live", calls, 0, postCall);

@@ -20,7 +20,7 @@ jobs="$(nproc)"
 
 # The test programs of the concurrency tests; a test labelled "concurrency"
 # in another program shows up as not built, and the run fails.
-tsan_targets=(vrex_reliability_concurrency_tests)
+tsan_targets=(vrex_reliability_concurrency_tests vrex_async_tests)
 
 configure() {  # <build dir> <sanitizer> [cmake arguments...]
   local dir="$1" sanitizer="$2"

@@ -46,23 +46,28 @@ TEST(ClientRetries, RepeatsQueriesOnlyAfterGatewayStatusesAndNeverCommands) {
       {{500}, 1, 500},
       {{401}, 1, 401},
   };
-  for (const Case& row : cases) {
-    SCOPED_TRACE(::testing::PrintToString(row.statuses));
-    TestServer server(Scripted(row.statuses));
-    const Outcome outcome = vrex::Client(QuickOptions(server.BaseUrl(), 4))
-                                .Send(contracts::ApiVersionQuery())
-                                .GetStatus();
-    EXPECT_EQ(server.RequestCount(), static_cast<std::size_t>(row.expectedAttempts));
-    EXPECT_EQ(outcome.Attempts(), row.expectedAttempts);
-    EXPECT_EQ(outcome.HttpStatus(), row.expectedStatus);
-  }
+  // The asynchronous form waits out its back-off as a timer of its event loop.
+  for (const bool async : {false, true}) {
+    for (const Case& row : cases) {
+      SCOPED_TRACE(::testing::PrintToString(row.statuses) + (async ? " async" : ""));
+      TestServer server(Scripted(row.statuses));
+      const vrex::Client client(QuickOptions(server.BaseUrl(), 4));
+      const Outcome outcome = async ? client.SendAsync(contracts::ApiVersionQuery()).Get().GetStatus()
+                                    : client.Send(contracts::ApiVersionQuery()).GetStatus();
+      EXPECT_EQ(server.RequestCount(), static_cast<std::size_t>(row.expectedAttempts));
+      EXPECT_EQ(outcome.Attempts(), row.expectedAttempts);
+      EXPECT_EQ(outcome.HttpStatus(), row.expectedStatus);
+    }
 
-  TestServer commandServer(Scripted({503, 503}));
-  const vrex::Client client(QuickOptions(commandServer.BaseUrl(), 4));
-  EXPECT_EQ(client.Send(contracts::AddShiftCommand()).Attempts(), 1);
-  // Answered like a query, yet it changes the topology.
-  EXPECT_EQ(client.Send(contracts::PropagateTopologyModelCommand()).GetStatus().Attempts(), 1);
-  EXPECT_EQ(commandServer.RequestCount(), 2u);
+    TestServer commandServer(Scripted({503, 503}));
+    const vrex::Client client(QuickOptions(commandServer.BaseUrl(), 4));
+    const Outcome command = async ? client.SendAsync(contracts::AddShiftCommand()).Get()
+                                  : client.Send(contracts::AddShiftCommand());
+    EXPECT_EQ(command.Attempts(), 1);
+    // Answered like a query, yet it changes the topology.
+    EXPECT_EQ(client.Send(contracts::PropagateTopologyModelCommand()).GetStatus().Attempts(), 1);
+    EXPECT_EQ(commandServer.RequestCount(), 2u);
+  }
 }
 
 TEST(ClientRetries, RepeatsAfterTransportFailuresWithinTheAttemptAndTimeBounds) {
