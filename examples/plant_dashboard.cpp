@@ -1,14 +1,16 @@
 // Plant dashboard with the session client: one vrex::Client for the whole
-// run (its connection is reused by every call), the topology, then for each
-// line its last tests and its result counts, one compact block per line.
-// A line whose calls fail is shown with the reason and the others still are;
-// the exit status is 1 when anything failed.
+// run, the version and the topology read at once, then the last tests and
+// the result counts of every line all read at once (the client runs them on
+// a few kept-alive connections), printed one compact block per line in
+// topology order. A line whose calls fail is shown with the reason and the
+// others still are; the exit status is 1 when anything failed.
 //
 //   plant_dashboard SERVER_URL [LAST_TESTS]
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
 #include <string>
+#include <vector>
 
 #include "ApiVersionQuery.pb.h"
 #include "GeneralInformationContainer.pb.h"
@@ -69,23 +71,37 @@ void PrintCounts(const dc::ResultCountContainer& counts) {
             << yield << " % (" << counts.values_size() << " bench/type rows)\n";
 }
 
-/// The last tests and the counts of one line; false when a call failed.
-bool ShowLine(const vrex::Client& client, const dc::Factory& factory, const dc::Line& line,
-              int lastTests) {
-  std::cout << factory.name() << " / " << line.name() << "  (" << line.testbenches_size()
-            << " benches)\n";
+template <class Answer>
+using Call = vrex::AsyncCall<vrex::Result<Answer, vrex::Outcome>>;
+
+/// The reads of one line, under way.
+struct LineReads {
+  std::string title;
+  Call<dc::GeneralInformationContainer> tests;
+  Call<dc::ResultCountContainer> counts;
+};
+
+LineReads StartLine(const vrex::Client& client, const dc::Factory& factory, const dc::Line& line,
+                    int lastTests) {
   dc::GeneralInformationQuery testsQuery;
   testsQuery.set_factory(factory.name());
   testsQuery.set_line(line.name());
   testsQuery.mutable_lastn()->set_topn(lastTests);
-  const auto tests = client.Send(testsQuery);
-  if (!Failed(tests.GetStatus())) PrintLastTests(*tests);
-
   dc::ResultCountQuery countQuery;
   countQuery.set_factory(factory.name());
   countQuery.set_line(line.name());
   countQuery.mutable_lastn()->set_topn(1000);
-  const auto counts = client.Send(countQuery);
+  return {factory.name() + " / " + line.name() + "  (" +
+              std::to_string(line.testbenches_size()) + " benches)",
+          client.SendAsync(testsQuery), client.SendAsync(countQuery)};
+}
+
+/// Waits for the reads of one line and prints them; false when a call failed.
+bool ShowLine(LineReads& reads) {
+  std::cout << reads.title << '\n';
+  const auto tests = reads.tests.Get();
+  if (!Failed(tests.GetStatus())) PrintLastTests(*tests);
+  const auto counts = reads.counts.Get();
   if (!Failed(counts.GetStatus())) PrintCounts(*counts);
   return tests.Ok() && counts.Ok();
 }
@@ -110,22 +126,25 @@ int main(int argc, char** argv) {
   const int lastTests = argc == 3 ? std::atoi(argv[2]) : 3;
   const vrex::Client client(OptionsFor(argv[1]));
 
-  const auto version = client.Send(dc::ApiVersionQuery());
-  if (Failed(version.GetStatus())) return 1;
+  auto versionCall = client.SendAsync(dc::ApiVersionQuery());
+  auto topologyCall = client.SendAsync(dc::SimpleTopologyQuery());
+  const auto version = versionCall.Get();
+  const auto topology = topologyCall.Get();
+  if (Failed(version.GetStatus()) || Failed(topology.GetStatus())) return 1;
   std::cout << "Results server " << client.BaseUrl() << ", interface " << version->major() << '.'
             << version->minor() << '.' << version->patch() << "\n\n";
 
-  const auto topology = client.Send(dc::SimpleTopologyQuery());
-  if (Failed(topology.GetStatus())) return 1;
-  int lines = 0;
-  int failedLines = 0;
+  std::vector<LineReads> lines;
   for (const dc::Factory& factory : topology->values()) {
     for (const dc::Line& line : factory.lines()) {
-      ++lines;
-      if (!ShowLine(client, factory, line, lastTests)) ++failedLines;
-      std::cout << '\n';
+      lines.push_back(StartLine(client, factory, line, lastTests));
     }
   }
-  std::cout << lines << " lines, " << failedLines << " with failed calls\n";
+  int failedLines = 0;
+  for (LineReads& reads : lines) {
+    if (!ShowLine(reads)) ++failedLines;
+    std::cout << '\n';
+  }
+  std::cout << lines.size() << " lines, " << failedLines << " with failed calls\n";
   return failedLines == 0 ? 0 : 1;
 }
