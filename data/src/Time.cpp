@@ -319,10 +319,9 @@ Result<Iso8601Reading> ParseIso8601(std::string_view text) {
   if (!offsetValid || !scan.AtEnd()) {
     return Result<Iso8601Reading>::Failure(advice);
   }
-  using SystemTime = std::chrono::system_clock::time_point;
-  const auto days = std::chrono::hours(
-      24 * DaysFromCivil(*year, static_cast<unsigned>(*month), static_cast<unsigned>(*day)));
-  const SystemTime wallClock(std::chrono::duration_cast<SystemTime::duration>(days + timeOfDay));
+  const Ticks days(kTicksPerDay * DaysFromCivil(*year, static_cast<unsigned>(*month),
+                                                 static_cast<unsigned>(*day)));
+  const TickTime wallClock(days + std::chrono::duration_cast<Ticks>(timeOfDay));
   return Result<Iso8601Reading>::Success({wallClock, offset});
 }
 

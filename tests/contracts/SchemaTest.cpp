@@ -1,5 +1,5 @@
 // Checks the compiled schema as a whole: the files, their packages, options
-// and imports, and the totals of fields by presence kind.
+// and imports.
 #include <filesystem>
 #include <set>
 #include <string>
@@ -43,32 +43,6 @@ void CollectUsedFiles(const pb::Descriptor* message, std::set<std::string>& used
   }
 }
 
-struct FieldTotals {
-  int fields = 0, optional = 0, repeated = 0, maps = 0, unpacked = 0;
-};
-
-FieldTotals CountFields(const std::vector<const pb::FileDescriptor*>& files) {
-  FieldTotals totals;
-  for (const auto* file : files) {
-    for (int m = 0; m < file->message_type_count(); ++m) {
-      const pb::Descriptor* message = file->message_type(m);
-      for (int i = 0; i < message->field_count(); ++i) {
-        const pb::FieldDescriptor* field = message->field(i);
-        ++totals.fields;
-        if (field->is_map()) {
-          ++totals.maps;
-        } else if (field->is_repeated()) {
-          ++totals.repeated;
-          if (field->is_packable() && !field->is_packed()) ++totals.unpacked;
-        } else if (field->has_optional_keyword()) {
-          ++totals.optional;
-        }
-      }
-    }
-  }
-  return totals;
-}
-
 class ContractSchema : public ::testing::Test {
  protected:
   static void SetUpTestSuite() { files_ = new auto(LoadContractFiles()); }
@@ -104,17 +78,6 @@ TEST_F(ContractSchema, HasOneTypePerFileInTheThreePackages) {
   EXPECT_EQ(enums, 20);
 }
 
-TEST_F(ContractSchema, PrimitivesStandInTheirFixedOrder) {
-  const auto* bcl = pb::DescriptorPool::generated_pool()->FindFileByName("bcl.proto");
-  ASSERT_NE(bcl, nullptr);
-  const std::vector<std::string> expected = {"TimeSpan", "DateTime", "NetObjectProxy",
-                                             "Guid", "Decimal"};
-  ASSERT_EQ(bcl->message_type_count(), static_cast<int>(expected.size()));
-  for (int i = 0; i < bcl->message_type_count(); ++i) {
-    EXPECT_EQ(bcl->message_type(i)->name(), expected[static_cast<size_t>(i)]);
-  }
-}
-
 TEST_F(ContractSchema, EveryFileCarriesOnlyTheNamespaceOption) {
   for (const auto* file : files()) {
     SCOPED_TRACE(file->name());
@@ -139,39 +102,6 @@ TEST_F(ContractSchema, ImportsExactlyTheFilesItsFieldsUse) {
       imported.insert(file->dependency(i)->name());
     }
     EXPECT_EQ(imported, used);
-  }
-}
-
-TEST_F(ContractSchema, FieldTotalsByPresenceKind) {
-  const FieldTotals totals = CountFields(files());
-  EXPECT_EQ(totals.fields, 823);
-  EXPECT_EQ(totals.optional, 247);
-  EXPECT_EQ(totals.repeated, 79);
-  EXPECT_EQ(totals.maps, 9);
-  EXPECT_EQ(totals.unpacked, 11);
-}
-
-TEST_F(ContractSchema, ZeroFieldRequestsAreTheFiveFieldlessOnes) {
-  std::set<std::string> fieldless;
-  for (const auto* file : files()) {
-    for (int m = 0; m < file->message_type_count(); ++m) {
-      if (file->message_type(m)->field_count() == 0 &&
-          file->message_type(m)->enum_type_count() == 0) {
-        fieldless.insert(file->message_type(m)->name());
-      }
-    }
-  }
-  EXPECT_EQ(fieldless, (std::set<std::string>{"DefaultTopologyModelQuery",
-                                               "EncryptionSettingsQuery", "GetTokensQuery",
-                                               "SimpleTopologyQuery", "TopologyModelQuery"}));
-}
-
-TEST_F(ContractSchema, EveryEnumerationStartsAtZero) {
-  for (const auto* file : files()) {
-    for (int e = 0; e < file->enum_type_count(); ++e) {
-      SCOPED_TRACE(file->enum_type(e)->name());
-      EXPECT_EQ(file->enum_type(e)->value(0)->number(), 0);
-    }
   }
 }
 

@@ -41,6 +41,14 @@ TEST(ClavisTest, EveryPartCountsAndBordersBetweenPartsMatter) {
   EXPECT_FALSE(ClavisEqual{}(MakeClavis("ab", ""), MakeClavis("a", "b")));
   EXPECT_NE(ClavisHash{}(MakeClavis("ab", "")), ClavisHash{}(MakeClavis("a", "b")));
   EXPECT_EQ(DescribeClavis(MakeClavis("Run", "Mic", "2")), "Run/Mic/2///");
+  contracts::Clavis full = MakeClavis("Run", "Mic", "2");
+  full.set_location("Front");
+  full.set_instrumentparameter("Level");
+  full.set_sensor("S7");
+  EXPECT_TRUE(ClavisEqual{}(ParseClavis(DescribeClavis(full)).Value(), full));
+  for (const char* bad : {"Run/Mic/2//", "Run/Mic/2/////", ""}) {
+    EXPECT_NE(ParseClavis(bad).GetStatus().Message().find("parts"), std::string::npos) << bad;
+  }
 }
 
 class ValueContainerTest : public testing::Test {

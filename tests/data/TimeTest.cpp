@@ -97,7 +97,7 @@ TEST(TimeTest, WritesTheCoarsestExactScaleAndReadsItBack) {
   }
 }
 
-TEST(TimeTest, FormatsLikeTheCLibraryOverTheFourDigitYears) {
+TEST(TimeTest, FormatsLikeTheCLibraryAndReadsBackOverTheFourDigitYears) {
   // Days from year 0 to year 9999, stepped by a prime to hit every month,
   // leap days and century years, each with a different time of day.
   for (std::int64_t day = -719528; day < 2932896; day += 7919) {
@@ -113,6 +113,12 @@ TEST(TimeTest, FormatsLikeTheCLibraryOverTheFourDigitYears) {
     const auto text = FormatIso8601(
         MakeTime(seconds * 10000000 + fraction, bcl::DateTime_TimeSpanScale_TICKS, kUtc));
     ASSERT_EQ(text.Value(), expected) << "seconds " << seconds;
+    const auto read = ParseIso8601(expected);
+    ASSERT_TRUE(read.Ok()) << read.GetStatus().Message();
+    EXPECT_EQ(read.Value().offset, std::chrono::minutes(0));
+    EXPECT_EQ(read.Value().wallClock.time_since_epoch(),
+              std::chrono::seconds(seconds) + Ticks(fraction))
+        << expected;
   }
 }
 

@@ -75,7 +75,13 @@ Result<SystemTime> ParseIso8601(std::string_view text, const LineTimeZone& zone)
     return Failure<SystemTime>(reading.GetStatus().Message());
   }
   const auto& [wallClock, offset] = reading.Value();
-  return Result<SystemTime>::Success(offset ? wallClock - *offset : zone.FromWallClock(wallClock));
+  // A system_clock holds some 290 years around 1970; far dates fail here.
+  const auto system = data::ToSystemTime(data::ToDateTime({wallClock}));
+  if (!system) {
+    return Failure<SystemTime>(system.GetStatus().Message());
+  }
+  return Result<SystemTime>::Success(offset ? system.Value() - *offset
+                                            : zone.FromWallClock(system.Value()));
 }
 
 Result<SystemTime> ParseTimeArgument(std::string_view text, SystemTime now,

@@ -98,8 +98,9 @@ VREX_EXPORT Result<std::string> FormatIso8601(const bcl::DateTime& time);
 /// An ISO 8601 time as it was written: the clock reading, and the offset
 /// from UTC when the text states one.
 struct Iso8601Reading {
-  /// The date and time read as if they were UTC.
-  std::chrono::system_clock::time_point wallClock;
+  /// The date and time read as if they were UTC (digits beyond 100 ns are
+  /// dropped).
+  TickTime wallClock;
   /// The stated offset ("Z" is 0); none when the text gives no zone, so the
   /// reader decides which zone the wall clock belongs to.
   std::optional<std::chrono::minutes> offset;
