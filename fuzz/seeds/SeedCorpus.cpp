@@ -149,8 +149,8 @@ std::vector<Seed> JsonRequestSeeds(const SamplePlant& plant) {
   std::vector<Seed> seeds;
   for (const Descriptor* type : types) {
     const auto json = MessageToJson(*FilledMessage(*type, plant), JsonLayout{false, false, false});
-    if (json.ok()) {
-      seeds.push_back({"filled-" + type->name(), WithSelector(types, *type, json.value())});
+    if (json.Ok()) {
+      seeds.push_back({"filled-" + type->name(), WithSelector(types, *type, json.Value())});
     }
     seeds.push_back({"empty-" + type->name(), WithSelector(types, *type, "{}")});
   }

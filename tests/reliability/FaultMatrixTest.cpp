@@ -21,6 +21,7 @@ namespace vrex::reliability {
 namespace {
 
 using ::testing::HasSubstr;
+using ::testing::Not;
 
 constexpr std::string_view kTransferFailureLine = "curl_easy_perform() failed: ";
 
@@ -194,30 +195,53 @@ ClientOptions MatrixOptions(const std::string& baseUrl) {
   return options;
 }
 
-// The synchronous and the asynchronous form owe the same outcome.
-TEST_P(SessionClientFault, SendGivesTheDocumentedOutcomeWithinItsTimeOut) {
+// The ways to send a query; each owes the same outcome.
+enum class Form { Generic, OnArena, Async };
+
+Outcome SendIn(Form form, const Client& client, contracts::VersionDTO& answer) {
+  switch (form) {
+    case Form::Generic:  // into the caller's message, as VrexClient::Post
+      return client.Send(Query(), answer);
+    case Form::OnArena: {
+      google::protobuf::Arena arena;
+      const auto result = client.Send(Query(), arena);
+      EXPECT_EQ(result->GetArena(), &arena);
+      if (result->ByteSizeLong() != 0) answer = *result;  // else: untouched
+      return result.GetStatus();
+    }
+    case Form::Async: {
+      auto result = client.SendAsync(Query()).Get();
+      if (result->ByteSizeLong() != 0) answer = *result;
+      return result.GetStatus();
+    }
+  }
+  return Outcome("", Outcome::Event::TransportFailed, 0, "unknown form");
+}
+
+TEST_P(SessionClientFault, EveryFormGivesTheDocumentedOutcomeWithinItsTimeOut) {
   const Fault& fault = GetParam();
   const Client client(MatrixOptions(baseUrl));
-  for (const bool async : {false, true}) {
-    SCOPED_TRACE(async ? "SendAsync" : "Send");
+  for (const Form form : {Form::Generic, Form::OnArena, Form::Async}) {
+    SCOPED_TRACE(static_cast<int>(form));
     contracts::VersionDTO answer = CallersVersion();
-    const Outcome outcome = RunBounded(
-        [&] {
-          if (!async) return client.Send(Query(), answer);
-          auto result = client.SendAsync(Query()).Get();
-          answer = result.Value();  // an answer left untouched is the empty one here
-          if (result->ByteSizeLong() == 0) answer = CallersVersion();
-          return result.GetStatus();
-        },
-        ReleaseServer());
+    ::testing::internal::CaptureStderr();
+    const Outcome outcome =
+        RunBounded([&] { return SendIn(form, client, answer); }, ReleaseServer());
+    const std::string errorOutput = ::testing::internal::GetCapturedStderr();
 
     EXPECT_EQ(outcome.GetEvent(), fault.client.event) << outcome.Message();
     EXPECT_EQ(outcome.HttpStatus(), fault.client.httpStatus);
     // The same status the established API reports for the same event.
     ExpectStatus(outcome.Status(), fault.post);
     ExpectFate(answer, fault.client.response);
+    // The message names the request, the cause and the codes.
+    EXPECT_THAT(outcome.Message(), HasSubstr("ApiVersionQuery: "));
+    EXPECT_THAT(outcome.Message(), HasSubstr(outcome.ErrorText()));
+    EXPECT_THAT(outcome.Message(),
+                HasSubstr(enums::DetailCode_Name(outcome.Status().detailcode())));
+    EXPECT_THAT(errorOutput, Not(HasSubstr(kTransferFailureLine)));  // the client prints nothing
   }
-  ExpectRequestsReceived(2);
+  ExpectRequestsReceived(3);
 }
 
 INSTANTIATE_TEST_SUITE_P(FaultMatrix, SessionClientFault, ::testing::ValuesIn(Faults()),

@@ -14,6 +14,7 @@
 #include "ScratchDirectory.h"
 #include "ThrowAwayPki.h"
 #include "VersionDTO.pb.h"
+#include "VrexClient.h"
 #include "vrex/Client.h"
 #include "vrex/stub/StubServer.h"
 
@@ -176,6 +177,17 @@ TEST_P(TlsClientTest, ReportsTheOutcomeOfTheHandshake) {
     EXPECT_EQ(outcome.Status().level(), en::Error);
     EXPECT_EQ(result->ByteSizeLong(), 0u);
     EXPECT_TRUE(journal.empty()) << "a rejected connection must not reach the server";
+  }
+
+  // Where the options are libcurl's defaults, the established client, which
+  // sets no TLS option, must come to the same status.
+  if (tlsCase.verifyPeer && tlsCase.trust == Trust::SystemOnly &&
+      tlsCase.clientCertificate == ClientCertificate::None) {
+    dc::MessageContainer status;
+    ::testing::internal::CaptureStderr();
+    VrexClient::SendToServer(UrlOf(tlsCase.address), query, status, "");
+    ::testing::internal::GetCapturedStderr();
+    EXPECT_EQ(status.SerializeAsString(), outcome.Status().SerializeAsString());
   }
 }
 

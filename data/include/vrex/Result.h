@@ -71,7 +71,9 @@ class Result {
   /// The value; throws std::bad_optional_access when there is none.
   T& Value() & { return Checked(); }
   const T& Value() const& { return Checked(); }
-  T&& Value() && { return std::move(Checked()); }
+  // By value: a reference into a temporary Result would dangle in
+  // `for (auto& x : Load().Value())`.
+  T Value() && { return std::move(Checked()); }
   T& operator*() { return Checked(); }
   const T& operator*() const { return Checked(); }
   T* operator->() { return &Checked(); }
