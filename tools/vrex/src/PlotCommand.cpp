@@ -154,8 +154,8 @@ void AddPlotCommand(const CommandSetup& setup) {
                      "not used)");
   command
       .add_option("--clavis", arguments->claves,
-                  "Quantity to draw, as Mode/Instrument/Channel/Location/InstrumentParameter/"
-                  "Sensor (repeatable: one panel each)")
+                  "Quantity to draw, its six parts (Mode to Sensor) joined by / as `vrex "
+                  "measurements` shows them (repeatable: one panel each)")
       ->required();
   command.add_option("-o,--output", arguments->output, "Picture to write: FILE.png or FILE.svg")
       ->required();

@@ -238,12 +238,12 @@ void AddScalarPanel(Figure& figure, const std::string& quantity,
     items.push_back(figure.Block(row) + " using 1:2:xtic(3) with points ps 2" +
                     Titled(TestLabel(values[i])));
   }
-  const std::string left = "0.5 ";
-  const std::string right = AxisText(static_cast<double>(values.size()) + 0.5) + " ";
+  const std::string right = AxisText(static_cast<double>(values.size()) + 0.5);
   for (const LimitCurves& limit : SharedLimits(values)) {
-    const std::string level = FloatText(limit.curves.front().y.front()) + "\n";
-    items.push_back(figure.Block(left + level + right + level) + " using 1:2 with lines ls " +
-                    std::to_string(LimitStyle(limit)) + Titled(LimitLabel(limit)));
+    const std::string level = FloatText(limit.curves.front().y.front());
+    items.push_back(figure.Block("0.5 " + level + "\n" + right + " " + level + "\n") +
+                    " using 1:2 with lines ls " + std::to_string(LimitStyle(limit)) +
+                    Titled(LimitLabel(limit)));
   }
   figure.AddPanel(PanelStart(Title(quantity)) + "set xrange [0.5:" + right +
                   "]\nset xlabel 'Test'\n" + "set ylabel " +
@@ -439,7 +439,12 @@ Result<PlotScript> BuildPlotScript(const dc::MeasurementContainer& answer,
     for (const dc::Clavis& quantity : quantities) {
       names += (names.empty() ? "" : ", ") + data::DescribeClavis(quantity);
     }
-    return Result<PlotScript>::Failure("no test of the answer has a value to plot of " + names);
+    std::string reasons;
+    for (const std::string& note : std::move(figure).Script(options).notes) {
+      reasons += "; " + note;
+    }
+    return Result<PlotScript>::Failure("no test of the answer has a value to plot of " + names +
+                                       reasons);
   }
   return Result<PlotScript>::Success(std::move(figure).Script(options));
 }

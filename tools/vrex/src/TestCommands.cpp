@@ -122,8 +122,8 @@ void AddTestCommands(const CommandSetup& setup) {
        "      --clavis 'Run-Up/Level/Mic-1/Gearbox/RMS/MIC-4189-A'\n"},
       arguments, &RunMeasurements)
       .add_option("--clavis", arguments->claves,
-                  "Only this quantity, as Mode/Instrument/Channel/Location/"
-                  "InstrumentParameter/Sensor (repeatable)");
+                  "Only this quantity, its six parts (Mode, Instrument, Channel, Location, "
+                  "InstrumentParameter, Sensor) joined by / (repeatable)");
 }
 
 }  // namespace vrex::cli
