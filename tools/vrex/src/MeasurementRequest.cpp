@@ -6,6 +6,8 @@ namespace vrex::cli {
 
 namespace dc = ::Korvan::KQ::DataContracts;
 
+namespace {
+
 Result<dc::ClavisFilter> BuildClavisFilter(const std::vector<std::string>& claves) {
   dc::ClavisFilter filter;
   for (const std::string& text : claves) {
@@ -37,6 +39,34 @@ Result<MeasurementRequest> BuildMeasurementRequest(const SelectionArguments& sel
   ApplySelection(selection, filters.Value(), query);
   if (restricted) *query.mutable_clavis() = quantities;
   return Result<MeasurementRequest>::Success(std::move(query));
+}
+
+}  // namespace
+
+void AddTestChoiceArguments(CLI::App& command, SelectionArguments& selection,
+                            std::vector<int>& ids) {
+  AddSelectionArguments(command, selection);
+  command.add_option("--id", ids,
+                     "Only the tests with these identifiers (repeatable; the filters are then "
+                     "not used)");
+}
+
+Result<PreparedRequest> PrepareMeasurementRequest(const SelectionArguments& selection,
+                                                  const std::vector<int>& ids,
+                                                  const std::vector<std::string>& claves,
+                                                  const Client& client, Console& console) {
+  const auto quantities = BuildClavisFilter(claves);
+  if (!quantities.Ok()) {
+    return Result<PreparedRequest>::Failure(quantities.GetStatus());
+  }
+  LineTimeZone zone = LookUpLineZone(client, selection.factory, selection.line, console);
+  auto request = BuildMeasurementRequest(selection, ids, quantities.Value(), zone,
+                                         std::chrono::system_clock::now());
+  if (!request.Ok()) {
+    return Result<PreparedRequest>::Failure(request.GetStatus());
+  }
+  return Result<PreparedRequest>::Success(
+      {std::move(request).Value(), quantities.Value(), std::move(zone)});
 }
 
 }  // namespace vrex::cli

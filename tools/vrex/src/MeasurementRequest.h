@@ -31,15 +31,24 @@ ByIdQuery MakeByIdQuery(const SelectionArguments& selection, const std::vector<i
   return query;
 }
 
-/// The quantities of --clavis; fails on one that is not six parts.
-Result<Korvan::KQ::DataContracts::ClavisFilter> BuildClavisFilter(
-    const std::vector<std::string>& claves);
+/// Adds the selection options and --id.
+void AddTestChoiceArguments(CLI::App& command, SelectionArguments& selection,
+                            std::vector<int>& ids);
 
-/// Fails when the time options do not read. A filter without items asks for
-/// every quantity.
-Result<MeasurementRequest> BuildMeasurementRequest(
-    const SelectionArguments& selection, const std::vector<int>& ids,
-    const Korvan::KQ::DataContracts::ClavisFilter& quantities, const LineTimeZone& zone,
-    SystemTime now);
+/// A request, the quantities it asks for and the zone of its line, in which
+/// its times were read.
+struct PreparedRequest {
+  MeasurementRequest request;
+  Korvan::KQ::DataContracts::ClavisFilter quantities;
+  LineTimeZone zone;
+};
+
+/// Reads --clavis (sending nothing when it is wrong), looks up the line's
+/// time zone and builds the request; fails on a quantity that is not six
+/// parts or a time that does not read.
+Result<PreparedRequest> PrepareMeasurementRequest(const SelectionArguments& selection,
+                                                  const std::vector<int>& ids,
+                                                  const std::vector<std::string>& claves,
+                                                  const Client& client, Console& console);
 
 }  // namespace vrex::cli

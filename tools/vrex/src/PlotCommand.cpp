@@ -92,27 +92,20 @@ ExitCode Run(const PlotArguments& arguments, Console& console) {
                 << '\n';
     return ExitCode::Failure;
   }
-  const auto quantities = BuildClavisFilter(arguments.claves);
-  if (!quantities.Ok()) {
-    return UsageError(quantities.GetStatus().Message(), console);
-  }
   const Client client(MakeClientOptions(arguments.server, console));
-  const LineTimeZone zone =
-      LookUpLineZone(client, arguments.selection.factory, arguments.selection.line, console);
-  const auto request =
-      BuildMeasurementRequest(arguments.selection, arguments.ids, quantities.Value(), zone,
-                              std::chrono::system_clock::now());
-  if (!request.Ok()) {
-    return UsageError(request.GetStatus().Message(), console);
+  const auto prepared = PrepareMeasurementRequest(arguments.selection, arguments.ids,
+                                                  arguments.claves, client, console);
+  if (!prepared.Ok()) {
+    return UsageError(prepared.GetStatus().Message(), console);
   }
-  const auto answer = Fetch(client, request.Value());
+  const auto answer = Fetch(client, prepared.Value().request);
   if (const ExitCode code = ReportOutcome(answer.GetStatus(), arguments.server, console);
       code != ExitCode::Ok) {
     return code;
   }
+  const dc::ClavisFilter& quantities = prepared.Value().quantities;
   const auto script = BuildPlotScript(
-      answer.Value(), {quantities.Value().items().begin(), quantities.Value().items().end()},
-      options);
+      answer.Value(), {quantities.items().begin(), quantities.items().end()}, options);
   if (!script.Ok()) {
     console.err << "vrex: " << script.GetStatus().Message() << '\n';
     return ExitCode::Failure;
@@ -148,10 +141,7 @@ void AddPlotCommand(const CommandSetup& setup) {
        "runup.png\n"},
       arguments, &Run);
   AddServerArguments(command, arguments->server);
-  AddSelectionArguments(command, arguments->selection);
-  command.add_option("--id", arguments->ids,
-                     "Only the tests with these identifiers (repeatable; the filters are then "
-                     "not used)");
+  AddTestChoiceArguments(command, arguments->selection, arguments->ids);
   command
       .add_option("--clavis", arguments->claves,
                   "Quantity to draw, its six parts (Mode to Sensor) joined by / as `vrex "

@@ -46,19 +46,13 @@ ExitCode RunTests(const TestArguments& arguments, Console& console) {
 }
 
 ExitCode RunMeasurements(const TestArguments& arguments, Console& console) {
-  const auto quantities = BuildClavisFilter(arguments.claves);
-  if (!quantities.Ok()) {
-    return UsageError(quantities.GetStatus().Message(), console);
-  }
   const Client client(MakeClientOptions(arguments.server, console));
-  const LineTimeZone zone =
-      LookUpLineZone(client, arguments.selection.factory, arguments.selection.line, console);
-  const auto request =
-      BuildMeasurementRequest(arguments.selection, arguments.ids, quantities.Value(), zone,
-                              std::chrono::system_clock::now());
-  if (!request.Ok()) {
-    return UsageError(request.GetStatus().Message(), console);
+  const auto prepared = PrepareMeasurementRequest(arguments.selection, arguments.ids,
+                                                  arguments.claves, client, console);
+  if (!prepared.Ok()) {
+    return UsageError(prepared.GetStatus().Message(), console);
   }
+  const LineTimeZone& zone = prepared.Value().zone;
   const auto render = [&zone, csv = arguments.csv](const dc::MeasurementContainer& measurements) {
     return csv ? MeasurementsCsv(measurements) : RenderMeasurements(measurements, zone);
   };
@@ -66,7 +60,7 @@ ExitCode RunMeasurements(const TestArguments& arguments, Console& console) {
       [&](const auto& query) {
         return SendAndPrint(client, query, arguments.server, arguments.json, console, render);
       },
-      request.Value());
+      prepared.Value().request);
 }
 
 CLI::App& AddTestCommand(const CommandSetup& setup, const CommandText& text,
@@ -74,10 +68,7 @@ CLI::App& AddTestCommand(const CommandSetup& setup, const CommandText& text,
                          ExitCode (*run)(const TestArguments&, Console&)) {
   CLI::App& command = AddCommand(setup, text, arguments, run);
   AddServerArguments(command, arguments->server);
-  AddSelectionArguments(command, arguments->selection);
-  command.add_option("--id", arguments->ids,
-                     "Only the tests with these identifiers (repeatable; the filters are then "
-                     "not used)");
+  AddTestChoiceArguments(command, arguments->selection, arguments->ids);
   CLI::Option* json =
       command.add_flag("--json", arguments->json, "Machine-readable output: the answer as JSON");
   command.add_flag("--csv", arguments->csv, "The answer as CSV (RFC 4180) for spreadsheets")
