@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
-# Sets up (packages, configure, build), starts the stub results server with
-# the sample plant on an ephemeral port, runs the plant overview example
-# against it, and stops the server.
+# Sets up (packages, configure, and a build of only what the demo runs: the
+# library, the stub, the example and vrex), starts the stub results server
+# with the sample plant on an ephemeral port, runs the plant overview example
+# and vrex against it, and stops the server. run-tests.sh builds the rest.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-[[ -n "${VREX_SKIP_SETUP:-}" ]] || bash scripts/setup.sh >/dev/null
+[[ -n "${VREX_SKIP_SETUP:-}" ]] || bash scripts/setup.sh vrex-stub plant_overview vrex >/dev/null
 build_dir="${VREX_BUILD_DIR:-build}"
 
 log="$(mktemp)"
@@ -23,3 +24,14 @@ done
 echo "Stub results server with the sample plant at $url"
 echo
 "$build_dir/examples/plant_overview" "$url"
+line=(--factory Plant-North --line Line-A)
+echo
+echo "\$ vrex tests URL ${line[*]} --last 3"
+"$build_dir/tools/vrex/vrex" tests "$url" "${line[@]}" --last 3
+if command -v gnuplot >/dev/null; then
+  picture="$build_dir/demo-spectrum.png"
+  "$build_dir/tools/vrex/vrex" plot "$url" "${line[@]}" --clavis \
+    'Idle/FFT/Mic-1/Gearbox/Spectrum/MIC-4189-A' -o "$picture"
+  echo
+  echo "vrex plot drew the idle spectra of the tests into $picture"
+fi

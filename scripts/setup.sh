@@ -1,6 +1,9 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the project needs (only those missing),
-# configures and builds into ./build (override with VREX_BUILD_DIR).
+# configures and builds into ./build (override with VREX_BUILD_DIR): the
+# targets given as arguments, or everything.
+#   bash scripts/setup.sh                  # library, tools, examples, tests
+#   bash scripts/setup.sh vrex vrex-stub   # only these (and what they need)
 set -euo pipefail
 
 cd "$(dirname "$0")/.."
@@ -14,6 +17,8 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   # TLS tests run a local HTTPS front with a throw-away certificate.
   nginx-light openssl
+  # vrex plot draws with gnuplot.
+  gnuplot-nox
   # Fuzzing and sanitizer builds.
   clang-14 libfuzzer-14-dev libclang-rt-14-dev
 )
@@ -32,4 +37,6 @@ fi
 
 cmake -S . -B "$build_dir" -G Ninja -DCMAKE_BUILD_TYPE="${VREX_BUILD_TYPE:-RelWithDebInfo}" \
   ${VREX_CMAKE_ARGS:-}
-cmake --build "$build_dir" -j "$(nproc)"
+targets=()
+for target in "$@"; do targets+=(--target "$target"); done
+cmake --build "$build_dir" -j "$(nproc)" "${targets[@]}"

@@ -1,13 +1,17 @@
-// The pure parts of vrex: exit codes, failure messages, units, tables,
-// progress and trace lines.
+// The pure parts of vrex: exit codes, failure messages, units, tables, CSV,
+// numbers, progress and trace lines.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cmath>
+
+#include "Csv.h"
 #include "FailureReport.h"
 #include "ProgressBar.h"
 #include "TextTable.h"
 #include "Unit.pb.h"
+#include "ValueCurves.h"
 #include "ValueSummary.h"
 #include "WireTrace.h"
 
@@ -38,15 +42,6 @@ TEST(ExitCodes, FollowTheOutcome) {
   for (const auto& [event, status, code] : cases) {
     EXPECT_EQ(ExitCodeFor(MakeOutcome(event, status)), code) << ToString(event) << " " << status;
   }
-}
-
-TEST(ExitCodes, TheTableNamesEveryCodeOnce) {
-  std::set<int> codes;
-  for (const ExitCodeMeaning& entry : ExitCodeTable()) {
-    EXPECT_TRUE(codes.insert(ToInt(entry.code)).second) << ToInt(entry.code);
-    EXPECT_FALSE(entry.meaning.empty());
-  }
-  EXPECT_EQ(codes, (std::set<int>{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11}));
 }
 
 TEST(FailureMessages, NameTheCauseAndANextStep) {
@@ -96,6 +91,22 @@ TEST(Tables, AlignColumnsByCharactersNotBytes) {
   table.AddRow({"\u00b5V", "1"});
   table.AddRow({"volt", "2"});
   EXPECT_EQ(table.Render(), "NAME  VALUE\n\u00b5V    1\nvolt  2\n");
+}
+
+TEST(Csv, QuotesOnlyWhatRfc4180Requires) {
+  const std::vector<std::pair<std::string, std::string>> cases = {
+      {"plain text", "plain text"},     {"a,b", "\"a,b\""},   {"say \"hi\"", "\"say \"\"hi\"\"\""},
+      {"two\nlines", "\"two\nlines\""}, {"cr\r", "\"cr\r\""}, {"", ""}};
+  for (const auto& [text, field] : cases) EXPECT_EQ(CsvField(text), field) << text;
+  EXPECT_EQ(CsvRecord({"a", "", "b,c"}), "a,,\"b,c\"\r\n");
+}
+
+TEST(Numbers, AreShortYetExact) {
+  EXPECT_EQ(FloatText(72.4F), "72.4");
+  EXPECT_EQ(FloatText(-0.013F), "-0.013");
+  EXPECT_EQ(AxisText(20.0 + 6 * static_cast<double>(0.1F)), "20.6");
+  EXPECT_EQ(AxisText(12345678.9), "12345679");
+  EXPECT_EQ(AxisText(std::nan("")), "");
 }
 
 TEST(Progress, ShowsShareAndBytesOrBytesAlone) {

@@ -33,13 +33,6 @@ TEST(RelativeSpans, AreReadInEveryUnitAndCombination) {
   }
 }
 
-TEST(TimeArgumentsFromNow, CountBack) {
-  const SystemTime now = Utc(1'710'223'091);
-  const auto parsed = ParseTimeArgument("2h", now, kBerlin);
-  ASSERT_TRUE(parsed.Ok()) << parsed.GetStatus().Message();
-  EXPECT_EQ(parsed.Value(), now - hours(2));
-}
-
 TEST(Iso8601Arguments, HonourOffsetsOrTheLinesZone) {
   struct Case {
     std::string text;

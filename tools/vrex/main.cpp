@@ -5,9 +5,14 @@
 #include <iostream>
 
 #include "App.h"
+#include "HelpFormatter.h"
 
 int main(int argc, char** argv) {
-  vrex::cli::Console console{std::cin, std::cout, std::cerr, isatty(STDOUT_FILENO) == 1,
-                             isatty(STDERR_FILENO) == 1};
+  vrex::cli::Console console{std::cin,
+                             std::cout,
+                             std::cerr,
+                             isatty(STDOUT_FILENO) == 1,
+                             isatty(STDERR_FILENO) == 1,
+                             vrex::cli::TerminalColumns(STDOUT_FILENO)};
   return vrex::cli::RunVrex(argc, argv, console);
 }

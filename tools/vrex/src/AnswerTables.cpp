@@ -1,6 +1,5 @@
 #include "AnswerTables.h"
 
-#include <map>
 #include <sstream>
 
 #include "LogLevel.pb.h"
@@ -88,21 +87,22 @@ std::string DefectsText(const dc::DefectReport& report) {
 
 }  // namespace
 
+std::map<int, const dc::Measurement*> TestsInOrder(const dc::MeasurementContainer& container) {
+  // The answer's map has no order; people read tests by identifier.
+  std::map<int, const dc::Measurement*> sorted;
+  for (const auto& [id, measurement] : container.measurements()) {
+    sorted[id] = &measurement;
+  }
+  return sorted;
+}
+
 std::string RenderMeasurements(const dc::MeasurementContainer& container,
                                const LineTimeZone& zone) {
   if (container.measurements().empty()) {
     return "No measurements match.\n";
   }
-  // The map is keyed by test identifier; people read them in that order.
-  const std::map<int, const dc::Measurement*> tests = [&container] {
-    std::map<int, const dc::Measurement*> sorted;
-    for (const auto& [id, measurement] : container.measurements()) {
-      sorted[id] = &measurement;
-    }
-    return sorted;
-  }();
   std::string text;
-  for (const auto& [id, measurement] : tests) {
+  for (const auto& [id, measurement] : TestsInOrder(container)) {
     if (!text.empty()) {
       text += "\n";
     }

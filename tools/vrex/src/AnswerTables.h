@@ -2,6 +2,7 @@
 // Answers as tables for people: test headers, measurements and log entries,
 // times in the line's zone.
 
+#include <map>
 #include <string>
 
 #include "GeneralInformation.pb.h"
@@ -21,6 +22,10 @@ std::string RenderTestTable(const Korvan::KQ::DataContracts::GeneralInformationC
 /// test in a line, as the heading of its values.
 std::string DescribeTest(const Korvan::KQ::DataContracts::GeneralInformation& test,
                          const LineTimeZone& zone);
+
+/// The tests of a measurement answer in ascending identifier order.
+std::map<int, const Korvan::KQ::DataContracts::Measurement*> TestsInOrder(
+    const Korvan::KQ::DataContracts::MeasurementContainer& container);
 
 /// Tests in ascending identifier order; "No measurements match." when empty.
 std::string RenderMeasurements(const Korvan::KQ::DataContracts::MeasurementContainer& container,

@@ -1,6 +1,7 @@
 #include "App.h"
 
 #include "Commands.h"
+#include "HelpFormatter.h"
 
 namespace vrex::cli {
 
@@ -16,12 +17,10 @@ std::string ExitCodeHelp() {
 
 std::string MainFooter() {
   return "\nEXAMPLES\n"
-         "  vrex version http://results:8080\n"
          "  vrex topology http://results:8080\n"
-         "  vrex tests http://results:8080 --factory Plant-North --line Line-A --since 1h "
-         "--bench Bench-3\n"
-         "  vrex list --family Measurements\n"
-         "  vrex template MeasurementQuery > query.json\n"
+         "  vrex tests http://results:8080 --factory Plant-North --line Line-A --since 1h\n"
+         "  vrex plot http://results:8080 --factory Plant-North --line Line-A --id 1001 --id 1002 "
+         "--clavis 'Idle/FFT/Mic-1/Gearbox/Spectrum/MIC-4189-A' -o spectrum.png\n"
          "  vrex call http://results:8080 MeasurementQuery -d @query.json\n"
          "\nThe token is taken from --token or $VREX_TOKEN. Run `vrex COMMAND --help` for the "
          "options and examples of a command.\n\n" +
@@ -32,10 +31,11 @@ std::string MainFooter() {
 
 int RunVrex(int argc, const char* const* argv, Console& console) {
   CLI::App app{
-      "vrex: the results server from the command line. Every request of the contract "
-      "is one command away; the schema is built in, so list, describe and template "
-      "work offline.",
+      "vrex: the results server from the command line. Every request of the contract is one "
+      "command away; list, describe and template work offline.",
       "vrex"};
+  // Set before the commands are added: they take the formatter over.
+  app.formatter(std::make_shared<HelpFormatter>(console.columns));
   app.require_subcommand(1);
   app.set_version_flag("--version", "vrex " VREX_CLI_VERSION);
   app.footer(MainFooter());
@@ -46,6 +46,8 @@ int RunVrex(int argc, const char* const* argv, Console& console) {
   AddTopologyCommands(setup);
   AddTestCommands(setup);
   AddLogCommand(setup);
+  AddPlotCommand(setup);
+  AddCompletionCommand(setup);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

@@ -25,10 +25,12 @@ struct CommandSetup {
   CommandAction& action;
 };
 
-/// The help of a command: its description on top and an EXAMPLES section
-/// below the options.
+/// The help of a command: the summary is its line in `vrex --help`; its own
+/// help shows the description on top and an EXAMPLES section below the
+/// options.
 struct CommandText {
   std::string name;
+  std::string summary;
   std::string description;
   std::string examples;
 };
@@ -73,10 +75,12 @@ ExitCode SendAndPrint(const Client& client, const Query& query, const ServerArgu
 }
 
 // The commands, each file registering its own.
-void AddSchemaCommands(const CommandSetup& setup);    ///< list, describe, template (offline)
-void AddRequestCommands(const CommandSetup& setup);   ///< call, download: any request from JSON
-void AddTopologyCommands(const CommandSetup& setup);  ///< version, topology
-void AddTestCommands(const CommandSetup& setup);      ///< tests, measurements
-void AddLogCommand(const CommandSetup& setup);        ///< log
+void AddSchemaCommands(const CommandSetup& setup);     ///< list, describe, template (offline)
+void AddRequestCommands(const CommandSetup& setup);    ///< call, download: any request from JSON
+void AddTopologyCommands(const CommandSetup& setup);   ///< version, topology
+void AddTestCommands(const CommandSetup& setup);       ///< tests, measurements
+void AddLogCommand(const CommandSetup& setup);         ///< log
+void AddPlotCommand(const CommandSetup& setup);        ///< plot
+void AddCompletionCommand(const CommandSetup& setup);  ///< completion
 
 }  // namespace vrex::cli

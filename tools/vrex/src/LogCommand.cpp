@@ -1,5 +1,6 @@
 #include <memory>
 
+#include "AnswerCsv.h"
 #include "AnswerTables.h"
 #include "Commands.h"
 #include "LogEntryQuery.pb.h"
@@ -21,6 +22,7 @@ struct LogArguments {
   std::string source;
   std::string level;
   bool json = false;
+  bool csv = false;
 };
 
 std::string LevelNames() {
@@ -72,7 +74,9 @@ ExitCode Run(const LogArguments& arguments, Console& console) {
     return ExitCode::Usage;
   }
   return SendAndPrint(client, query.Value(), arguments.server, arguments.json, console,
-                      [&zone](const auto& log) { return RenderLog(log, zone); });
+                      [&zone, csv = arguments.csv](const dc::LogEntryContainer& log) {
+                        return csv ? LogCsv(log, zone) : RenderLog(log, zone);
+                      });
 }
 
 }  // namespace
@@ -81,10 +85,10 @@ void AddLogCommand(const CommandSetup& setup) {
   auto arguments = std::make_shared<LogArguments>();
   CLI::App& command = AddCommand(
       setup,
-      {"log",
+      {"log", "Show the server's log entries",
        "Shows the server's log entries of a context (factory, line, bench), optionally of one "
        "source, level and time window. Times are shown in the line's time zone when the "
-       "topology states it, else in UTC.",
+       "topology states it, else in UTC (in ISO 8601 with the offset, also with --csv).",
        "  vrex log http://results:8080 --factory Plant-North --line Line-A --since 2h\n"
        "  vrex log http://results:8080 --level Error --since 1d\n"
        "  vrex log http://results:8080 --factory Plant-North --line Line-A --bench Bench-3 "
@@ -96,7 +100,10 @@ void AddLogCommand(const CommandSetup& setup) {
   command.add_option("--source", arguments->source, "Only entries of this source context");
   command.add_option("--level", arguments->level,
                      "Only entries of this level (" + LevelNames() + ")");
-  command.add_flag("--json", arguments->json, "Machine-readable output: the answer as JSON");
+  CLI::Option* json =
+      command.add_flag("--json", arguments->json, "Machine-readable output: the answer as JSON");
+  command.add_flag("--csv", arguments->csv, "The answer as CSV (RFC 4180) for spreadsheets")
+      ->excludes(json);
 }
 
 }  // namespace vrex::cli

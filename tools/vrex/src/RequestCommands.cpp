@@ -222,7 +222,7 @@ void AddCall(const CommandSetup& setup) {
   auto arguments = std::make_shared<CallArguments>();
   CLI::App& command = AddCommand(
       setup,
-      {"call",
+      {"call", "Send any request as JSON and print the answer",
        "Sends any request of the contract, written as proto3 JSON with the contract's field "
        "names, and prints the answer as JSON. A command prints its outcome; a file request "
        "writes the file to standard output (or use `vrex download`). Unknown fields are errors.",
@@ -249,7 +249,7 @@ void AddDownload(const CommandSetup& setup) {
   auto arguments = std::make_shared<DownloadArguments>();
   CLI::App& command = AddCommand(
       setup,
-      {"download",
+      {"download", "Save the file that a file request is answered with",
        "Saves the file a file request is answered with (archive data, WAV recording, CSV "
        "export). The file is written under a temporary name and renamed when complete, so FILE "
        "is never left half written. Shows a progress bar when stderr is a terminal.",

@@ -337,7 +337,7 @@ void AddSchemaCommands(const CommandSetup& setup) {
   auto list = std::make_shared<ListArguments>();
   CLI::App& listCommand = AddCommand(
       setup,
-      {"list",
+      {"list", "List the requests the server accepts, by area (offline)",
        "Lists every request the server accepts, grouped by area, with its kind (query: "
        "answered by a message; command: answered by its outcome; file: answered by a file) and "
        "its answer.",
@@ -348,7 +348,7 @@ void AddSchemaCommands(const CommandSetup& setup) {
 
   auto describedType = std::make_shared<std::string>();
   AddCommand(setup,
-             {"describe",
+             {"describe", "Show the fields of a message or an enumeration (offline)",
               "Shows the fields of a contract message (number, name, type, presence) or the "
               "values of an enumeration, from the schema built into vrex.",
               "  vrex describe MeasurementQuery\n  vrex describe TimeFilter\n"
@@ -359,7 +359,7 @@ void AddSchemaCommands(const CommandSetup& setup) {
 
   auto templateType = std::make_shared<std::string>();
   AddCommand(setup,
-             {"template",
+             {"template", "Print a JSON skeleton of a request to edit (offline)",
               "Prints a JSON skeleton of a request (or any contract message) with every field, "
               "to edit and pass to `vrex call -d @file`. Remove what you do not need: an absent "
               "filter does not restrict.",

@@ -1,13 +1,12 @@
 #include <memory>
+#include <variant>
 
+#include "AnswerCsv.h"
 #include "AnswerTables.h"
 #include "Commands.h"
 #include "GeneralInformationByIdQuery.pb.h"
 #include "GeneralInformationQuery.pb.h"
-#include "MeasurementByIdQuery.pb.h"
-#include "MeasurementQuery.pb.h"
-#include "SelectionOptions.h"
-#include "vrex/data/Clavis.h"
+#include "MeasurementRequest.h"
 
 namespace vrex::cli {
 
@@ -21,29 +20,20 @@ struct TestArguments {
   std::vector<int> ids;
   std::vector<std::string> claves;
   bool json = false;
+  bool csv = false;
 };
-
-template <class ByIdQuery>
-ByIdQuery MakeByIdQuery(const TestArguments& arguments) {
-  ByIdQuery query;
-  query.set_factory(arguments.selection.factory);
-  query.set_line(arguments.selection.line);
-  for (const int id : arguments.ids) {
-    query.add_identifier(id);
-  }
-  return query;
-}
 
 ExitCode RunTests(const TestArguments& arguments, Console& console) {
   const Client client(MakeClientOptions(arguments.server, console));
   const LineTimeZone zone =
       LookUpLineZone(client, arguments.selection.factory, arguments.selection.line, console);
-  const auto render = [&zone](const dc::GeneralInformationContainer& tests) {
-    return RenderTestTable(tests, zone);
+  const auto render = [&zone, csv = arguments.csv](const dc::GeneralInformationContainer& tests) {
+    return csv ? TestsCsv(tests, zone) : RenderTestTable(tests, zone);
   };
   if (!arguments.ids.empty()) {
-    return SendAndPrint(client, MakeByIdQuery<dc::GeneralInformationByIdQuery>(arguments),
-                        arguments.server, arguments.json, console, render);
+    return SendAndPrint(
+        client, MakeByIdQuery<dc::GeneralInformationByIdQuery>(arguments.selection, arguments.ids),
+        arguments.server, arguments.json, console, render);
   }
   const auto filters =
       BuildSelectionFilters(arguments.selection, zone, std::chrono::system_clock::now());
@@ -55,45 +45,22 @@ ExitCode RunTests(const TestArguments& arguments, Console& console) {
   return SendAndPrint(client, query, arguments.server, arguments.json, console, render);
 }
 
-Result<dc::ClavisFilter> BuildClavisFilter(const std::vector<std::string>& claves) {
-  dc::ClavisFilter filter;
-  for (const std::string& text : claves) {
-    auto clavis = data::ParseClavis(text);
-    if (!clavis.Ok()) {
-      return Result<dc::ClavisFilter>::Failure("--clavis " + clavis.GetStatus().Message() +
-                                               ", as `vrex measurements` shows them");
-    }
-    *filter.add_items() = std::move(clavis).Value();
-  }
-  return Result<dc::ClavisFilter>::Success(std::move(filter));
-}
-
 ExitCode RunMeasurements(const TestArguments& arguments, Console& console) {
-  const auto clavisFilter = BuildClavisFilter(arguments.claves);
-  if (!clavisFilter.Ok()) {
-    return UsageError(clavisFilter.GetStatus().Message(), console);
-  }
   const Client client(MakeClientOptions(arguments.server, console));
-  const LineTimeZone zone =
-      LookUpLineZone(client, arguments.selection.factory, arguments.selection.line, console);
-  const auto render = [&zone](const dc::MeasurementContainer& measurements) {
-    return RenderMeasurements(measurements, zone);
+  const auto prepared = PrepareMeasurementRequest(arguments.selection, arguments.ids,
+                                                  arguments.claves, client, console);
+  if (!prepared.Ok()) {
+    return UsageError(prepared.GetStatus().Message(), console);
+  }
+  const LineTimeZone& zone = prepared.Value().zone;
+  const auto render = [&zone, csv = arguments.csv](const dc::MeasurementContainer& measurements) {
+    return csv ? MeasurementsCsv(measurements) : RenderMeasurements(measurements, zone);
   };
-  const bool restricted = !arguments.claves.empty();
-  if (!arguments.ids.empty()) {
-    auto query = MakeByIdQuery<dc::MeasurementByIdQuery>(arguments);
-    if (restricted) *query.mutable_clavis() = clavisFilter.Value();
-    return SendAndPrint(client, query, arguments.server, arguments.json, console, render);
-  }
-  const auto filters =
-      BuildSelectionFilters(arguments.selection, zone, std::chrono::system_clock::now());
-  if (!filters.Ok()) {
-    return UsageError(filters.GetStatus().Message(), console);
-  }
-  dc::MeasurementQuery query;
-  ApplySelection(arguments.selection, filters.Value(), query);
-  if (restricted) *query.mutable_clavis() = clavisFilter.Value();
-  return SendAndPrint(client, query, arguments.server, arguments.json, console, render);
+  return std::visit(
+      [&](const auto& query) {
+        return SendAndPrint(client, query, arguments.server, arguments.json, console, render);
+      },
+      prepared.Value().request);
 }
 
 CLI::App& AddTestCommand(const CommandSetup& setup, const CommandText& text,
@@ -101,11 +68,11 @@ CLI::App& AddTestCommand(const CommandSetup& setup, const CommandText& text,
                          ExitCode (*run)(const TestArguments&, Console&)) {
   CLI::App& command = AddCommand(setup, text, arguments, run);
   AddServerArguments(command, arguments->server);
-  AddSelectionArguments(command, arguments->selection);
-  command.add_option("--id", arguments->ids,
-                     "Only the tests with these identifiers (repeatable; the filters are then "
-                     "not used)");
-  command.add_flag("--json", arguments->json, "Machine-readable output: the answer as JSON");
+  AddTestChoiceArguments(command, arguments->selection, arguments->ids);
+  CLI::Option* json =
+      command.add_flag("--json", arguments->json, "Machine-readable output: the answer as JSON");
+  command.add_flag("--csv", arguments->csv, "The answer as CSV (RFC 4180) for spreadsheets")
+      ->excludes(json);
   return command;
 }
 
@@ -120,8 +87,10 @@ const char* const kSelectionHelp =
 void AddTestCommands(const CommandSetup& setup) {
   AddTestCommand(
       setup,
-      {"tests",
-       std::string("Lists the test results (headers) of a line as a table.") + kSelectionHelp,
+      {"tests", "List the test results of a line",
+       std::string("Lists the test results (headers) of a line as a table, or with --csv as "
+                   "CSV with one header row.") +
+           kSelectionHelp,
        "  vrex tests http://results:8080 --factory Plant-North --line Line-A --since "
        "1h --bench Bench-3\n"
        "  vrex tests http://results:8080 --factory Plant-North --line Line-A --from "
@@ -132,10 +101,11 @@ void AddTestCommands(const CommandSetup& setup) {
   auto arguments = std::make_shared<TestArguments>();
   AddTestCommand(
       setup,
-      {"measurements",
+      {"measurements", "Show the measured values of tests",
        std::string("Shows the measured values of tests with their units, one table per test; "
                    "vectors, tracks and matrices are summarised by size and ranges, defects "
-                   "follow.") +
+                   "follow. With --csv every point of every value is one row (test id, "
+                   "quantity, x, z, y and their units), ready for a spreadsheet or a notebook.") +
            kSelectionHelp,
        "  vrex measurements http://results:8080 --factory Plant-North --line Line-A --last 1\n"
        "  vrex measurements http://results:8080 --factory Plant-North --line Line-A --id 1002 "
@@ -143,8 +113,8 @@ void AddTestCommands(const CommandSetup& setup) {
        "      --clavis 'Run-Up/Level/Mic-1/Gearbox/RMS/MIC-4189-A'\n"},
       arguments, &RunMeasurements)
       .add_option("--clavis", arguments->claves,
-                  "Only this quantity, as Mode/Instrument/Channel/Location/"
-                  "InstrumentParameter/Sensor (repeatable)");
+                  "Only this quantity, its six parts (Mode, Instrument, Channel, Location, "
+                  "InstrumentParameter, Sensor) joined by / (repeatable)");
 }
 
 }  // namespace vrex::cli

@@ -86,7 +86,7 @@ void AddReadCommand(const CommandSetup& setup, const CommandText& text,
 
 void AddTopologyCommands(const CommandSetup& setup) {
   AddReadCommand(setup,
-                 {"version",
+                 {"version", "Check the server's interface version",
                   "Asks the server for its interface version and tells whether this vrex "
                   "accepts it. The exit status is 0 when it is accepted and 7 when not.",
                   "  vrex version http://results:8080\n"
@@ -94,7 +94,7 @@ void AddTopologyCommands(const CommandSetup& setup) {
                   "  vrex version http://results:8080 && echo ready\n"},
                  &RunVersion);
   AddReadCommand(setup,
-                 {"topology",
+                 {"topology", "Show the factories, lines and benches",
                   "Shows the plant as the server knows it: factories, lines with their time "
                   "zones, and test benches. These names go into --factory, --line and --bench.",
                   "  vrex topology http://results:8080\n"

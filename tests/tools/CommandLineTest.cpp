@@ -1,0 +1,425 @@
+// vrex as users run it, against the sample plant: what each command prints,
+// what it sends, its exit status and the files it leaves, one case per
+// behaviour.
+
+#include <gmock/gmock.h>
+#include <google/protobuf/util/message_differencer.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <sstream>
+
+#include "ChildProcess.h"
+#include "GeneralInformationByIdQuery.pb.h"
+#include "GeneralInformationQuery.pb.h"
+#include "GetShiftQuery.pb.h"
+#include "LogEntryContainer.pb.h"
+#include "LogEntryQuery.pb.h"
+#include "MeasurementQuery.pb.h"
+#include "SimpleTopologyContainer.pb.h"
+#include "VersionDTO.pb.h"
+#include "VrexHarness.h"
+#include "vrex/MessageJson.h"
+#include "vrex/RequestCatalog.h"
+#include "vrex/data/Time.h"
+
+namespace vrex::cli {
+namespace {
+
+namespace dc = ::Korvan::KQ::DataContracts;
+using testing::BodyAnswer;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::Not;
+using testing::PlantServerTest;
+using testing::VrexRun;
+
+using SetUp = std::function<void(PlantServerTest&)>;
+using Check = std::function<void(const VrexRun&, const PlantServerTest&)>;
+
+struct Case {
+  std::string name;
+  std::string arguments;  ///< split at "|"; "{url}" is the server, "{dir}" a scratch directory
+  int exitCode = 0;
+  std::string out = "";  ///< parts of standard output, split at "|"
+  std::string err = "";  ///< parts of standard error, split at "|"
+  SetUp setUp = nullptr;
+  Check check = nullptr;
+};
+
+void PrintTo(const Case& testCase, std::ostream* os) { *os << testCase.name; }
+
+std::vector<std::string> Split(const std::string& text) {
+  std::vector<std::string> parts;
+  std::istringstream stream(text);
+  for (std::string part; std::getline(stream, part, '|');) parts.push_back(part);
+  return parts;
+}
+
+std::string Contents(const std::filesystem::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+const std::string kLineA = "{url}|--factory=Plant-North|--line=Line-A";
+const std::string kSecret = "s3cret-gateway-token";
+const std::string kSpectrum = "|--clavis=Idle/FFT/Mic-1/Gearbox/Spectrum/MIC-4189-A";
+
+SetUp Serve(const std::string& type, int status, const std::string& body = "") {
+  return [=](PlantServerTest& test) { test.server.SetAnswer(type, BodyAnswer(status, body)); };
+}
+
+template <class Message>
+SetUp Serve(const std::string& type, const Message& message) {
+  return [=](PlantServerTest& test) { test.server.SetAnswerMessage(type, message); };
+}
+
+SetUp Environment(const char* token) {
+  return [token](PlantServerTest&) { setenv("VREX_TOKEN", token, 1); };
+}
+
+Check NothingSent() {
+  return [](const VrexRun&, const PlantServerTest& test) {
+    EXPECT_TRUE(test.server.Journal().empty());
+  };
+}
+
+Check OutMatches(std::string pattern) {
+  return [pattern](const VrexRun& run, const PlantServerTest&) {
+    EXPECT_THAT(run.out, ::testing::ContainsRegex(pattern));
+  };
+}
+
+Check SentToken(std::string token) {
+  return [token](const VrexRun&, const PlantServerTest& test) {
+    unsetenv("VREX_TOKEN");
+    const auto received = test.Received("ApiVersionQuery");
+    ASSERT_FALSE(received.empty());
+    const std::string* sent = received.back().FindHeader("GatewayApiAuthentication");
+    EXPECT_EQ(sent != nullptr ? *sent : "(none)", token);
+  };
+}
+
+template <class Query>
+Check Sent(std::string type, std::function<void(const Query&)> expect) {
+  return [=](const VrexRun&, const PlantServerTest& test) { expect(test.LastSent<Query>(type)); };
+}
+
+dc::VersionDTO Version(int major) {
+  dc::VersionDTO version;
+  version.set_major(major);
+  return version;
+}
+
+dc::SimpleTopologyContainer LineWithoutZone() {
+  dc::SimpleTopologyContainer topology;
+  topology.add_values()->set_name("Plant-North");
+  topology.mutable_values(0)->add_lines()->set_name("Line-A");
+  return topology;
+}
+
+dc::LogEntryContainer SampleLog() {
+  dc::LogEntryContainer log;
+  log.set_factory("Plant-North");
+  log.set_line("Line-A");
+  auto* entry = log.add_logentries();
+  entry->set_level(dc::Enumerator::Warning);
+  entry->set_sourcecontext("ArchiveWriter");
+  entry->set_message("Disk \"D\" almost full, 95%");
+  entry->set_exception("IOException: no space");
+  *entry->mutable_timestamp() =
+      data::FromSystemTime(std::chrono::system_clock::time_point(std::chrono::seconds(1710223091)));
+  return log;
+}
+
+using TestsQuery = dc::GeneralInformationQuery;
+
+const std::vector<Case> kCases = {
+    {"VersionAccepted", "version|{url}", 0, "server interface 4.2.1: accepted"},
+    {"VersionNotAccepted", "version|{url}", 7, "5.0.0: NOT accepted", "",
+     Serve("ApiVersionQuery", Version(5))},
+    {"VersionAsJson", "version|{url}|--json", 0, "\"Patch\": 1"},
+    {"TopologyTree", "topology|{url}", 0,
+     "\u251c\u2500\u2500 Plant-North\n|Line-A  (Europe/Berlin, UTC+01:00)|Line-C  "
+     "(America/Chicago, "
+     "UTC-06:00; benches Etc/UTC|\u2502   \u2502   \u2514\u2500\u2500 Bench-3\n"},
+    {"TestsInTheLinesZone", "tests|" + kLineA, 0,
+     "TIME (Europe/Berlin)|1001  2024-03-12T06:58:11+01:00  SN-24-0003141|NOK"},
+    {"TestsOfALineWithoutZoneInUtc", "tests|" + kLineA, 0, "TIME (UTC)|2024-03-12T05:58:11Z", "",
+     Serve("SimpleTopologyQuery", LineWithoutZone())},
+    {"TestsOfAnUnknownLineNoted", "tests|{url}|--factory=Plant-North|--line=Line-Z", 0,
+     "2024-03-12T05:58:11Z", "no line \"Line-Z\" in factory \"Plant-North\""},
+    {"TestsSendTheLineAndFilters",
+     "tests|" + kLineA + "|--last=5|--bench=Bench-3|--bench=Bench-1|--serial=SN-1", 0, "", "",
+     nullptr,
+     Sent<TestsQuery>("GeneralInformationQuery",
+                      [](const TestsQuery& query) {
+                        EXPECT_EQ(query.factory() + "/" + query.line(), "Plant-North/Line-A");
+                        EXPECT_EQ(query.lastn().topn(), 5);
+                        EXPECT_THAT(query.bench().items(), ElementsAre("Bench-3", "Bench-1"));
+                        EXPECT_THAT(query.serialnumber().items(), ElementsAre("SN-1"));
+                        EXPECT_FALSE(query.has_time());
+                      })},
+    {"TestsWindowReadInTheLinesZone",
+     "tests|" + kLineA + "|--from=2024-03-12T08:00|--until=2024-07-01T08:00:00Z", 0, "", "",
+     nullptr,
+     Sent<TestsQuery>("GeneralInformationQuery",
+                      [](const TestsQuery& query) {
+                        EXPECT_EQ(data::FormatIso8601(query.time().from()).Value(),
+                                  "2024-03-12T07:00:00.0000000Z");
+                        EXPECT_EQ(data::FormatIso8601(query.time().until()).Value(),
+                                  "2024-07-01T08:00:00.0000000Z");
+                        EXPECT_FALSE(query.has_lastn());
+                      })},
+    {"TestsSinceASpanBackFromNow", "tests|" + kLineA + "|--since=2h", 0, "", "", nullptr,
+     Sent<TestsQuery>("GeneralInformationQuery",
+                      [](const TestsQuery& query) {
+                        const auto span = data::ToSystemTime(query.time().until()).Value() -
+                                          data::ToSystemTime(query.time().from()).Value();
+                        EXPECT_EQ(std::chrono::duration_cast<std::chrono::minutes>(span).count(),
+                                  120);
+                      })},
+    {"TestsById", "tests|" + kLineA + "|--id=1002", 0, "1002  ", "", nullptr,
+     Sent<dc::GeneralInformationByIdQuery>("GeneralInformationByIdQuery",
+                                           [](const dc::GeneralInformationByIdQuery& query) {
+                                             EXPECT_THAT(query.identifier(), ElementsAre(1002));
+                                           })},
+    {"TestsAsCsv", "tests|" + kLineA + "|--csv", 0,
+     "id,time,serial,type,bench,result,test_kind,ordinal,last\r\n1001,2024-03-12T06:58:11+01:00,"
+     "SN-24-0003141,GX-200-4M,Bench-1,OK,End-of-line test,1,true\r\n|,NOK,End-of-line "
+     "test,1,false\r\n"},
+    {"TestsWindowBackwards", "tests|" + kLineA + "|--from=2024-03-12|--until=2024-03-11", 2, "",
+     "--until lies before --from"},
+    {"TestsWithoutLine", "tests|{url}|--factory=F", 2, "", "--line is required", nullptr,
+     NothingSent()},
+    {"TestsCsvOrJson", "tests|" + kLineA + "|--csv|--json", 2, "", "excludes"},
+    {"MeasurementsWithUnitsAndSummaries", "measurements|" + kLineA, 0,
+     "Test 1002  2024-03-12T07:01:47+01:00  SN-24-0003142|72.4 dB re 2e-05 Pa at 1500 rpm|8 "
+     "points, x 0..1750 Hz|3 vectors of 4 points|invalid: Sensor overload at 3800 rpm|Gearbox "
+     "noise above limit"},
+    {"MeasurementsOfOneQuantity", "measurements|" + kLineA + kSpectrum, 0, "", "", nullptr,
+     Sent<dc::MeasurementQuery>("MeasurementQuery",
+                                [](const dc::MeasurementQuery& query) {
+                                  ASSERT_EQ(query.clavis().items_size(), 1);
+                                  EXPECT_EQ(query.clavis().items(0).instrumentparameter(),
+                                            "Spectrum");
+                                })},
+    {"MeasurementsOfAnIncompleteQuantity", "measurements|" + kLineA + "|--clavis=Run-Up/Level", 2,
+     "", "has 2 parts", nullptr, NothingSent()},
+    {"MeasurementsById", "measurements|" + kLineA + "|--id=1002|--id=1004" + kSpectrum, 0,
+     "Test 1004", "", nullptr,
+     [](const VrexRun&, const PlantServerTest& test) {
+       EXPECT_EQ(test.Received("MeasurementByIdQuery").size(), 1U);
+       EXPECT_TRUE(test.Received("MeasurementQuery").empty());
+     }},
+    {"MeasurementsAsCsvOneRowPerPoint", "measurements|" + kLineA + "|--csv", 0,
+     "test_id,serial,quantity,kind,x,x_unit,z,z_unit,y,y_unit,note\r\n"
+     "|1002,SN-24-0003142,Run-Up/Level/Mic-1/Gearbox/RMS/MIC-4189-A,Scalar,1500,rpm,,,81.3,dB re "
+     "2e-05 Pa,\r\n|Spectrum/MIC-4189-A,Vector,250,Hz,,,64.7,dB re 2e-05 Pa,\r\n"
+     "|1001,SN-24-0003141,Run-Up/Tracker/Acc-1/Housing/Order 2 "
+     "level/ACC-356A,ScalarTrack,3800,rpm,,,0.29,m/s^2,\r\n|VectorTrack,500,Hz,3000,rpm,0.27,m/"
+     "s^2,\r\n|Order map/MIC-4189-A,Matrix,4,order,3000,rpm,50.3,dB re 2e-05 "
+     "Pa,\r\n|ACC-356B,Invalid,,,,,,,invalid: Sensor overload at 3800 rpm\r\n"},
+    {"LogEntriesAndTheirQuery", "log|" + kLineA + "|--level=Warning|--source=ArchiveWriter", 0,
+     "Log of Plant-North / Line-A|2024-03-12T06:58:11+01:00  Warning  ArchiveWriter|exception: "
+     "IOException: no space",
+     "", Serve("LogEntryQuery", SampleLog()),
+     Sent<dc::LogEntryQuery>("LogEntryQuery",
+                             [](const dc::LogEntryQuery& query) {
+                               EXPECT_EQ(query.level(), dc::Enumerator::Warning);
+                               EXPECT_EQ(query.sourcecontext(), "ArchiveWriter");
+                               EXPECT_FALSE(query.has_testbench() || query.has_fromtime());
+                             })},
+    {"LogAsCsvQuoted", "log|" + kLineA + "|--csv", 0,
+     "time,level,source,event,message,exception\r\n2024-03-12T06:58:11+01:00,Warning,"
+     "ArchiveWriter,,\"Disk \"\"D\"\" almost full, 95%\",IOException: no space\r\n",
+     "", Serve("LogEntryQuery", SampleLog())},
+    {"LogLevelUnknown", "log|{url}|--level=Loud", 2, "",
+     "Trace, Debug, Information, Warning, Error, Critical, None"},
+    {"CallPrintsJson", "call|{url}|ApiVersionQuery", 0, "\"Major\": 4"},
+    {"CallPrintsBinary", "call|{url}|ApiVersionQuery|--output=binary", 0, "", "", nullptr,
+     [](const VrexRun& run, const PlantServerTest&) {
+       dc::VersionDTO version;
+       ASSERT_TRUE(version.ParseFromString(run.out));
+       EXPECT_EQ(version.minor(), 2);
+     }},
+    {"CallACommandPrintsItsOutcome", "call|{url}|DeleteShiftCommand", 0,
+     "DeleteShiftCommand: succeeded"},
+    {"CallReadsTheRequestFromAFile", "call|{url}|GetShiftQuery|-d|@{dir}/q.json", 0, "", "",
+     [](PlantServerTest& test) { test.scratch.Write("q.json", R"({"Names": ["Night"]})"); },
+     Sent<dc::GetShiftQuery>(
+         "GetShiftQuery",
+         [](const dc::GetShiftQuery& query) { EXPECT_THAT(query.names(), ElementsAre("Night")); })},
+    {"CallUnknownField", R"(call|{url}|GetShiftQuery|-d|{"Nmaes": 1})", 2, "",
+     "unknown field \"Nmaes\"|vrex template GetShiftQuery", nullptr, NothingSent()},
+    {"CallUnknownRequest", "call|{url}|NoSuchQuery", 2, "", "knows no request \"NoSuchQuery\"",
+     nullptr, NothingSent()},
+    {"CallMissingFile", "call|{url}|GetShiftQuery|-d|@/nonexistent/q.json", 2, "",
+     "cannot read the request file \"/nonexistent/q.json\""},
+    {"CallUnknownAnswerType", "call|{url}|ApiVersionQuery|--answer-type=NoSuch", 2, "",
+     "no contract message is named \"NoSuch\"", nullptr, NothingSent()},
+    {"CallFileToStandardOutput", "call|{url}|WavFileQuery", 0, "RIFF-bytes", "",
+     Serve("WavFileQuery", 200, "RIFF-bytes")},
+    {"CallUnauthorized", "call|{url}|ApiVersionQuery|--retries=0", 4, "",
+     "server rejected the request: HTTP 401 (ApiPipeline_Unauthorized)|gateway token",
+     Serve("ApiVersionQuery", 401)},
+    {"CallServerFailed", "call|{url}|ApiVersionQuery|--retries=0", 5, "",
+     "server failed the request: HTTP 503|try again later", Serve("ApiVersionQuery", 503)},
+    {"CallUnreadableAnswer", "call|{url}|ApiVersionQuery", 6, "", "could not be read|vrex version",
+     Serve("ApiVersionQuery", 200, "\xff\xff\xff")},
+    {"CallUnreachable", "call|http://127.0.0.1:1|ApiVersionQuery|--retries=0", 3, "",
+     "cannot reach http://127.0.0.1:1: Connection refused|is the server running?"},
+    {"DownloadWritesTheFileQuietly", "download|{url}|WavFileQuery|-o|{dir}/1.wav", 0, "", "",
+     Serve("WavFileQuery", 200, std::string(100000, 'w')),
+     [](const VrexRun& run, const PlantServerTest& test) {
+       EXPECT_EQ(Contents(test.scratch.Path() / "1.wav"), std::string(100000, 'w'));
+       EXPECT_EQ(run.err + run.out, "");
+     }},
+    {"DownloadFailureKeepsTheOldFile", "download|{url}|CsvExportFileQuery|-o|{dir}/t.csv", 4, "",
+     "HTTP 404",
+     [](PlantServerTest& test) {
+       test.scratch.Write("t.csv", "old");
+       Serve("CsvExportFileQuery", 404)(test);
+     },
+     [](const VrexRun&, const PlantServerTest& test) {
+       EXPECT_EQ(Contents(test.scratch.Path() / "t.csv"), "old");
+       EXPECT_EQ(std::distance(std::filesystem::directory_iterator(test.scratch.Path()), {}), 1);
+     }},
+    {"DownloadIntoAMissingDirectory", "download|{url}|ArchiveFileQuery|-o|{dir}/no/a.kqa", 8, "",
+     "cannot write the file", Serve("ArchiveFileQuery", 200, "data")},
+    {"DownloadOfAQuery", "download|{url}|GetShiftQuery|-o|{dir}/x", 2, "",
+     "use `vrex call`|WavFileQuery", nullptr, NothingSent()},
+    {"TokenFromTheOption", "version|{url}|--token|" + kSecret, 0, "", "", nullptr,
+     SentToken(kSecret)},
+    {"TokenFromTheEnvironment", "version|{url}", 0, "", "", Environment("env"), SentToken("env")},
+    {"TokenOptionBeforeEnvironment", "version|{url}|--token|" + kSecret, 0, "", "",
+     Environment("env"), SentToken(kSecret)},
+    {"VerboseTraceMasksTheToken", "version|{url}|-v|--token|" + kSecret, 0, "",
+     "> POST /api/ApiVersionQuery HTTP/1.1\n|> GatewayApiAuthentication: ***\n|< HTTP/1.1 200 "
+     "OK\n|* ApiVersionQuery: HTTP 200, 1 attempt, ",
+     nullptr,
+     [](const VrexRun& run, const PlantServerTest&) {
+       EXPECT_THAT(run.err + run.out, Not(HasSubstr(kSecret)));
+     }},
+    {"InsecureWarns", "version|{url}|--insecure", 0, "", "warning: --insecure"},
+    {"TrailingSlashDropped", "version|{url}/", 0, "", "", nullptr,
+     [](const VrexRun&, const PlantServerTest& test) {
+       EXPECT_EQ(test.server.Journal().back().path, "/api/ApiVersionQuery");
+     }},
+    {"ListGroupsRequestsByArea", "list", 0, "\nServerLog\n", "", nullptr,
+     OutMatches("\n  MeasurementQuery +query +MeasurementContainer\n")},
+    {"ListOneAreaIgnoringCase", "list|--family|serverlog", 0,
+     "LogEntryQuery|PropagateLogEntryQuery", "", nullptr,
+     [](const VrexRun& run, const PlantServerTest&) {
+       EXPECT_THAT(run.out, Not(HasSubstr("MeasurementQuery")));
+     }},
+    {"ListUnknownArea", "list|--family|Nonsense", 2, "",
+     "no area is named \"Nonsense\"|Measurements"},
+    {"ListAsJson", "list|--json", 0,
+     "{\"area\": \"Shifts\", \"request\": \"DeleteShiftCommand\", \"kind\": \"command\", "
+     "\"answer\": \"\"},\n"},
+    {"DescribeAQuery", "describe|MeasurementQuery", 0, "answered by MeasurementContainer", "",
+     nullptr, OutMatches("\n14 +Clavis +ClavisFilter +optional\n")},
+    {"DescribeAMap", "describe|MeasurementContainer", 0, "", "", nullptr,
+     OutMatches("1 +Measurements +map<int32, Measurement> +map")},
+    {"DescribeAnUnpackedList", "describe|GeneralInformationByIdQuery", 0, "", "", nullptr,
+     OutMatches("3 +Identifier +int32 +repeated, unpacked")},
+    {"DescribeAnEnumeration", "describe|bcl.DateTime.DateTimeKind", 0, "", "", nullptr,
+     OutMatches("UTC +1")},
+    {"DescribeAnUnknownType", "describe|MeasurmentQuery", 2, "",
+     "no message or enumeration named \"MeasurmentQuery\""},
+    {"TemplateHasEveryField", "template|MeasurementQuery", 0,
+     "\"Exclude\"|\"scale\": \"SECONDS\"|\"kind\": \"UTC\""},
+    {"NoCommand", "", 2, "", "--help"},
+    {"CompletionForBash", "completion|bash", 0,
+     "complete -F _vrex vrex\n| plot |--waterfall|MeasurementQuery|Warning|--output) "
+     "COMPREPLY=($(compgen -W \"json binary text\""},
+    {"CompletionForAnotherShell", "completion|zsh", 2, "", "zsh"},
+    {"PlotScriptOnly", "plot|" + kLineA + kSpectrum + "|--script-only|-o|{dir}/s.png", 0, "",
+     "wrote |s.gp` draws ", nullptr,
+     [](const VrexRun&, const PlantServerTest& test) {
+       const std::string script = Contents(test.scratch.Path() / "s.gp");
+       EXPECT_THAT(script, HasSubstr("$data1 << EOD\n0 41.2\n250 55.8\n"));
+       EXPECT_THAT(script, HasSubstr("/s.png'\nset output output\n"));
+     }},
+    {"PlotWithoutGnuplot", "plot|" + kLineA + kSpectrum + "|-o|s.png|--gnuplot=/no/gnuplot", 1, "",
+     "/no/gnuplot is not installed|sudo apt-get install gnuplot-nox|--script-only", nullptr,
+     NothingSent()},
+    {"PlotWithFailingGnuplot",
+     "plot|" + kLineA + kSpectrum + "|-o|{dir}/s.svg|--gnuplot=/bin/false", 1, "", "gnuplot failed",
+     nullptr,
+     [](const VrexRun&, const PlantServerTest& test) {
+       EXPECT_TRUE(std::filesystem::is_empty(test.scratch.Path()));
+     }},
+    {"PlotIntoAMissingDirectory", "plot|" + kLineA + kSpectrum + "|--script-only|-o|{dir}/no/s.png",
+     8, "", "cannot write "},
+    {"PlotOfAnotherFormat", "plot|" + kLineA + kSpectrum + "|-o|s.jpg", 2, "", ".png or an .svg",
+     nullptr, NothingSent()},
+    {"PlotOfNothingDrawable",
+     "plot|" + kLineA + "|--clavis=Idle/Level/Acc-2/Bearing/Peak/ACC-356B|--script-only|-o|s.png",
+     1, "",
+     "no test of the answer has a value to plot|test 1001 has no value of|test 1002, "
+     "Idle/Level/Acc-2/Bearing/Peak/ACC-356B: invalid: Sensor overload"},
+};
+
+class CommandLine : public PlantServerTest, public ::testing::WithParamInterface<Case> {};
+
+TEST_P(CommandLine, Runs) {
+  const Case& testCase = GetParam();
+  if (testCase.setUp) testCase.setUp(*this);
+  const VrexRun run = Vrex(Split(testCase.arguments));
+  EXPECT_EQ(run.exitCode, testCase.exitCode) << run.err;
+  for (const std::string& part : Split(testCase.out)) EXPECT_THAT(run.out, HasSubstr(part));
+  for (const std::string& part : Split(testCase.err)) EXPECT_THAT(run.err, HasSubstr(part));
+  if (testCase.check) testCase.check(run, *this);
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, CommandLine, ::testing::ValuesIn(kCases),
+                         [](const auto& info) { return info.param.name; });
+
+using Catalog = PlantServerTest;
+
+// Each request of the catalog, from its template through standard input,
+// reaches the server as the template describes it; a query's answer prints.
+TEST_F(Catalog, EveryRequestIsCallableFromItsTemplate) {
+  for (const RequestInfo& request : Requests()) {
+    if (request.kind == RequestKind::File) server.SetAnswer(request.name, BodyAnswer(200, "RIFF"));
+  }
+  for (const RequestInfo& request : Requests()) {
+    const std::string type(request.name);
+    SCOPED_TRACE(type);
+    const auto skeleton = Vrex({"template", type});
+    server.ClearJournal();
+    const auto call = Vrex({"call", "{url}", type, "-d", "@-"}, skeleton.out);
+    ASSERT_EQ(call.exitCode, 0) << call.err;
+    if (request.kind == RequestKind::Query) {
+      EXPECT_TRUE(MessageFromJson(request.answerType, call.out).Ok()) << call.out;
+    }
+    const auto received = Received(type);
+    ASSERT_EQ(received.size(), 1U);
+    const auto sent = MessageFromJson(type, skeleton.out);
+    ASSERT_TRUE(sent.Ok());
+    std::unique_ptr<google::protobuf::Message> parsed(sent.Value()->New());
+    ASSERT_TRUE(received[0].body == "{}" || parsed->ParseFromString(received[0].body));
+    EXPECT_TRUE(google::protobuf::util::MessageDifferencer::Equals(*parsed, *sent.Value()));
+  }
+}
+
+using Program = PlantServerTest;
+
+// The one run of the program itself: main() wires the terminal to RunVrex.
+TEST_F(Program, RunsAsAProcess) {
+  testing::ChildProcess vrex(VREX_EXECUTABLE, {"version", server.BaseUrl()});
+  EXPECT_THAT(vrex.ReadRest(std::chrono::seconds(60)), HasSubstr("accepted"));
+  const auto status = vrex.Wait(std::chrono::seconds(60));
+  ASSERT_TRUE(status.has_value());
+  EXPECT_TRUE(WIFEXITED(*status) && WEXITSTATUS(*status) == 0);
+}
+
+}  // namespace
+}  // namespace vrex::cli

@@ -1,0 +1,57 @@
+#pragma once
+// vrex run in process, its standard streams kept in strings, against the
+// sample plant served by a stub on an ephemeral loopback port.
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "ScratchDirectory.h"
+#include "vrex/stub/StubServer.h"
+
+namespace vrex::testing {
+
+struct VrexRun {
+  int exitCode = -1;
+  std::string out;
+  std::string err;
+};
+
+/// vrex with `arguments` (no program name), `input` on its standard input
+/// and help wrapped at `columns`.
+VrexRun RunVrexInProcess(const std::vector<std::string>& arguments, const std::string& input = "",
+                         std::size_t columns = 80);
+
+/// An answer of `status` with exactly `body`.
+stub::CannedAnswer BodyAnswer(int status, std::string body,
+                              std::string contentType = "application/x-protobuf");
+
+class PlantServerTest : public ::testing::Test {
+ public:
+  void SetUp() override;
+  void TearDown() override;
+
+  /// vrex with "{url}" in `arguments` replaced by the server's URL and
+  /// "{dir}" by the scratch directory.
+  VrexRun Vrex(std::vector<std::string> arguments, const std::string& input = "") const;
+
+  /// The body of the last request of `requestType` parsed as `Message`.
+  template <class Message>
+  Message LastSent(const std::string& requestType) const {
+    Message message;
+    const auto received = Received(requestType);
+    EXPECT_FALSE(received.empty()) << "no " << requestType;
+    if (!received.empty()) {
+      EXPECT_TRUE(message.ParseFromString(received.back().body));
+    }
+    return message;
+  }
+  std::vector<stub::JournalEntry> Received(const std::string& requestType) const;
+
+  stub::StubServer server;
+  ScratchDirectory scratch;
+};
+
+}  // namespace vrex::testing
