@@ -32,6 +32,10 @@
 
 namespace vrex {
 
+namespace internal {
+class AnswerParser;
+}
+
 class VREX_EXPORT Client {
  public:
   /// A client on the libcurl transport.
@@ -110,6 +114,7 @@ class VREX_EXPORT Client {
   std::chrono::milliseconds totalTimeout_;
   RetryPolicy retry_;
   std::shared_ptr<Transport> transport_;
+  std::shared_ptr<internal::AnswerParser> parser_;
 };
 
 }  // namespace vrex

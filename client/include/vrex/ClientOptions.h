@@ -2,6 +2,7 @@
 // Everything vrex::Client is built from.
 
 #include <chrono>
+#include <cstddef>
 #include <functional>
 #include <optional>
 #include <string>
@@ -30,6 +31,25 @@ struct RetryPolicy {
   /// No further attempt starts when it would begin later than this after the
   /// start of the call.
   std::chrono::milliseconds maxTotalTime{10000};
+};
+
+/// How answers are parsed. An answer whose bulk is a top-level list or map
+/// (most containers: `Values`, `Measurements`, ...) and that is at least
+/// `parallelFrom` bytes long is cut at top-level field boundaries into slices
+/// that are parsed on several threads while the rest still arrives, then
+/// joined without copying the parsed elements. The message is the same as a
+/// parse in one piece; answers of other shapes, and encodings where slices
+/// would not merge back exactly, are parsed in one piece.
+struct ParseOptions {
+  /// Answers of at least this many bytes are parsed in slices; when the
+  /// server does not announce the length, slicing starts once this many
+  /// bytes have arrived.
+  std::size_t parallelFrom = std::size_t{4} << 20;
+  /// Threads that parse one answer, the calling thread included; 0: as many
+  /// as the machine has cores, 1: always in one piece. The client starts
+  /// the others when it first parses in slices and keeps them until its last
+  /// copy is destroyed.
+  unsigned threads = 0;
 };
 
 /// What one line of a wire trace shows.
@@ -61,6 +81,7 @@ struct ClientOptions {
   /// libcurl can decode.
   std::optional<std::string> acceptEncoding;
   RetryPolicy retry;
+  ParseOptions parsing;
   /// Unset: nothing is traced. The value of "GatewayApiAuthentication" is
   /// shown as "***", never as the token.
   WireTraceHandler onWireTrace;

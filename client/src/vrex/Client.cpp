@@ -1,8 +1,11 @@
 #include "vrex/Client.h"
 
+#include <optional>
 #include <stdexcept>
 #include <thread>
 
+#include "internal/AnswerParser.h"
+#include "internal/AnswerStream.h"
 #include "internal/AtomicFile.h"
 #include "internal/RetrySchedule.h"
 #include "vrex/CurlTransport.h"
@@ -61,15 +64,15 @@ Outcome::Event Classify(const HttpResponse& response) {
   return response.status == 200 ? Outcome::Event::Succeeded : Outcome::Event::HttpStatusFailed;
 }
 
-// Parses a 200 answer into `answer` (when there is one to read) and builds
-// the outcome of the call.
+// Finishes parsing a 200 answer into `answer` (when there is one to read)
+// and builds the outcome of the call.
 Outcome Conclude(std::string_view requestType, const HttpResponse& response,
-                 google::protobuf::Message* answer, Clock::time_point start, int attempts) {
+                 google::protobuf::Message* answer, internal::AnswerStream* stream,
+                 Clock::time_point start, int attempts) {
   Outcome::Event event = Classify(response);
   // After a cancellation libcurl's text only says that the write failed.
   std::string errorText = response.cancelled ? std::string() : response.transportError;
-  if (event == Outcome::Event::Succeeded && answer != nullptr &&
-      !answer->ParseFromString(response.body)) {
+  if (event == Outcome::Event::Succeeded && answer != nullptr && !stream->Finish()) {
     event = Outcome::Event::AnswerUnreadable;
     errorText = "the body is not a valid " + answer->GetTypeName();
   }
@@ -91,7 +94,8 @@ Client::Client(ClientOptions options, std::shared_ptr<Transport> transport)
     : baseUrl_(std::move(options.baseUrl)),
       totalTimeout_(options.totalTimeout),
       retry_(options.retry),
-      transport_(std::move(transport)) {
+      transport_(std::move(transport)),
+      parser_(std::make_shared<internal::AnswerParser>(options.parsing)) {
   if (!transport_) {
     throw std::invalid_argument("vrex::Client needs a transport");
   }
@@ -120,11 +124,17 @@ Outcome Client::Exchange(std::string_view requestType, RequestKind kind,
                          google::protobuf::Message* answer) const {
   const Clock::time_point start = Clock::now();
   const HttpRequest http = BuildRequest(requestType, request, totalTimeout_);
+  // Parsed while it arrives; each attempt starts the stream afresh.
+  std::optional<internal::AnswerStream> stream;
+  if (answer != nullptr) {
+    stream.emplace(*parser_, *answer);
+  }
   int attempts = 0;
   const HttpResponse response = RunAttempts(
-      retry_, MayRetry(requestType, kind), start, attempts, [&] { return transport_->Post(http); },
+      retry_, MayRetry(requestType, kind), start, attempts,
+      [&] { return stream ? stream->Receive(*transport_, http) : transport_->Post(http); },
       [] { return true; });
-  return Conclude(requestType, response, answer, start, attempts);
+  return Conclude(requestType, response, answer, stream ? &*stream : nullptr, start, attempts);
 }
 
 Outcome Client::Send(const google::protobuf::Message& request,
@@ -152,7 +162,7 @@ Outcome Client::Download(std::string_view requestType, const google::protobuf::M
   const HttpResponse response = RunAttempts(
       retry_, MayRetry(requestType, KindOf(requestType)), start, attempts,
       [&] { return transport_->PostStreaming(http, handler); }, [&] { return received == 0; });
-  return Conclude(requestType, response, nullptr, start, attempts);
+  return Conclude(requestType, response, nullptr, nullptr, start, attempts);
 }
 
 Outcome Client::DownloadToFile(std::string_view requestType,
