@@ -24,11 +24,8 @@ void* BlockRecycler::Take(std::size_t bytes) {
   if (found == blocks_.end()) {
     return nullptr;
   }
-  void* block = found->second.back();
-  found->second.pop_back();
-  if (found->second.empty()) {
-    blocks_.erase(found);
-  }
+  void* block = found->second;
+  blocks_.erase(found);
   keptBytes_ -= bytes;
   return block;
 }
@@ -37,7 +34,7 @@ void BlockRecycler::Keep(void* block, std::size_t bytes) {
   {
     const std::lock_guard<std::mutex> lock(mutex_);
     if (keptBytes_ + bytes <= reservedBytes_) {
-      blocks_[bytes].push_back(block);
+      blocks_.emplace(bytes, block);
       keptBytes_ += bytes;
       return;
     }
@@ -64,13 +61,10 @@ std::uint64_t BlockRecycler::KeptBytes() const {
 void BlockRecycler::FreeBeyondReserved() {
   while (keptBytes_ > reservedBytes_) {
     // The largest first: fewest frees, and small blocks suit more requests.
-    auto largest = std::prev(blocks_.end());
-    ::operator delete(largest->second.back());
+    const auto largest = std::prev(blocks_.end());
+    ::operator delete(largest->second);
     keptBytes_ -= largest->first;
-    largest->second.pop_back();
-    if (largest->second.empty()) {
-      blocks_.erase(largest);
-    }
+    blocks_.erase(largest);
   }
 }
 

@@ -10,7 +10,6 @@
 #include <cstdint>
 #include <map>
 #include <mutex>
-#include <vector>
 
 namespace vrex::internal {
 
@@ -37,7 +36,7 @@ class BlockRecycler {
   void FreeBeyondReserved();  // with mutex_ held
 
   mutable std::mutex mutex_;
-  std::map<std::size_t, std::vector<void*>> blocks_;  // by size
+  std::multimap<std::size_t, void*> blocks_;  // by size
   std::uint64_t keptBytes_ = 0;
   std::uint64_t reservedBytes_ = 0;
 };

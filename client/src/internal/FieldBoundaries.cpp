@@ -27,8 +27,8 @@ Read ReadVarint(std::string_view bytes, std::size_t& position, int maxBytes, std
   return Read::Malformed;
 }
 
-// Limits the protobuf parser applies: a tag fits 32 bits in at most 5 bytes,
-// a value takes at most 10 bytes, a length fits 31 bits.
+// Limits the protobuf parser applies: a tag takes at most 5 bytes, a value at
+// most 10, a length fits 31 bits.
 constexpr int kTagBytes = 5;
 constexpr int kVarintBytes = 10;
 constexpr int kLengthBytes = 5;
@@ -38,12 +38,11 @@ enum WireType : std::uint64_t { kVarint = 0, kFixed64 = 1, kLengthDelimited = 2,
 
 // The end of the field whose head is at `position`, or why there is none yet.
 Read FieldEnd(std::string_view bytes, std::size_t position, std::uint64_t& tag, std::size_t& end) {
+  // A tag of field 0 or beyond 32 bits passes: the slice's parse refuses it,
+  // as the parse in one piece does.
   Read read = ReadVarint(bytes, position, kTagBytes, tag);
   if (read != Read::Done) {
     return read;
-  }
-  if (tag > std::numeric_limits<std::uint32_t>::max() || (tag >> 3) == 0) {
-    return Read::Malformed;
   }
   std::uint64_t value = 0;
   switch (tag & 7) {

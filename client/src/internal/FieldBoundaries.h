@@ -4,10 +4,10 @@
 // encoding of the same message type. Only the field heads are read; a
 // length-delimited field is skipped whole.
 //
-// Anything this walk does not know for certain makes the bytes uncuttable:
-// a malformed head, a group, a field number of 0, a length beyond 2 GiB, or
-// a field SliceRules refuses. They are then parsed in one piece, and the
-// protobuf parser alone decides what they are.
+// Anything whose end this walk cannot know for certain makes the bytes
+// uncuttable: a malformed head, a group, a length beyond 2 GiB, or a field
+// SliceRules refuses. They are then parsed in one piece, and the protobuf
+// parser alone decides what they are.
 
 #include <cstddef>
 #include <string_view>
