@@ -3,12 +3,15 @@
 // reads answers again and again into a vrex::AnswerArena.
 #include <gtest/gtest.h>
 
+#include <future>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <thread>
 
 #include "SamplePlantAnswers.h"
 #include "internal/BlockRecycler.h"
+#include "internal/ParsePool.h"
 #include "vrex/AnswerArena.h"
 #include "vrex/Client.h"
 #include "vrex/Contracts.h"
@@ -31,12 +34,12 @@ class BreaksOffOnce : public vrex::Transport {
     const bool first = attempts_++ == 0;
     const std::string_view sent =
         std::string_view(body_).substr(0, first ? body_.size() / 2 : body_.size());
-    for (std::size_t offset = 0; offset < sent.size(); offset += 5) {
-      onChunk(sent.substr(offset, 5), body_.size());
-    }
     vrex::HttpResponse response;
     response.status = 200;
     response.transportError = first ? "Connection reset by peer" : "";
+    for (std::size_t offset = 0; offset < sent.size() && !response.cancelled; offset += 5) {
+      response.cancelled = !onChunk(sent.substr(offset, 5), body_.size());
+    }
     return response;
   }
 
@@ -69,20 +72,35 @@ std::string HeadersAnswer(int headers) {
   return container.SerializeAsString();
 }
 
-TEST(AnswerArenaTest, KeepsTheMemoryOfTheLargestAnswerForTheNext) {
-  vrex::AnswerArena warm;
-  const auto read = [&warm](const std::string& body) {
-    auto* answer = google::protobuf::Arena::CreateMessage<contracts::GeneralInformationContainer>(
-        &warm.Next());
-    return answer->ParseFromString(body) ? answer->values_size() : -1;
-  };
-  EXPECT_EQ(read(HeadersAnswer(20000)), 20000);
-  EXPECT_EQ(read(HeadersAnswer(10)), 10);
-  const std::uint64_t kept = warm.KeptBytes();
-  EXPECT_GT(kept, std::uint64_t{2} << 20);  // the blocks of 20 000 headers
+int ReadHeaders(vrex::AnswerArena& warm, const std::string& body) {
+  auto* answer =
+      google::protobuf::Arena::CreateMessage<contracts::GeneralInformationContainer>(&warm.Next());
+  return answer->ParseFromString(body) ? answer->values_size() : -1;
+}
 
-  EXPECT_EQ(read(HeadersAnswer(10)), 10);
-  EXPECT_EQ(warm.KeptBytes(), kept);
+TEST(AnswerArenaTest, KeepsTheMemoryOfTheLargestAnswerForTheNext) {
+  const BlockRecycler& recycler = BlockRecycler::Instance();
+  {
+    vrex::AnswerArena warm;
+    EXPECT_EQ(ReadHeaders(warm, HeadersAnswer(20000)), 20000);
+    EXPECT_EQ(ReadHeaders(warm, HeadersAnswer(10)), 10);
+    const std::uint64_t kept = warm.KeptBytes();
+    EXPECT_GT(kept, std::uint64_t{2} << 20);  // the blocks of 20 000 headers
+    EXPECT_GT(recycler.KeptBytes(), kept / 2);
+
+    EXPECT_EQ(ReadHeaders(warm, HeadersAnswer(10)), 10);
+    EXPECT_EQ(warm.KeptBytes(), kept);
+  }
+  EXPECT_EQ(recycler.KeptBytes(), 0U);
+}
+
+TEST(ParsePoolTest, RunsTasksOnAThreadOfItsOwn) {
+  vrex::internal::ParsePool pool(1);
+  std::promise<std::thread::id> ranOn;
+  pool.Post([&ranOn] { ranOn.set_value(std::this_thread::get_id()); });
+  auto thread = ranOn.get_future();
+  ASSERT_EQ(thread.wait_for(std::chrono::seconds(30)), std::future_status::ready);
+  EXPECT_NE(thread.get(), std::this_thread::get_id());
 }
 
 TEST(BlockRecyclerTest, GivesFreedBlocksBackWithinWhatIsReserved) {

@@ -10,7 +10,10 @@
 
 #include "SamplePlantAnswers.h"
 #include "SlicedParseCheck.h"
+#include "internal/AnswerParser.h"
+#include "internal/AnswerStream.h"
 #include "vrex/ContractTypes.h"
+#include "vrex/Contracts.h"
 
 namespace {
 
@@ -77,9 +80,42 @@ INSTANTIATE_TEST_SUITE_P(
                  Bytes({0x0a, 0x00, 0x0a, 0x02, 0x08, 0xff}), false}),
     NameOf);
 
-TEST(SlicedParseSlices, AnswerOfManyTopLevelFieldsIsParsedInSeveralSlices) {
+struct Decision {
+  const char* name;
+  unsigned threads;
+  std::size_t parallelFrom;
+  bool lengthAnnounced;
+  bool sliced;
+};
+
+void PrintTo(const Decision& decision, std::ostream* out) { *out << decision.name; }
+
+// Slices need a thread to spare and an answer of at least parallelFrom
+// bytes; of one whose length is not announced, slicing starts once that
+// many bytes have come.
+class SlicingDecision : public ::testing::TestWithParam<Decision> {};
+
+TEST_P(SlicingDecision, SlicesOnlyLargeAnswersWithThreadsToSpare) {
+  const Decision& decision = GetParam();
   const Encoding measurements = vrex::testing::SamplePlantAnswer("MeasurementQuery");
-  EXPECT_GT(vrex::fuzz::CheckSlicedParse(*measurements.type, measurements.body, 1).mostSlices, 1U);
+  vrex::internal::AnswerParser parser({decision.parallelFrom, decision.threads});
+  Korvan::KQ::DataContracts::MeasurementContainer answer;
+  vrex::internal::AnswerStream stream(parser, answer);
+  const std::string_view body = measurements.body;
+  for (std::size_t offset = 0; offset < body.size(); offset += 16) {
+    stream.Feed(body.substr(offset, 16), decision.lengthAnnounced ? body.size() : 0);
+  }
+  ASSERT_TRUE(stream.Finish());
+  EXPECT_EQ(stream.JoinedSlices() > 1, decision.sliced) << stream.JoinedSlices();
 }
+
+INSTANTIATE_TEST_SUITE_P(Answers, SlicingDecision,
+                         ::testing::Values(Decision{"OneThread", 1, 0, true, false},
+                                           Decision{"TwoThreadsLargeAnswer", 2, 64, true, true},
+                                           Decision{"LengthUnannounced", 2, 64, false, true},
+                                           Decision{"SmallAnswer", 2, 1 << 20, true, false}),
+                         [](const ::testing::TestParamInfo<Decision>& info) {
+                           return std::string(info.param.name);
+                         });
 
 }  // namespace
