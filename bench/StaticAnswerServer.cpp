@@ -1,10 +1,6 @@
 #include "StaticAnswerServer.h"
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
 #include <signal.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <filesystem>
@@ -12,6 +8,8 @@
 #include <sstream>
 #include <stdexcept>
 #include <thread>
+
+#include "LoopbackPort.h"
 
 namespace bench {
 
@@ -21,38 +19,10 @@ constexpr const char* kNginx = "/usr/sbin/nginx";  // nginx-light, see scripts/s
 constexpr int kReadinessPolls = 400;               // 10 s at most
 constexpr std::chrono::milliseconds kPollInterval{25};
 
-sockaddr_in Loopback(int port) {
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(static_cast<std::uint16_t>(port));
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  return address;
-}
-
-// A port the system just handed out: free unless someone takes it first.
-int FreePort() {
-  const int socket = ::socket(AF_INET, SOCK_STREAM, 0);
-  sockaddr_in address = Loopback(0);
-  socklen_t length = sizeof address;
-  const bool bound = ::bind(socket, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
-                     ::getsockname(socket, reinterpret_cast<sockaddr*>(&address), &length) == 0;
-  ::close(socket);
-  return bound ? ntohs(address.sin_port) : 0;
-}
-
-bool Accepts(int port) {
-  const int socket = ::socket(AF_INET, SOCK_STREAM, 0);
-  const sockaddr_in address = Loopback(port);
-  const bool connected =
-      ::connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
-  ::close(socket);
-  return connected;
-}
-
 }  // namespace
 
 StaticAnswerServer::StaticAnswerServer(const std::map<std::string, std::string>& answers)
-    : port_(FreePort()) {
+    : port_(vrex::testing::FreeLoopbackPort()) {
   if (!std::filesystem::exists(kNginx)) {
     throw std::runtime_error(std::string(kNginx) + " is missing (scripts/setup.sh installs it)");
   }
@@ -66,11 +36,11 @@ StaticAnswerServer::StaticAnswerServer(const std::map<std::string, std::string>&
   process_ = std::make_unique<vrex::testing::ChildProcess>(
       kNginx, std::vector<std::string>{"-p", prefix, "-c", prefix + "nginx.conf", "-e",
                                        prefix + "error.log"});
-  for (int poll = 0; poll < kReadinessPolls && !Accepts(port_); ++poll) {
+  for (int poll = 0; poll < kReadinessPolls && !vrex::testing::AcceptsConnections(port_); ++poll) {
     if (process_->Wait(std::chrono::milliseconds(0))) break;  // it gave up, e.g. on a taken port
     std::this_thread::sleep_for(kPollInterval);
   }
-  if (!Accepts(port_)) {
+  if (!vrex::testing::AcceptsConnections(port_)) {
     std::ifstream log(directory_.Path() / "error.log");
     std::ostringstream text;
     text << log.rdbuf();
