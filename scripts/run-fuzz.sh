@@ -5,7 +5,8 @@
 # on its corpus. Fails when a target finds anything.
 #
 #   VREX_FUZZ_SECONDS    run time per target (default 60)
-#   VREX_FUZZ_TARGETS    targets to run (default: answer_parse json_request stub_request)
+#   VREX_FUZZ_TARGETS    targets to run (default: answer_parse json_request stub_request
+#                        sliced_parse)
 #   VREX_FUZZ_BUILD_DIR  build directory (default build-fuzz)
 #   further arguments    go to every fuzzer (e.g. -runs=1000000)
 #
@@ -17,7 +18,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 build_dir="${VREX_FUZZ_BUILD_DIR:-build-fuzz}"
 seconds="${VREX_FUZZ_SECONDS:-60}"
-read -r -a targets <<<"${VREX_FUZZ_TARGETS:-answer_parse json_request stub_request}"
+read -r -a targets <<<"${VREX_FUZZ_TARGETS:-answer_parse json_request stub_request sliced_parse}"
 
 # A new build leaves out what the fuzzers do not need; an existing one (the
 # ASan build of scripts/run-sanitizers.sh) keeps its settings.

@@ -129,7 +129,8 @@ SamplePlant ReadSamplePlant(const std::filesystem::path& samplePlant) {
 std::vector<Seed> AnswerSeeds(const std::filesystem::path& samplePlant, const SamplePlant& plant) {
   const TypeList& types = AnswerTypes();
   std::vector<Seed> seeds;
-  for (const auto& [requestType, answer] : stub::LoadAnswerDirectory(samplePlant).Value()) {
+  const auto plantAnswers = stub::LoadAnswerDirectory(samplePlant);  // outlives the loop
+  for (const auto& [requestType, answer] : plantAnswers.Value()) {
     const RequestInfo* request = FindRequest(requestType);
     const Descriptor* type = request != nullptr ? AnswerDescriptor(*request) : nullptr;
     if (type != nullptr) {
@@ -142,6 +143,14 @@ std::vector<Seed> AnswerSeeds(const std::filesystem::path& samplePlant, const Sa
     seeds.push_back({"empty-" + type->name(), WithSelector(types, *type, {})});
   }
   return seeds;
+}
+
+std::vector<Seed> SlicedParseSeeds(std::vector<Seed> answerSeeds) {
+  constexpr char kChunkOf8Bytes = 7;
+  for (Seed& seed : answerSeeds) {
+    seed.bytes.insert(seed.bytes.begin() + 1, kChunkOf8Bytes);
+  }
+  return answerSeeds;
 }
 
 std::vector<Seed> JsonRequestSeeds(const SamplePlant& plant) {

@@ -24,6 +24,10 @@ SamplePlant ReadSamplePlant(const std::filesystem::path& samplePlant);
 /// message of every answer type.
 std::vector<Seed> AnswerSeeds(const std::filesystem::path& samplePlant, const SamplePlant& plant);
 
+/// The answer seeds as the sliced parse reads them: after the selector, a
+/// byte that makes the body arrive in chunks of 8 bytes.
+std::vector<Seed> SlicedParseSeeds(std::vector<Seed> answerSeeds);
+
 /// Request JSON: "{}" and a filled request of every request type.
 std::vector<Seed> JsonRequestSeeds(const SamplePlant& plant);
 

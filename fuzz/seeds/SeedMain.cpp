@@ -54,7 +54,9 @@ int main(int argc, char** argv) {
     const fs::path samplePlant = argv[1];
     const fs::path outDir = argv[2];
     const vrex::fuzz::SamplePlant plant = vrex::fuzz::ReadSamplePlant(samplePlant);
-    WriteCorpus(outDir, "answer_parse", vrex::fuzz::AnswerSeeds(samplePlant, plant), {});
+    const auto answerSeeds = vrex::fuzz::AnswerSeeds(samplePlant, plant);
+    WriteCorpus(outDir, "answer_parse", answerSeeds, {});
+    WriteCorpus(outDir, "sliced_parse", vrex::fuzz::SlicedParseSeeds(answerSeeds), {});
     WriteCorpus(outDir, "json_request", vrex::fuzz::JsonRequestSeeds(plant),
                 vrex::fuzz::JsonRequestDictionary());
     WriteCorpus(outDir, "stub_request", vrex::fuzz::StubRequestSeeds(plant),

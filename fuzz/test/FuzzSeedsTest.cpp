@@ -1,19 +1,19 @@
 // The seeds must be inputs the targets accept and whose properties hold:
 // a seed the parser refuses teaches the fuzzer nothing, and a seed that
 // already breaks a property makes every run fail at once.
+#include <google/protobuf/descriptor.h>
+#include <google/protobuf/message.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <memory>
 #include <string_view>
 
-#include <google/protobuf/descriptor.h>
-#include <google/protobuf/message.h>
-
 #include "AnswerRoundTrip.h"
 #include "CatalogTypes.h"
 #include "JsonRequestRoundTrip.h"
 #include "SeedCorpus.h"
+#include "SlicedParseCheck.h"
 #include "StubRequestProbe.h"
 
 namespace vrex::fuzz {
@@ -60,6 +60,15 @@ TEST(FuzzSeedsTest, AnswerSeedsParseAndRoundTrip) {
     const CheckResult result = CheckAnswerRoundTrip(Selected(AnswerTypes(), seed), Payload(seed));
     EXPECT_TRUE(result.accepted) << seed.name;
     EXPECT_TRUE(result.Holds()) << seed.name << ": " << result.problem;
+  }
+}
+
+TEST(FuzzSeedsTest, SlicedParseSeedsParseAlikeInSlices) {
+  for (const Seed& seed : SlicedParseSeeds(AnswerSeeds(kSamplePlant, SamplePlant{}))) {
+    const auto result = CheckSlicedParse(Selected(AnswerTypes(), seed), Payload(seed).substr(1),
+                                         1 + static_cast<std::uint8_t>(seed.bytes.at(1)));
+    EXPECT_TRUE(result.check.accepted) << seed.name;
+    EXPECT_TRUE(result.check.Holds()) << seed.name << ": " << result.check.problem;
   }
 }
 

@@ -1,10 +1,6 @@
 #include "HttpsFront.h"
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
 #include <signal.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <fstream>
@@ -12,47 +8,17 @@
 #include <stdexcept>
 #include <thread>
 
+#include "LoopbackPort.h"
+
 namespace vrex::tls_test {
 
 namespace {
 
 using std::chrono::milliseconds;
 
-constexpr int kStartAttempts = 3;      // a port found free may be taken meanwhile
-constexpr int kReadinessPolls = 400;   // of kPollInterval each: 10 s at most
+constexpr int kStartAttempts = 3;     // a port found free may be taken meanwhile
+constexpr int kReadinessPolls = 400;  // of kPollInterval each: 10 s at most
 constexpr milliseconds kPollInterval{25};
-
-sockaddr_in Loopback(int port) {
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(static_cast<std::uint16_t>(port));
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  return address;
-}
-
-// A port the system just handed out; free unless someone takes it before nginx.
-int FreePort() {
-  const int socket = ::socket(AF_INET, SOCK_STREAM, 0);
-  sockaddr_in address = Loopback(0);
-  socklen_t length = sizeof address;
-  int port = 0;
-  if (::bind(socket, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
-      ::getsockname(socket, reinterpret_cast<sockaddr*>(&address), &length) == 0) {
-    port = ntohs(address.sin_port);
-  }
-  ::close(socket);
-  if (port == 0) throw std::runtime_error("no free port on 127.0.0.1");
-  return port;
-}
-
-bool Accepts(int port) {
-  const int socket = ::socket(AF_INET, SOCK_STREAM, 0);
-  const sockaddr_in address = Loopback(port);
-  const bool connected =
-      ::connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
-  ::close(socket);
-  return connected;
-}
 
 }  // namespace
 
@@ -74,15 +40,15 @@ HttpsFront::~HttpsFront() {
 }
 
 bool HttpsFront::TryStart(const std::string& nginx) {
-  port_ = FreePort();
-  mutualPort_ = FreePort();
+  port_ = testing::FreeLoopbackPort();
+  mutualPort_ = testing::FreeLoopbackPort();
   WriteConfig();
   const std::string prefix = directory_.string() + "/";
   process_ = std::make_unique<testing::ChildProcess>(
       nginx, std::vector<std::string>{"-p", prefix, "-c", prefix + "nginx.conf", "-e",
                                       prefix + "error.log"});
   for (int poll = 0; poll < kReadinessPolls; ++poll) {
-    if (Accepts(port_) && Accepts(mutualPort_)) return true;
+    if (testing::AcceptsConnections(port_) && testing::AcceptsConnections(mutualPort_)) return true;
     if (process_->Wait(milliseconds(0))) return false;  // it gave up, e.g. on a taken port
     std::this_thread::sleep_for(kPollInterval);
   }

@@ -38,6 +38,7 @@ namespace vrex {
 
 namespace internal {
 class CallRegistry;
+class AnswerParser;
 }
 
 class VREX_EXPORT Client {
@@ -244,6 +245,7 @@ class VREX_EXPORT Client {
   RetryPolicy retry_;
   std::shared_ptr<Transport> transport_;
   std::shared_ptr<internal::CallRegistry> calls_;  // of the asynchronous calls; shared by copies
+  std::shared_ptr<internal::AnswerParser> parser_;
 };
 
 }  // namespace vrex

@@ -34,6 +34,25 @@ struct RetryPolicy {
   std::chrono::milliseconds maxTotalTime{10000};
 };
 
+/// How answers are parsed. An answer whose bulk is a top-level list or map
+/// (most containers: `Values`, `Measurements`, ...) and that is at least
+/// `parallelFrom` bytes long is cut at top-level field boundaries into slices
+/// that are parsed on several threads while the rest still arrives, then
+/// joined without copying the parsed elements. The message is the same as a
+/// parse in one piece; answers of other shapes, and encodings where slices
+/// would not merge back exactly, are parsed in one piece.
+struct ParseOptions {
+  /// Answers of at least this many bytes are parsed in slices; when the
+  /// server does not announce the length, slicing starts once this many
+  /// bytes have arrived.
+  std::size_t parallelFrom = std::size_t{4} << 20;
+  /// Threads that parse one answer, the calling thread included; 0: as many
+  /// as the machine has cores, 1: always in one piece. The client starts
+  /// the others when it first parses in slices and keeps them until its last
+  /// copy is destroyed.
+  unsigned threads = 0;
+};
+
 /// What one line of a wire trace shows.
 enum class WireTraceKind {
   Info,            ///< libcurl's notes: connecting, connected, TLS, ...
@@ -75,6 +94,7 @@ struct ClientOptions {
   /// wait in a queue, where their time-out does not yet run.
   std::size_t maxConnectionsPerHost = 8;
   std::size_t maxRequestsInFlight = 64;
+  ParseOptions parsing;
   /// Unset: nothing is traced. The value of "GatewayApiAuthentication" is
   /// shown as "***", never as the token.
   WireTraceHandler onWireTrace;

@@ -1,8 +1,11 @@
 #include "vrex/Client.h"
 
+#include <optional>
 #include <stdexcept>
 #include <thread>
 
+#include "internal/AnswerParser.h"
+#include "internal/AnswerStream.h"
 #include "internal/AsyncAttempts.h"
 #include "internal/AtomicFile.h"
 #include "internal/RetrySchedule.h"
@@ -74,14 +77,14 @@ Outcome::Event Classify(const HttpResponse& response) {
   return Outcome::Event::TransportFailed;
 }
 
-// Parses a 200 answer into `answer` (when there is one to read) and builds
-// the outcome of the call.
+// Finishes parsing a 200 answer into `answer` (when there is one to read)
+// and builds the outcome of the call.
 Outcome Conclude(std::string_view requestType, const HttpResponse& response,
-                 google::protobuf::Message* answer, Clock::time_point start, int attempts) {
+                 google::protobuf::Message* answer, internal::AnswerStream* stream,
+                 Clock::time_point start, int attempts) {
   Outcome::Event event = Classify(response);
   std::string errorText = response.transportError;
-  if (event == Outcome::Event::Succeeded && answer != nullptr &&
-      !answer->ParseFromString(response.body)) {
+  if (event == Outcome::Event::Succeeded && answer != nullptr && !stream->Finish()) {
     event = Outcome::Event::AnswerUnreadable;
     errorText = "the body is not a valid " + answer->GetTypeName();
   }
@@ -129,7 +132,8 @@ Client::Client(ClientOptions options, std::shared_ptr<Transport> transport)
       maxAnswerBytes_(options.maxAnswerBytes),
       retry_(options.retry),
       transport_(std::move(transport)),
-      calls_(std::make_shared<internal::CallRegistry>()) {
+      calls_(std::make_shared<internal::CallRegistry>()),
+      parser_(std::make_shared<internal::AnswerParser>(options.parsing)) {
   if (!transport_) {
     throw std::invalid_argument("vrex::Client needs a transport");
   }
@@ -158,12 +162,19 @@ Outcome Client::Exchange(std::string_view requestType, RequestKind kind,
                          const google::protobuf::Message& request,
                          google::protobuf::Message* answer) const {
   const Clock::time_point start = Clock::now();
-  const HttpRequest http = BuildRequest(requestType, request, totalTimeout_);
+  HttpRequest http = BuildRequest(requestType, request, totalTimeout_);
+  http.maxStreamedBytes = maxAnswerBytes_;
+  // Parsed while it arrives; each attempt starts the stream afresh.
+  std::optional<internal::AnswerStream> stream;
+  if (answer != nullptr) {
+    stream.emplace(*parser_, *answer);
+  }
   int attempts = 0;
   const HttpResponse response = RunAttempts(
-      retry_, MayRetry(requestType, kind), start, attempts, [&] { return transport_->Post(http); },
+      retry_, MayRetry(requestType, kind), start, attempts,
+      [&] { return stream ? stream->Receive(*transport_, http) : transport_->Post(http); },
       [] { return true; });
-  return Conclude(requestType, response, answer, start, attempts);
+  return Conclude(requestType, response, answer, stream ? &*stream : nullptr, start, attempts);
 }
 
 Outcome Client::Send(const google::protobuf::Message& request,
@@ -193,7 +204,7 @@ Outcome Client::Download(std::string_view requestType, const google::protobuf::M
   const HttpResponse response = RunAttempts(
       retry_, MayRetry(requestType, KindOf(requestType)), start, attempts,
       [&] { return transport_->PostStreaming(http, handler); }, [&] { return delivered == 0; });
-  return Conclude(requestType, response, nullptr, start, attempts);
+  return Conclude(requestType, response, nullptr, nullptr, start, attempts);
 }
 
 Outcome Client::DownloadToFile(std::string_view requestType,
@@ -235,9 +246,17 @@ CallCanceller Client::StartExchange(std::string_view requestType, RequestKind ki
                                     google::protobuf::Message* answer,
                                     std::function<void(Outcome)> onOutcome) const {
   return Start(requestType, kind, request, totalTimeout_, 0, nullptr,
-               [type = std::string(requestType), answer, onOutcome = std::move(onOutcome)](
+               [type = std::string(requestType), answer, parser = parser_,
+                onOutcome = std::move(onOutcome)](
                    const HttpResponse& response, int attempts, Clock::time_point start) {
-                 onOutcome(Conclude(type, response, answer, start, attempts));
+                 // Parsed here, on the event thread, with the client's parsing threads.
+                 std::optional<internal::AnswerStream> stream;
+                 if (answer != nullptr) {
+                   stream.emplace(*parser, *answer);
+                   stream->FeedWhole(response.body);
+                 }
+                 onOutcome(Conclude(type, response, answer, stream ? &*stream : nullptr, start,
+                                    attempts));
                });
 }
 
@@ -251,7 +270,7 @@ CallCanceller Client::StartDownload(std::string_view requestType,
                ProgressingHandler(std::move(onChunk), std::move(options)),
                [type = std::string(requestType), onOutcome = std::move(onOutcome)](
                    const HttpResponse& response, int attempts, Clock::time_point start) {
-                 onOutcome(Conclude(type, response, nullptr, start, attempts));
+                 onOutcome(Conclude(type, response, nullptr, nullptr, start, attempts));
                });
 }
 

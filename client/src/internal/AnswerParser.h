@@ -1,0 +1,47 @@
+#pragma once
+// How a client parses answers (ParseOptions): small ones in one piece, large
+// ones in slices on several threads. A client's copies share one parser, and
+// with it one pool of threads, started when the first answer is sliced.
+
+#include <cstddef>
+#include <memory>
+#include <mutex>
+#include <string_view>
+
+#include "vrex/ClientOptions.h"
+
+namespace google::protobuf {
+class Message;
+}
+
+namespace vrex::internal {
+
+class ParsePool;
+
+class AnswerParser {
+ public:
+  explicit AnswerParser(const ParseOptions& options);
+  ~AnswerParser();
+  AnswerParser(const AnswerParser&) = delete;
+  AnswerParser& operator=(const AnswerParser&) = delete;
+
+  /// Parses a whole answer into `answer`: true exactly when
+  /// answer.ParseFromString(body) would be, and then the same message.
+  bool Parse(std::string_view body, google::protobuf::Message& answer);
+
+  /// Threads per answer, the caller's included; at least 1.
+  unsigned Threads() const { return threads_; }
+  /// How many bytes of an answer that is `answerBytes` long go into one
+  /// slice, or none (0) when such an answer is parsed in one piece.
+  std::size_t SliceBytes(std::size_t answerBytes) const;
+  /// The pool; its threads start on first use.
+  ParsePool& Pool();
+
+ private:
+  std::size_t parallelFrom_;
+  unsigned threads_;
+  std::once_flag poolStarted_;
+  std::unique_ptr<ParsePool> pool_;
+};
+
+}  // namespace vrex::internal

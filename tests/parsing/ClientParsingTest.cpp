@@ -1,0 +1,129 @@
+// Slices and warm memory where an application meets them: vrex::Client
+// parses an answer while it arrives, starts afresh on every attempt, and
+// reads answers again and again into a vrex::AnswerArena.
+#include <gtest/gtest.h>
+
+#include <future>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <thread>
+
+#include "SamplePlantAnswers.h"
+#include "internal/BlockRecycler.h"
+#include "internal/ParsePool.h"
+#include "vrex/AnswerArena.h"
+#include "vrex/Client.h"
+#include "vrex/Contracts.h"
+#include "vrex/stub/CannedAnswer.h"
+
+namespace {
+
+namespace contracts = Korvan::KQ::DataContracts;
+using vrex::internal::BlockRecycler;
+
+// Sends a 200 answer's body in small chunks; the first attempt breaks off
+// halfway, as a connection reset does.
+class BreaksOffOnce : public vrex::Transport {
+ public:
+  explicit BreaksOffOnce(std::string body) : body_(std::move(body)) {}
+
+  vrex::HttpResponse Post(const vrex::HttpRequest&) override { return {}; }
+  vrex::HttpResponse PostStreaming(const vrex::HttpRequest&,
+                                   const vrex::StreamHandler& onChunk) override {
+    const bool first = attempts_++ == 0;
+    const std::string_view sent =
+        std::string_view(body_).substr(0, first ? body_.size() / 2 : body_.size());
+    vrex::HttpResponse response;
+    response.status = 200;
+    if (first) {
+      response.failure = vrex::TransferFailure::BrokenAnswer;
+      response.transportError = "Connection reset by peer";
+    }
+    for (std::size_t offset = 0; offset < sent.size(); offset += 5) {
+      if (!onChunk(sent.substr(offset, 5), body_.size())) {
+        response.failure = vrex::TransferFailure::Cancelled;
+        break;
+      }
+    }
+    return response;
+  }
+
+ private:
+  std::string body_;
+  int attempts_ = 0;
+};
+
+TEST(ClientParsing, AnAttemptBrokenOffHalfwayLeavesNothingInTheAnswer) {
+  const vrex::testing::Encoding measurements = vrex::testing::SamplePlantAnswer("MeasurementQuery");
+  vrex::ClientOptions options;
+  options.baseUrl = "http://results.example";
+  options.retry.initialDelay = std::chrono::milliseconds(0);
+  options.parsing = {0, 3};  // every answer in slices
+  const vrex::Client client(options, std::make_shared<BreaksOffOnce>(measurements.body));
+
+  const auto answer = client.Send(contracts::MeasurementQuery());
+
+  ASSERT_TRUE(answer) << answer.GetStatus().Message();
+  EXPECT_EQ(answer.GetStatus().Attempts(), 2);
+  contracts::MeasurementContainer whole;
+  whole.ParseFromString(measurements.body);
+  EXPECT_EQ(vrex::stub::SerializeDeterministically(*answer),
+            vrex::stub::SerializeDeterministically(whole));
+}
+
+std::string HeadersAnswer(int headers) {
+  contracts::GeneralInformationContainer container;
+  for (int id = 0; id < headers; ++id) container.add_values()->set_pkident(id);
+  return container.SerializeAsString();
+}
+
+int ReadHeaders(vrex::AnswerArena& warm, const std::string& body) {
+  auto* answer =
+      google::protobuf::Arena::CreateMessage<contracts::GeneralInformationContainer>(&warm.Next());
+  return answer->ParseFromString(body) ? answer->values_size() : -1;
+}
+
+TEST(AnswerArenaTest, KeepsTheMemoryOfTheLargestAnswerForTheNext) {
+  const BlockRecycler& recycler = BlockRecycler::Instance();
+  {
+    vrex::AnswerArena warm;
+    EXPECT_EQ(ReadHeaders(warm, HeadersAnswer(20000)), 20000);
+    EXPECT_EQ(ReadHeaders(warm, HeadersAnswer(10)), 10);
+    const std::uint64_t kept = warm.KeptBytes();
+    EXPECT_GT(kept, std::uint64_t{2} << 20);  // the blocks of 20 000 headers
+    EXPECT_GT(recycler.KeptBytes(), kept / 2);
+
+    EXPECT_EQ(ReadHeaders(warm, HeadersAnswer(10)), 10);
+    EXPECT_EQ(warm.KeptBytes(), kept);
+  }
+  EXPECT_EQ(recycler.KeptBytes(), 0U);
+}
+
+TEST(ParsePoolTest, RunsTasksOnAThreadOfItsOwn) {
+  vrex::internal::ParsePool pool(1);
+  std::promise<std::thread::id> ranOn;
+  pool.Post([&ranOn] { ranOn.set_value(std::this_thread::get_id()); });
+  auto thread = ranOn.get_future();
+  ASSERT_EQ(thread.wait_for(std::chrono::seconds(30)), std::future_status::ready);
+  EXPECT_NE(thread.get(), std::this_thread::get_id());
+}
+
+TEST(BlockRecyclerTest, GivesFreedBlocksBackWithinWhatIsReserved) {
+  constexpr std::size_t kBlock = 4096;
+  BlockRecycler& recycler = BlockRecycler::Instance();
+  recycler.Reserve(3 * kBlock);
+  void* small = BlockRecycler::Allocate(kBlock);
+  void* large = BlockRecycler::Allocate(3 * kBlock);
+  BlockRecycler::Free(small, kBlock);
+  BlockRecycler::Free(large, 3 * kBlock);  // beyond the reservation: freed
+  EXPECT_EQ(recycler.KeptBytes(), kBlock);
+  EXPECT_EQ(BlockRecycler::Allocate(kBlock), small);
+  EXPECT_EQ(recycler.KeptBytes(), 0U);
+
+  BlockRecycler::Free(small, kBlock);
+  recycler.Unreserve(3 * kBlock);
+  EXPECT_EQ(recycler.KeptBytes(), 0U);
+}
+
+}  // namespace

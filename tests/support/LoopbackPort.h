@@ -1,0 +1,14 @@
+#pragma once
+// Ports on 127.0.0.1 for servers that a test or benchmark runs as another
+// program, which must be told its port before it starts.
+
+namespace vrex::testing {
+
+/// A port the system just handed out: free unless someone takes it before
+/// the program binds it. Throws std::runtime_error when there is none.
+int FreeLoopbackPort();
+
+/// Whether something accepts connections on the port.
+bool AcceptsConnections(int port);
+
+}  // namespace vrex::testing
