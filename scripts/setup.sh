@@ -14,6 +14,8 @@ packages=(
   protobuf-compiler libprotobuf-dev
   libcurl4-openssl-dev
   libcpp-httplib-dev libcli11-dev libfmt-dev
+  # The stub server: Boost.Beast and Boost.Asio (header-only).
+  libboost-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   # TLS tests run a local HTTPS front with a throw-away certificate.
   nginx-light openssl

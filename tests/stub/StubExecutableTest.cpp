@@ -3,8 +3,6 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
-#include <httplib.h>
 #include <sys/wait.h>
 
 #include <csignal>
@@ -12,6 +10,7 @@
 #include <string>
 
 #include "ChildProcess.h"
+#include "RawHttp.h"
 #include "ScratchDirectory.h"
 #include "SimpleTopologyContainer.pb.h"
 
@@ -28,7 +27,8 @@ constexpr std::chrono::seconds kPatience{30};
 
 int PortFromBanner(const std::string& line) {
   std::smatch match;
-  if (!std::regex_match(line, match, std::regex(R"(vrex-stub listening on http://127\.0\.0\.1:(\d+))"))) {
+  if (!std::regex_match(line, match,
+                        std::regex(R"(vrex-stub listening on http://127\.0\.0\.1:(\d+))"))) {
     return 0;
   }
   return std::stoi(match[1]);
@@ -42,12 +42,12 @@ TEST(StubExecutable, PrintsItsPortServesTheSamplePlantAndStopsOnSigterm) {
   const int port = PortFromBanner(*banner);
   ASSERT_GT(port, 0) << *banner;
 
-  httplib::Client client("127.0.0.1", port);
-  const auto result = client.Post("/api/SimpleTopologyQuery", "{}", "application/json");
-  ASSERT_TRUE(result);
-  EXPECT_EQ(result->status, 200);
+  const std::string response = vrex::testing::ExchangeRaw(
+      port,
+      "POST /api/SimpleTopologyQuery HTTP/1.1\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");
+  EXPECT_EQ(vrex::testing::StatusOf(response), 200);
   dc::SimpleTopologyContainer topology;
-  ASSERT_TRUE(topology.ParseFromString(result->body));
+  ASSERT_TRUE(topology.ParseFromString(response.substr(response.find("\r\n\r\n") + 4)));
   EXPECT_GE(topology.values_size(), 2) << "the default data is the sample plant";
 
   stub.Signal(SIGTERM);

@@ -6,6 +6,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <stdexcept>
 
@@ -16,35 +17,27 @@ namespace {
 // Bound on a silent server, so a broken one fails the test instead of hanging it.
 constexpr int kReceiveTimeoutMs = 30'000;
 
-class Socket {
- public:
-  Socket() : fd_(::socket(AF_INET, SOCK_STREAM, 0)) {
-    if (fd_ < 0) {
-      throw std::runtime_error("socket() failed");
-    }
+}  // namespace
+
+RawConnection::RawConnection(int port) : fd_(::socket(AF_INET, SOCK_STREAM, 0)) {
+  if (fd_ < 0) {
+    throw std::runtime_error("socket() failed");
   }
-  ~Socket() { ::close(fd_); }
-  Socket(const Socket&) = delete;
-  Socket& operator=(const Socket&) = delete;
-  int Fd() const { return fd_; }
-
- private:
-  int fd_;
-};
-
-void Connect(const Socket& socket, int port) {
   sockaddr_in address{};
   address.sin_family = AF_INET;
   address.sin_port = htons(static_cast<uint16_t>(port));
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  if (::connect(socket.Fd(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+  if (::connect(fd_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+    ::close(fd_);
     throw std::runtime_error("cannot connect to port " + std::to_string(port));
   }
 }
 
-void SendAll(const Socket& socket, std::string_view bytes) {
+RawConnection::~RawConnection() { ::close(fd_); }
+
+void RawConnection::Send(std::string_view bytes) {
   while (!bytes.empty()) {
-    const ssize_t sent = ::send(socket.Fd(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
+    const ssize_t sent = ::send(fd_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
     if (sent <= 0) {
       throw std::runtime_error("send() failed");
     }
@@ -52,32 +45,27 @@ void SendAll(const Socket& socket, std::string_view bytes) {
   }
 }
 
-std::string ReceiveUntilClosed(const Socket& socket) {
+std::string RawConnection::Receive(std::size_t atMost) {
   std::string received;
   char buffer[4096];
-  for (;;) {
-    pollfd fd{socket.Fd(), POLLIN, 0};
+  while (received.size() < atMost) {
+    pollfd fd{fd_, POLLIN, 0};
     if (::poll(&fd, 1, kReceiveTimeoutMs) <= 0) {
       throw std::runtime_error("the server neither answered nor closed the connection");
     }
-    const ssize_t n = ::recv(socket.Fd(), buffer, sizeof buffer, 0);
-    if (n < 0) {
-      throw std::runtime_error("recv() failed");
-    }
-    if (n == 0) {
-      return received;
+    const ssize_t n = ::recv(fd_, buffer, std::min(sizeof buffer, atMost - received.size()), 0);
+    if (n <= 0) {  // closed, or reset after the last bytes
+      break;
     }
     received.append(buffer, static_cast<std::size_t>(n));
   }
+  return received;
 }
 
-}  // namespace
-
 std::string ExchangeRaw(int port, std::string_view request) {
-  const Socket socket;
-  Connect(socket, port);
-  SendAll(socket, request);
-  return ReceiveUntilClosed(socket);
+  RawConnection connection(port);
+  connection.Send(request);
+  return connection.Receive();
 }
 
 int StatusOf(std::string_view response) {

@@ -1,12 +1,33 @@
 #pragma once
 // Sends hand-written HTTP bytes to a local port, for requests whose exact
 // form matters (header order, line endings) and which a client library would
-// rewrite.
+// rewrite, and for clients that misbehave on purpose.
 
+#include <cstddef>
+#include <limits>
 #include <string>
 #include <string_view>
 
 namespace vrex::testing {
+
+/// A client connection to 127.0.0.1 that the test drives byte by byte.
+/// Every wait is bounded: a silent server fails the test instead of hanging
+/// it. Failures throw std::runtime_error.
+class RawConnection {
+ public:
+  explicit RawConnection(int port);
+  ~RawConnection();  ///< closes the connection
+  RawConnection(const RawConnection&) = delete;
+  RawConnection& operator=(const RawConnection&) = delete;
+
+  void Send(std::string_view bytes);
+  /// What comes until the server closes the connection, or until `atMost`
+  /// bytes came.
+  std::string Receive(std::size_t atMost = std::numeric_limits<std::size_t>::max());
+
+ private:
+  int fd_;
+};
 
 /// Connects to 127.0.0.1:`port`, sends `request` as it is and returns what
 /// comes back until the server closes the connection (send

@@ -1,5 +1,6 @@
 #include "AnswerSelection.h"
 
+#include <exception>
 #include <optional>
 #include <string>
 #include <utility>
@@ -13,12 +14,14 @@ namespace {
 
 constexpr std::string_view kApiPrefix = "/api/";
 
-CannedAnswer TextAnswer(int status, std::string text) {
-  CannedAnswer answer;
-  answer.status = status;
-  answer.body = std::move(text) + "\n";
-  answer.contentType = "text/plain";
-  return answer;
+CannedAnswer Respond(const Responder& responder, const JournalEntry& request) {
+  try {
+    return responder(request);
+  } catch (const std::exception& error) {
+    return TextAnswer(500, std::string("the responder failed: ") + error.what());
+  } catch (...) {
+    return TextAnswer(500, "the responder failed");
+  }
 }
 
 /// The request type named by "/api/<RequestType>", or nothing for another path.
@@ -45,7 +48,7 @@ CannedAnswer SelectAnswer(std::string_view method, std::string_view path,
     return TextAnswer(405, "requests are sent with POST");
   }
   if (const Responder responder = answers.FindResponder(*requestType)) {
-    return responder(request);
+    return Respond(responder, request);
   }
   if (auto canned = answers.Find(*requestType)) {
     return std::move(*canned);

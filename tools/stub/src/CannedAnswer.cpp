@@ -4,6 +4,8 @@
 #include <google/protobuf/io/zero_copy_stream_impl_lite.h>
 #include <google/protobuf/message.h>
 
+#include <utility>
+
 namespace vrex::stub {
 
 std::string SerializeDeterministically(const google::protobuf::Message& message) {
@@ -15,6 +17,14 @@ std::string SerializeDeterministically(const google::protobuf::Message& message)
     message.SerializeToCodedStream(&coded);
   }  // the coded stream trims the string when it goes out of scope
   return bytes;
+}
+
+CannedAnswer TextAnswer(int status, std::string text) {
+  CannedAnswer answer;
+  answer.status = status;
+  answer.body = std::move(text) + "\n";
+  answer.contentType = "text/plain";
+  return answer;
 }
 
 CannedAnswer MessageAnswer(const google::protobuf::Message& message) {

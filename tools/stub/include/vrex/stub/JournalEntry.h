@@ -2,6 +2,7 @@
 // One request as the stub server received it, for tests that check what a
 // client really sent: header order and spelling included.
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -27,6 +28,8 @@ struct JournalEntry {
   /// The request line and header lines byte for byte, up to and including
   /// the blank line that ends them.
   std::string head;
+  /// Which accepted connection carried the request: 1, 2, ... since Start.
+  std::uint64_t connection = 0;
 
   /// Value of the first header whose name equals `name` ignoring case, or
   /// nullptr when the request had none.

@@ -18,7 +18,9 @@
 //     "/api/<RequestType>": 404;
 //   - another method than POST on "/api/<RequestType>": 405.
 
+#include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -38,10 +40,29 @@ class Message;
 
 namespace vrex::stub {
 
+/// Where the server's notices go: a limit that applied, a failure it survived.
+using LogSink = std::function<void(std::string_view line)>;
+
 struct StubServerOptions {
   std::string host = "127.0.0.1";
-  int port = 0;             ///< 0: the system picks a free port
-  std::size_t threads = 8;  ///< connections served at once
+  int port = 0;  ///< 0: the system picks a free port
+  /// Threads that serve the connections, each serving many; a responder or
+  /// observer that blocks holds one of them.
+  std::size_t threads = 8;
+
+  // Bounds on hostile or broken clients; each one applied is logged.
+  /// A request body over this is answered with 413 and its connection closed.
+  std::uint64_t maxRequestBytes = std::uint64_t{64} << 20;
+  /// A request must arrive whole within this time from when the connection
+  /// starts waiting for it; an idle kept-alive connection closes after it.
+  std::chrono::milliseconds readTimeout{30'000};
+  /// A client that takes no byte of its answer for this long is dropped.
+  std::chrono::milliseconds writeTimeout{30'000};
+  /// Connections open at once. A new one beyond it closes the connection
+  /// that has waited longest for a request, or is refused when all are busy.
+  std::size_t maxConnections = 512;
+  /// Empty: lines go to the standard error stream, prefixed "vrex-stub: ".
+  LogSink log;
 };
 
 /// Called on the serving thread for every request, once its answer is chosen
@@ -96,7 +117,11 @@ class StubServer {
   /// Every request received since the start or the last ClearJournal, in
   /// arrival order.
   std::vector<JournalEntry> Journal() const;
+  /// Empties the journal and restarts the count of PeakConnections.
   void ClearJournal();
+  /// The most connections that were open at the same time since Start or the
+  /// last ClearJournal.
+  std::size_t PeakConnections() const;
 
   /// Replaces the observer; an empty function removes it.
   void SetRequestObserver(RequestObserver observer);
