@@ -31,10 +31,16 @@ std::string AnswerProblem(const stub::JournalEntry& entry, const stub::CannedAns
   }
 }
 
+stub::StubServerOptions TwoThreads() {
+  stub::StubServerOptions options;
+  options.threads = 2;
+  return options;
+}
+
 }  // namespace
 
 StubRequestProbe::StubRequestProbe(const std::filesystem::path& answerDirectory)
-    : server_(stub::StubServerOptions{"127.0.0.1", 0, 2}) {
+    : server_(TwoThreads()) {
   if (!server_.LoadAnswers(answerDirectory)) {
     std::abort();  // the fuzzer's own set-up is broken: stop at once
   }
