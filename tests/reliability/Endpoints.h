@@ -9,9 +9,6 @@
 
 namespace vrex::reliability {
 
-/// A loopback port that was free a moment ago: bound and closed again.
-int FreeLoopbackPort();
-
 /// "http://127.0.0.1:<port>" of a port that was bound and closed again, so
 /// connecting is refused.
 std::string RefusedBaseUrl();

@@ -8,6 +8,7 @@
 
 #include "ApiVersionQuery.pb.h"
 #include "Endpoints.h"
+#include "LoopbackPort.h"
 #include "FaultCatalog.h"
 #include "ProcessResources.h"
 #include "VrexClient.h"
@@ -89,7 +90,7 @@ TEST(FailureCost, SessionClientKeepsNothingPerFailure) {
   // A fixed port, so the stub can be stopped, closing all of its connections,
   // before each count, and started again.
   stub::StubServerOptions serverOptions;
-  serverOptions.port = FreeLoopbackPort();
+  serverOptions.port = vrex::testing::FreeLoopbackPort();
   // A silent answer holds its serving thread until the stub stops.
   serverOptions.threads = 4 * kRounds;
   stub::StubServer server(serverOptions);

@@ -2,6 +2,7 @@
 
 #include <poll.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -107,8 +108,10 @@ std::optional<int> ChildProcess::Wait(std::chrono::milliseconds timeout) {
   const auto deadline = std::chrono::steady_clock::now() + timeout;
   for (;;) {
     int status = 0;
-    if (::waitpid(pid_, &status, WNOHANG) == pid_) {
+    rusage usage{};
+    if (::wait4(pid_, &status, WNOHANG, &usage) == pid_) {
       pid_ = -1;
+      peakResidentKilobytes_ = usage.ru_maxrss;
       return status;
     }
     if (std::chrono::steady_clock::now() >= deadline) {

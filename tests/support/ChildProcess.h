@@ -30,6 +30,8 @@ class ChildProcess {
   /// The wait status (see waitpid) once the program ended, or nothing when it
   /// still runs after `timeout`.
   std::optional<int> Wait(std::chrono::milliseconds timeout);
+  /// The program's peak resident size, once Wait saw it end.
+  long PeakResidentKilobytes() const { return peakResidentKilobytes_; }
 
  private:
   /// Reads what is available into buffer_; false at the end of output or on timeout.
@@ -39,6 +41,7 @@ class ChildProcess {
   int output_ = -1;
   std::string buffer_;
   bool ended_ = false;
+  long peakResidentKilobytes_ = 0;
 };
 
 }  // namespace vrex::testing

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "internal/AnswerParser.h"
+#include "internal/BodyBuffer.h"
 #include "internal/FieldBoundaries.h"
 #include "internal/SliceRules.h"
 #include "internal/SliceRun.h"
@@ -50,6 +51,8 @@ HttpResponse AnswerStream::Receive(Transport& transport, const HttpRequest& requ
 
 void AnswerStream::Reset() {
   run_.reset();  // first: its threads may still read the bytes
+  unannounced_ = BodyBuffer(0);
+  std::string().swap(joined_);
   boundaries_.reset();
   rules_.reset();
   std::string().swap(unsliced_);
@@ -59,6 +62,13 @@ void AnswerStream::Reset() {
 }
 
 void AnswerStream::Feed(std::string_view chunk, std::uint64_t expectedSize) {
+  // An answer that does not announce its size may never end: its slices
+  // would be parsed (and cost several times their bytes) before the size
+  // limit stops it. It is held in blocks and parsed once complete.
+  if (expectedSize == 0) {
+    unannounced_.Append(chunk);
+    return;
+  }
   unsliced_.append(chunk);
   received_ += chunk.size();
   CutSlices(expectedSize != 0 ? expectedSize : received_);
@@ -128,6 +138,10 @@ void AnswerStream::CutUnsliced(std::size_t end) {
 
 bool AnswerStream::Finish() {
   joinedSlices_ = 0;
+  if (unannounced_.Size() > 0) {
+    joined_ = unannounced_.Take();
+    FeedWhole(joined_);
+  }
   if (run_ == nullptr) {
     return ParseInOnePiece();
   }

@@ -19,6 +19,7 @@
 #include <string>
 #include <string_view>
 
+#include "internal/BodyBuffer.h"
 #include "vrex/Transport.h"
 
 namespace google::protobuf {
@@ -68,6 +69,8 @@ class AnswerStream {
 
   AnswerParser& parser_;
   google::protobuf::Message& answer_;
+  BodyBuffer unannounced_{0};              // an answer of unknown size, until Finish
+  std::string joined_;                     // the same, joined for parsing
   std::string unsliced_;                   // bytes fed and not yet in a slice
   std::optional<std::string_view> whole_;  // the body given by FeedWhole
   std::uint64_t received_ = 0;

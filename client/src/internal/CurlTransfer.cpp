@@ -223,7 +223,9 @@ void CurlTransfer::Classify(CURLcode result, HttpResponse& response) const {
   const bool answered = headerBytes_ > 0;
   if (IsConnectionFailure(result) || (!connected && !answered)) {
     response.failure = TransferFailure::Unreachable;
-  } else if (IsBrokenHttp(result) || (answered && result == CURLE_RECV_ERROR)) {
+  } else if (IsBrokenHttp(result) || (answered && result == CURLE_RECV_ERROR) ||
+             // After the request went out, libcurl says so of a status line it cannot read.
+             (connected && result == CURLE_UNSUPPORTED_PROTOCOL)) {
     response.failure = TransferFailure::BrokenAnswer;
   } else if (result == CURLE_FILESIZE_EXCEEDED) {
     response.failure = TransferFailure::AnswerTooLarge;

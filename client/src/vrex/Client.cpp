@@ -9,6 +9,7 @@
 #include "internal/AsyncAttempts.h"
 #include "internal/AtomicFile.h"
 #include "internal/RetrySchedule.h"
+#include "internal/SliceRules.h"
 #include "vrex/CurlTransport.h"
 
 namespace vrex {
@@ -164,16 +165,23 @@ Outcome Client::Exchange(std::string_view requestType, RequestKind kind,
   const Clock::time_point start = Clock::now();
   HttpRequest http = BuildRequest(requestType, request, totalTimeout_);
   http.maxStreamedBytes = maxAnswerBytes_;
-  // Parsed while it arrives; each attempt starts the stream afresh.
   std::optional<internal::AnswerStream> stream;
   if (answer != nullptr) {
     stream.emplace(*parser_, *answer);
   }
+  // Streamed where slices can be parsed while the rest arrives (each attempt
+  // starts the stream afresh); any other answer is held in blocks by the
+  // transport, which costs no more memory than its size, and parsed whole.
+  const bool streamed = stream && parser_->Threads() > 1 &&
+                        internal::SliceRules(*answer).TypeAllowsSlices();
   int attempts = 0;
   const HttpResponse response = RunAttempts(
       retry_, MayRetry(requestType, kind), start, attempts,
-      [&] { return stream ? stream->Receive(*transport_, http) : transport_->Post(http); },
+      [&] { return streamed ? stream->Receive(*transport_, http) : transport_->Post(http); },
       [] { return true; });
+  if (stream && !streamed) {
+    stream->FeedWhole(response.body);
+  }
   return Conclude(requestType, response, answer, stream ? &*stream : nullptr, start, attempts);
 }
 
