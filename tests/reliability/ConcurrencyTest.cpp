@@ -178,5 +178,37 @@ INSTANTIATE_TEST_SUITE_P(EightThreads, Concurrency,
                            return NameOf(info.param);
                          });
 
+// Asynchronous calls share a few connections: many calls in flight, each
+// answer still its caller's own, never more connections than allowed.
+TEST(AsyncConcurrency, ManyCallsInFlightKeepToTheConnectionLimitAndGetTheirOwnAnswers) {
+  stub::StubServer server;
+  const stub::Responder echo = EchoResponder();
+  server.SetResponder("GeneralInformationByIdQuery", [&echo](const stub::JournalEntry& request) {
+    stub::CannedAnswer answer = echo(request);
+    answer.delay = std::chrono::milliseconds(10);  // so that calls overlap
+    return answer;
+  });
+  server.Start();
+  ClientOptions options;
+  options.baseUrl = server.BaseUrl();
+  options.maxConnectionsPerHost = 3;
+  const Client client(options);
+  BuildDescriptors();
+  std::vector<contracts::GeneralInformationByIdQuery> queries;
+  for (int call = 0; call < 48; ++call) queries.push_back(QueryOf(call % 5, call));
+
+  const auto results = client.SendAll(queries);
+
+  ASSERT_EQ(results.size(), queries.size());
+  for (std::size_t i = 0; i < results.size(); ++i) {
+    ASSERT_TRUE(results[i].Ok()) << results[i].GetStatus().Message();
+    EXPECT_TRUE(google::protobuf::util::MessageDifferencer::Equals(*results[i], EchoOf(queries[i])))
+        << queries[i].ShortDebugString();
+  }
+  EXPECT_LE(server.PeakConnections(), 3u);
+  EXPECT_GE(server.PeakConnections(), 1u);
+  server.Stop();
+}
+
 }  // namespace
 }  // namespace vrex::reliability
