@@ -65,9 +65,9 @@ ExitCode Run(const LogArguments& arguments, Console& console) {
   const Client client(MakeClientOptions(arguments.server, console));
   const SelectionArguments& selection = arguments.selection;
   const bool namesLine = !selection.factory.empty() && !selection.line.empty();
-  const LineTimeZone zone = namesLine
-                                ? LookUpLineZone(client, selection.factory, selection.line, console)
-                                : LineTimeZone::Utc();
+  const LineTimeZone zone =
+      namesLine ? LineZoneLookUp(client, selection.factory, selection.line).Get(console)
+                : LineTimeZone::Utc();
   const auto query = BuildLogQuery(arguments, zone);
   if (!query.Ok()) {
     console.err << "vrex: " << query.GetStatus().Message() << '\n';

@@ -59,9 +59,14 @@ Result<PreparedRequest> PrepareMeasurementRequest(const SelectionArguments& sele
   if (!quantities.Ok()) {
     return Result<PreparedRequest>::Failure(quantities.GetStatus());
   }
-  LineTimeZone zone = LookUpLineZone(client, selection.factory, selection.line, console);
-  auto request = BuildMeasurementRequest(selection, ids, quantities.Value(), zone,
-                                         std::chrono::system_clock::now());
+  auto zone = std::make_shared<LineZoneLookUp>(client, selection.factory, selection.line);
+  // Requests by identifier do not depend on the zone: they go out while the
+  // topology is still on its way.
+  auto request =
+      ids.empty()
+          ? BuildMeasurementRequest(selection, ids, quantities.Value(), zone->Get(console),
+                                    std::chrono::system_clock::now())
+          : BuildMeasurementRequest(selection, ids, quantities.Value(), LineTimeZone::Utc(), {});
   if (!request.Ok()) {
     return Result<PreparedRequest>::Failure(request.GetStatus());
   }

@@ -4,6 +4,7 @@
 // filters are then not used), else by the selection; restricted to the
 // quantities of --clavis.
 
+#include <memory>
 #include <string>
 #include <variant>
 #include <vector>
@@ -40,7 +41,7 @@ void AddTestChoiceArguments(CLI::App& command, SelectionArguments& selection,
 struct PreparedRequest {
   MeasurementRequest request;
   Korvan::KQ::DataContracts::ClavisFilter quantities;
-  LineTimeZone zone;
+  std::shared_ptr<LineZoneLookUp> zone;  // asked for while the request goes out
 };
 
 /// Reads --clavis (sending nothing when it is wrong), looks up the line's

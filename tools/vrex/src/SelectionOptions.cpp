@@ -1,6 +1,5 @@
 #include "SelectionOptions.h"
 
-#include "SimpleTopologyContainer.pb.h"
 #include "SimpleTopologyQuery.pb.h"
 #include "TimeArguments.h"
 #include "TopologyTree.h"
@@ -81,19 +80,23 @@ Result<SelectionFilters> BuildSelectionFilters(const SelectionArguments& argumen
   return Result<SelectionFilters>::Success(std::move(filters));
 }
 
-LineTimeZone LookUpLineZone(const Client& client, const std::string& factory,
-                            const std::string& line, Console& console) {
-  const auto topology = client.Send(dc::SimpleTopologyQuery());
-  if (!topology.Ok()) {
-    return LineTimeZone::Utc();  // the request that follows reports the failure
+LineZoneLookUp::LineZoneLookUp(const Client& client, std::string factory, std::string line)
+    : topology_(client.SendAsync(dc::SimpleTopologyQuery())),
+      factory_(std::move(factory)),
+      line_(std::move(line)) {}
+
+const LineTimeZone& LineZoneLookUp::Get(Console& console) {
+  if (zone_) {
+    return *zone_;
   }
-  const dc::Line* found = FindLine(topology.Value(), factory, line);
-  if (found == nullptr) {
-    console.err << "vrex: note: the topology has no line \"" << line << "\" in factory \""
-                << factory << "\" (see `vrex topology`); times are in UTC\n";
-    return LineTimeZone::Utc();
+  const auto topology = topology_.Get();
+  const dc::Line* found = topology.Ok() ? FindLine(topology.Value(), factory_, line_) : nullptr;
+  if (topology.Ok() && found == nullptr) {
+    console.err << "vrex: note: the topology has no line \"" << line_ << "\" in factory \""
+                << factory_ << "\" (see `vrex topology`); times are in UTC\n";
   }
-  return LineTimeZone::Of(*found);
+  // A topology that cannot be read: the request that follows reports why.
+  return zone_.emplace(found != nullptr ? LineTimeZone::Of(*found) : LineTimeZone::Utc());
 }
 
 }  // namespace vrex::cli

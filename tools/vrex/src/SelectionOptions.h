@@ -12,6 +12,7 @@
 #include "Console.h"
 #include "LineTimeZone.h"
 #include "SerialNumberFilter.pb.h"
+#include "SimpleTopologyContainer.pb.h"
 #include "TimeFilter.pb.h"
 #include "TopNFilter.pb.h"
 #include "vrex/Client.h"
@@ -71,9 +72,21 @@ void ApplySelection(const SelectionArguments& arguments, const SelectionFilters&
   if (filters.serial) *query.mutable_serialnumber() = *filters.serial;
 }
 
-/// The time zone of the line, from the server's topology; UTC (with a note
-/// on `console.err`) when the topology cannot be read or lacks the line.
-LineTimeZone LookUpLineZone(const Client& client, const std::string& factory,
-                            const std::string& line, Console& console);
+/// The time zone of the line, from the server's topology: asked for at
+/// once, read when first needed, so that a request that does not depend on
+/// it (tests by identifier, say) goes out meanwhile. UTC (with a note on
+/// `console.err`) when the topology cannot be read or lacks the line.
+class LineZoneLookUp {
+ public:
+  LineZoneLookUp(const Client& client, std::string factory, std::string line);
+  const LineTimeZone& Get(Console& console);
+
+ private:
+  using Topology = Korvan::KQ::DataContracts::SimpleTopologyContainer;
+  AsyncCall<Result<Topology, Outcome>> topology_;
+  std::string factory_;
+  std::string line_;
+  std::optional<LineTimeZone> zone_;
+};
 
 }  // namespace vrex::cli

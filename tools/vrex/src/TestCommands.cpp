@@ -25,18 +25,18 @@ struct TestArguments {
 
 ExitCode RunTests(const TestArguments& arguments, Console& console) {
   const Client client(MakeClientOptions(arguments.server, console));
-  const LineTimeZone zone =
-      LookUpLineZone(client, arguments.selection.factory, arguments.selection.line, console);
-  const auto render = [&zone, csv = arguments.csv](const dc::GeneralInformationContainer& tests) {
-    return csv ? TestsCsv(tests, zone) : RenderTestTable(tests, zone);
+  LineZoneLookUp zone(client, arguments.selection.factory, arguments.selection.line);
+  const auto render = [&zone, &console,
+                       csv = arguments.csv](const dc::GeneralInformationContainer& tests) {
+    return csv ? TestsCsv(tests, zone.Get(console)) : RenderTestTable(tests, zone.Get(console));
   };
   if (!arguments.ids.empty()) {
     return SendAndPrint(
         client, MakeByIdQuery<dc::GeneralInformationByIdQuery>(arguments.selection, arguments.ids),
         arguments.server, arguments.json, console, render);
   }
-  const auto filters =
-      BuildSelectionFilters(arguments.selection, zone, std::chrono::system_clock::now());
+  const auto filters = BuildSelectionFilters(arguments.selection, zone.Get(console),
+                                             std::chrono::system_clock::now());
   if (!filters.Ok()) {
     return UsageError(filters.GetStatus().Message(), console);
   }
@@ -52,9 +52,11 @@ ExitCode RunMeasurements(const TestArguments& arguments, Console& console) {
   if (!prepared.Ok()) {
     return UsageError(prepared.GetStatus().Message(), console);
   }
-  const LineTimeZone& zone = prepared.Value().zone;
-  const auto render = [&zone, csv = arguments.csv](const dc::MeasurementContainer& measurements) {
-    return csv ? MeasurementsCsv(measurements) : RenderMeasurements(measurements, zone);
+  LineZoneLookUp& zone = *prepared.Value().zone;
+  const auto render = [&zone, &console,
+                       csv = arguments.csv](const dc::MeasurementContainer& measurements) {
+    return csv ? MeasurementsCsv(measurements)
+               : RenderMeasurements(measurements, zone.Get(console));
   };
   return std::visit(
       [&](const auto& query) {
