@@ -11,8 +11,8 @@ class Message;
 
 namespace vrex::fuzz {
 
-/// The names the filled requests use for the plant; the seed generator takes
-/// them from the sample plant so that the requests ask for what it has.
+/// The names the filled requests use for the plant: those of the stub's
+/// sample plant, so that the requests ask for what it has.
 struct SamplePlant {
   std::string factory = "Plant-North";
   std::string line = "Line-A";

@@ -4,10 +4,8 @@
 #include <google/protobuf/message.h>
 
 #include <memory>
-#include <set>
 
 #include "CatalogTypes.h"
-#include "SimpleTopologyContainer.pb.h"
 #include "vrex/MessageJson.h"
 #include "vrex/RequestCatalog.h"
 #include "vrex/stub/AnswerLoader.h"
@@ -46,85 +44,7 @@ std::string HttpPost(const std::string& target, const std::string& body) {
          std::to_string(sent.size()) + "\r\n\r\n" + sent;
 }
 
-std::string HexSize(std::size_t size) {
-  constexpr char kDigits[] = "0123456789abcdef";
-  std::string hex;
-  do {
-    hex.insert(hex.begin(), kDigits[size % 16]);
-    size /= 16;
-  } while (size != 0);
-  return hex;
-}
-
-std::string HttpChunkedPost(const std::string& target, const std::string& body) {
-  return "POST " + target + " HTTP/1.1\r\nHost: 127.0.0.1\r\nTransfer-Encoding: chunked\r\n\r\n" +
-         HexSize(body.size()) + "\r\n" + body + "\r\n0\r\n\r\n";
-}
-
-std::string DictionaryEntry(const std::string& token) {
-  std::string entry = "\"";
-  for (const char c : token) {
-    if (c == '"' || c == '\\') {
-      entry += '\\';
-      entry += c;
-    } else if (c < ' ' || c > '~') {
-      entry += "\\x" + HexSize(static_cast<unsigned char>(c) + 0x100).substr(1);
-    } else {
-      entry += c;
-    }
-  }
-  return entry + '"';
-}
-
-// Every field and enumeration value name reachable from the requests.
-std::set<std::string> RequestVocabulary() {
-  std::set<std::string> words;
-  std::set<const Descriptor*> seen;
-  std::vector<const Descriptor*> pending(RequestTypes().begin(), RequestTypes().end());
-  while (!pending.empty()) {
-    const Descriptor* type = pending.back();
-    pending.pop_back();
-    if (!seen.insert(type).second) {
-      continue;
-    }
-    for (int i = 0; i < type->field_count(); ++i) {
-      const auto& field = *type->field(i);
-      words.insert('"' + field.json_name() + '"');
-      words.insert('"' + field.name() + '"');
-      if (field.message_type() != nullptr) {
-        pending.push_back(field.message_type());
-      }
-      if (field.enum_type() != nullptr) {
-        for (int v = 0; v < field.enum_type()->value_count(); ++v) {
-          words.insert('"' + field.enum_type()->value(v)->name() + '"');
-        }
-      }
-    }
-  }
-  return words;
-}
-
 }  // namespace
-
-SamplePlant ReadSamplePlant(const std::filesystem::path& samplePlant) {
-  SamplePlant plant;
-  const stub::AnswerSet answers = stub::LoadAnswerDirectory(samplePlant).Value();
-  const auto topology = answers.find("SimpleTopologyQuery");
-  Korvan::KQ::DataContracts::SimpleTopologyContainer container;
-  if (topology == answers.end() || !container.ParseFromString(topology->second.body) ||
-      container.values_size() == 0) {
-    return plant;
-  }
-  const auto& factory = container.values(0);
-  plant.factory = factory.name();
-  if (factory.lines_size() > 0) {
-    plant.line = factory.lines(0).name();
-    if (factory.lines(0).testbenches_size() > 0) {
-      plant.testBench = factory.lines(0).testbenches(0).name();
-    }
-  }
-  return plant;
-}
 
 std::vector<Seed> AnswerSeeds(const std::filesystem::path& samplePlant, const SamplePlant& plant) {
   const TypeList& types = AnswerTypes();
@@ -173,38 +93,14 @@ std::vector<Seed> StubRequestSeeds(const SamplePlant& plant) {
     seeds.push_back({"post-" + type->name(), HttpPost("/api/" + type->name(), body)});
   }
   const std::string version = HttpPost("/api/ApiVersionQuery", {});
-  seeds.push_back({"chunked", HttpChunkedPost("/api/ApiVersionQuery", "{}")});
+  seeds.push_back({"chunked",
+                   "POST /api/ApiVersionQuery HTTP/1.1\r\nHost: 127.0.0.1\r\n"
+                   "Transfer-Encoding: chunked\r\n\r\n2\r\n{}\r\n0\r\n\r\n"});
   seeds.push_back({"two-on-one-connection", version + version});
   seeds.push_back({"get", "GET /api/ApiVersionQuery HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n"});
   seeds.push_back({"unknown-type", HttpPost("/api/NoSuchQuery", {})});
   seeds.push_back({"other-path", HttpPost("/status?x=1", {})});
   return seeds;
-}
-
-std::vector<std::string> JsonRequestDictionary() {
-  std::vector<std::string> entries;
-  for (const std::string& word : RequestVocabulary()) {
-    entries.push_back(DictionaryEntry(word));
-  }
-  for (const char* token : {"{", "}", "[", "]", ":", ",", "null", "true", "false", "\"NaN\"",
-                            "\"-Infinity\"", "1e308", "-0", "\"\\u0000\""}) {
-    entries.push_back(DictionaryEntry(token));
-  }
-  return entries;
-}
-
-std::vector<std::string> StubRequestDictionary() {
-  std::vector<std::string> entries;
-  for (const Descriptor* type : RequestTypes()) {
-    entries.push_back(DictionaryEntry("/api/" + type->name()));
-  }
-  for (const char* token :
-       {"POST ", "GET ", "PUT ", "OPTIONS ", " HTTP/1.1\r\n", " HTTP/1.0\r\n", "\r\n\r\n",
-        "Content-Length: ", "Transfer-Encoding: chunked\r\n", "Connection: close\r\n",
-        "Expect: 100-continue\r\n", "Content-Type: application/x-protobuf\r\n", "%2F", "?"}) {
-    entries.push_back(DictionaryEntry(token));
-  }
-  return entries;
 }
 
 }  // namespace vrex::fuzz

@@ -1,5 +1,5 @@
 #pragma once
-// The starting corpora of the fuzz targets and their dictionaries, made from
+// The starting corpora of the fuzz targets, made from
 // the sample plant of the stub server and the request catalog. They are
 // generated when the fuzzers run, so they never fall behind the contract.
 
@@ -16,10 +16,6 @@ struct Seed {
   std::string bytes;  ///< the fuzz input, selector byte first where the target has one
 };
 
-/// The plant names of the first factory, line and bench of the sample
-/// plant's topology answer; the defaults when it has none.
-SamplePlant ReadSamplePlant(const std::filesystem::path& samplePlant);
-
 /// Answer bodies: every answer of the sample plant, a filled and an empty
 /// message of every answer type.
 std::vector<Seed> AnswerSeeds(const std::filesystem::path& samplePlant, const SamplePlant& plant);
@@ -34,10 +30,5 @@ std::vector<Seed> JsonRequestSeeds(const SamplePlant& plant);
 /// Raw HTTP requests as the clients send them, one per request type, and a
 /// few the stub must turn away (other method, unknown type, other path).
 std::vector<Seed> StubRequestSeeds(const SamplePlant& plant);
-
-/// libFuzzer dictionary entries ("kw=\"...\"" lines): the JSON field and
-/// enumeration names of every request, and the HTTP words of the stub.
-std::vector<std::string> JsonRequestDictionary();
-std::vector<std::string> StubRequestDictionary();
 
 }  // namespace vrex::fuzz

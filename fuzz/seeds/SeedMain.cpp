@@ -1,6 +1,6 @@
 // vrex-fuzz-seeds SAMPLE_PLANT OUT_DIR
 // Writes the seed corpus of each fuzz target to OUT_DIR/<target>/ (emptied
-// first) and its dictionary, if it has one, to OUT_DIR/<target>.dict.
+// first).
 #include <cstdio>
 #include <exception>
 #include <filesystem>
@@ -23,24 +23,15 @@ void WriteFile(const fs::path& path, const std::string& bytes) {
   }
 }
 
-void WriteCorpus(const fs::path& outDir, const std::string& target, const std::vector<Seed>& seeds,
-                 const std::vector<std::string>& dictionary) {
+void WriteCorpus(const fs::path& outDir, const std::string& target,
+                 const std::vector<Seed>& seeds) {
   const fs::path corpus = outDir / target;
   fs::remove_all(corpus);
   fs::create_directories(corpus);
   for (const Seed& seed : seeds) {
     WriteFile(corpus / seed.name, seed.bytes);
   }
-  std::string dictionaryText;
-  for (const std::string& entry : dictionary) {
-    dictionaryText += entry + '\n';
-  }
-  fs::remove(outDir / (target + ".dict"));
-  if (!dictionary.empty()) {
-    WriteFile(outDir / (target + ".dict"), dictionaryText);
-  }
-  std::printf("%s: %zu seeds, %zu dictionary entries\n", target.c_str(), seeds.size(),
-              dictionary.size());
+  std::printf("%s: %zu seeds\n", target.c_str(), seeds.size());
 }
 
 }  // namespace
@@ -53,14 +44,12 @@ int main(int argc, char** argv) {
   try {
     const fs::path samplePlant = argv[1];
     const fs::path outDir = argv[2];
-    const vrex::fuzz::SamplePlant plant = vrex::fuzz::ReadSamplePlant(samplePlant);
+    const vrex::fuzz::SamplePlant plant;
     const auto answerSeeds = vrex::fuzz::AnswerSeeds(samplePlant, plant);
-    WriteCorpus(outDir, "answer_parse", answerSeeds, {});
-    WriteCorpus(outDir, "sliced_parse", vrex::fuzz::SlicedParseSeeds(answerSeeds), {});
-    WriteCorpus(outDir, "json_request", vrex::fuzz::JsonRequestSeeds(plant),
-                vrex::fuzz::JsonRequestDictionary());
-    WriteCorpus(outDir, "stub_request", vrex::fuzz::StubRequestSeeds(plant),
-                vrex::fuzz::StubRequestDictionary());
+    WriteCorpus(outDir, "answer_parse", answerSeeds);
+    WriteCorpus(outDir, "sliced_parse", vrex::fuzz::SlicedParseSeeds(answerSeeds));
+    WriteCorpus(outDir, "json_request", vrex::fuzz::JsonRequestSeeds(plant));
+    WriteCorpus(outDir, "stub_request", vrex::fuzz::StubRequestSeeds(plant));
   } catch (const std::exception& error) {
     std::fprintf(stderr, "vrex-fuzz-seeds: %s\n", error.what());
     return 1;

@@ -81,24 +81,6 @@ TEST_F(StubFixture, BaseUrlIsJoinedUnchanged) {
   EXPECT_EQ(journal[1].path, "/prefix/api/MeasurementQuery");
 }
 
-TEST_F(StubFixture, FailedReadReturnsAnEmptyResultAndALaterSuccessResetsTheStatus) {
-  vrex::stub::CannedAnswer rejected;
-  rejected.status = 401;
-  rejected.body = kMarkedBody;
-  server.SetAnswer("GeneralInformationQuery", rejected);
-  dc::MessageContainer status;
-  const auto failed =
-      VrexClient::SendToServer(server.BaseUrl(), dc::GeneralInformationQuery(), status, "");
-  EXPECT_EQ(failed.ByteSizeLong(), 0u);
-  EXPECT_EQ(status.detailcode(), en::ApiPipeline_Unauthorized);
-
-  server.ClearAnswer("GeneralInformationQuery");
-  VrexClient::SendToServer(server.BaseUrl(), dc::GeneralInformationQuery(), status, "");
-  EXPECT_EQ(status.codecategory(), en::CodeCategory_None);
-  EXPECT_EQ(status.detailcode(), en::NoDetailCode);
-  EXPECT_EQ(status.level(), en::Trace);
-}
-
 struct VersionCase {
   const char* name;
   int status;

@@ -1,9 +1,7 @@
 // File answers written to a file that appears only when the download
 // succeeds (the catalog test streams them to a callback).
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -12,7 +10,7 @@
 #include <string>
 
 #include "CsvExportFileQuery.pb.h"
-#include "TestServer.h"
+#include "ScratchDirectory.h"
 #include "TestSupport.h"
 #include "WavFileQuery.pb.h"
 #include "vrex/Client.h"
@@ -40,23 +38,20 @@ std::string ReadFile(const fs::path& path) {
 class ClientDownload : public ::testing::Test {
  protected:
   ClientDownload() {
-    fs::create_directories(directory_);
     server_.SetAnswer("CsvExportFileQuery", vrex::testing::Answer(200, FileContent(), "text/csv"));
     server_.Start();
   }
-  ~ClientDownload() override { fs::remove_all(directory_); }
 
   std::size_t FilesInDirectory() const {
-    return static_cast<std::size_t>(std::distance(fs::directory_iterator(directory_), {}));
+    return static_cast<std::size_t>(std::distance(fs::directory_iterator(directory_.Path()), {}));
   }
 
-  const fs::path directory_ =
-      fs::temp_directory_path() / ("vrex-session-" + std::to_string(::getpid()));
+  vrex::testing::ScratchDirectory directory_;
   vrex::stub::StubServer server_;
 };
 
 TEST_F(ClientDownload, AFileAppearsOnlyWhenItsDownloadSucceeds) {
-  const fs::path target = directory_ / "export.csv";
+  const fs::path target = directory_.Path() / "export.csv";
   std::ofstream(target) << "previous export";
   enum class Progress { Continue, Cancel, RunOutOfMemory };
   struct Case {
@@ -106,20 +101,16 @@ TEST_F(ClientDownload, AFileAppearsOnlyWhenItsDownloadSucceeds) {
 }
 
 TEST_F(ClientDownload, ATransferBrokenOffMidwayLeavesNoFileAndIsNotRepeated) {
-  // Announces the whole file but closes the connection after a megabyte.
-  vrex::testing::TestServer breaking([](const httplib::Request&, httplib::Response& response) {
-    response.set_content_provider(
-        FileContent().size(), "audio/wav",
-        [](std::size_t offset, std::size_t length, httplib::DataSink& sink) {
-          sink.write(FileContent().data() + offset, std::min<std::size_t>(length, 65536));
-          return offset < 1024 * 1024;
-        });
-  });
-  const Outcome outcome = vrex::Client(vrex::testing::QuickOptions(breaking.BaseUrl(), 3))
-                              .DownloadToFile(contracts::WavFileQuery(), directory_ / "sound.wav");
+  // Announces the whole file but closes the connection after half of it.
+  vrex::stub::CannedAnswer broken = vrex::testing::Answer(200, FileContent(), "audio/wav");
+  broken.delivery = vrex::stub::Delivery::CloseMidBody;
+  server_.SetAnswer("WavFileQuery", broken);
+  const Outcome outcome =
+      vrex::Client(vrex::testing::QuickOptions(server_.BaseUrl(), 3))
+          .DownloadToFile(contracts::WavFileQuery(), directory_.Path() / "sound.wav");
   EXPECT_EQ(outcome.GetEvent(), Outcome::Event::BrokenAnswer);
   EXPECT_EQ(outcome.Attempts(), 1);  // bytes were delivered already
-  EXPECT_EQ(breaking.RequestCount(), 1u);
+  EXPECT_EQ(server_.Journal().size(), 1u);
   EXPECT_EQ(FilesInDirectory(), 0u);
 }
 

@@ -1,10 +1,11 @@
-// Retries, time-outs, connection reuse and concurrent use, against real
-// servers on 127.0.0.1.
+// Retries, time-outs, connection reuse and concurrent use, against the stub
+// server on 127.0.0.1.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <memory>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -13,7 +14,6 @@
 #include "ApiVersionQuery.pb.h"
 #include "PropagateTopologyModelCommand.pb.h"
 #include "PropagateTopologyModelContainer.pb.h"
-#include "TestServer.h"
 #include "TestSupport.h"
 #include "VersionDTO.pb.h"
 #include "vrex/Client.h"
@@ -22,16 +22,27 @@ namespace {
 
 namespace contracts = Korvan::KQ::DataContracts;
 using vrex::Outcome;
+using vrex::stub::StubServer;
 using vrex::testing::QuickOptions;
-using vrex::testing::TestServer;
 
-// Answers with `statuses` in turn, then with 200.
-TestServer::Handler Scripted(std::vector<int> statuses) {
+// Answers every request of `types` with `statuses` in turn (one count for
+// all of them), then with 200.
+void Script(StubServer& server, std::vector<int> statuses,
+            std::initializer_list<std::string_view> types = {"ApiVersionQuery"}) {
   auto calls = std::make_shared<std::atomic<std::size_t>>(0);
-  return [statuses, calls](const httplib::Request&, httplib::Response& response) {
-    const std::size_t call = (*calls)++;
-    response.status = call < statuses.size() ? statuses[call] : 200;
-  };
+  for (const std::string_view type : types) {
+    server.SetResponder(type, [statuses, calls](const vrex::stub::JournalEntry&) {
+      const std::size_t call = (*calls)++;
+      return vrex::testing::Answer(call < statuses.size() ? statuses[call] : 200);
+    });
+  }
+  server.Start();
+}
+
+std::size_t Connections(const StubServer& server) {
+  std::set<std::uint64_t> connections;
+  for (const auto& request : server.Journal()) connections.insert(request.connection);
+  return connections.size();
 }
 
 TEST(ClientRetries, RepeatsQueriesOnlyAfterGatewayStatusesAndNeverCommands) {
@@ -50,23 +61,26 @@ TEST(ClientRetries, RepeatsQueriesOnlyAfterGatewayStatusesAndNeverCommands) {
   for (const bool async : {false, true}) {
     for (const Case& row : cases) {
       SCOPED_TRACE(::testing::PrintToString(row.statuses) + (async ? " async" : ""));
-      TestServer server(Scripted(row.statuses));
+      StubServer server;
+      Script(server, row.statuses);
       const vrex::Client client(QuickOptions(server.BaseUrl(), 4));
-      const Outcome outcome = async ? client.SendAsync(contracts::ApiVersionQuery()).Get().GetStatus()
-                                    : client.Send(contracts::ApiVersionQuery()).GetStatus();
-      EXPECT_EQ(server.RequestCount(), static_cast<std::size_t>(row.expectedAttempts));
+      const Outcome outcome = async
+                                  ? client.SendAsync(contracts::ApiVersionQuery()).Get().GetStatus()
+                                  : client.Send(contracts::ApiVersionQuery()).GetStatus();
+      EXPECT_EQ(server.Journal().size(), static_cast<std::size_t>(row.expectedAttempts));
       EXPECT_EQ(outcome.Attempts(), row.expectedAttempts);
       EXPECT_EQ(outcome.HttpStatus(), row.expectedStatus);
     }
 
-    TestServer commandServer(Scripted({503, 503}));
+    StubServer commandServer;
+    Script(commandServer, {503, 503}, {"AddShiftCommand", "PropagateTopologyModelCommand"});
     const vrex::Client client(QuickOptions(commandServer.BaseUrl(), 4));
     const Outcome command = async ? client.SendAsync(contracts::AddShiftCommand()).Get()
                                   : client.Send(contracts::AddShiftCommand());
     EXPECT_EQ(command.Attempts(), 1);
     // Answered like a query, yet it changes the topology.
     EXPECT_EQ(client.Send(contracts::PropagateTopologyModelCommand()).GetStatus().Attempts(), 1);
-    EXPECT_EQ(commandServer.RequestCount(), 2u);
+    EXPECT_EQ(commandServer.Journal().size(), 2u);
   }
 }
 
@@ -79,7 +93,7 @@ TEST(ClientRetries, RepeatsAfterTransportFailuresWithinTheAttemptAndTimeBounds) 
 }
 
 TEST(ClientTimeouts, AnUnansweredCallEndsAsATimedOutTransfer) {
-  vrex::stub::StubServer server;
+  StubServer server;
   vrex::stub::CannedAnswer late = vrex::testing::Answer(200);
   late.delay = std::chrono::minutes(10);  // cut short when the server stops
   server.SetAnswer("ApiVersionQuery", late);
@@ -94,23 +108,26 @@ TEST(ClientTimeouts, AnUnansweredCallEndsAsATimedOutTransfer) {
 }
 
 TEST(ClientConnections, ReusesOneConnectionForSequentialCallsFailedOnesIncluded) {
-  TestServer server(Scripted({200, 404, 500, 200, 401}));
+  StubServer server;
+  Script(server, {200, 404, 500, 200, 401});
   const vrex::Client client(QuickOptions(server.BaseUrl()));
   for (int i = 0; i < 20; ++i) {
     client.Send(contracts::ApiVersionQuery());
   }
-  EXPECT_EQ(server.RequestCount(), 20u);
-  EXPECT_EQ(server.RemotePorts().size(), 1u);
+  EXPECT_EQ(server.Journal().size(), 20u);
+  EXPECT_EQ(Connections(server), 1u);
 }
 
 TEST(ClientConnections, ServesSeveralThreadsEachWithItsOwnAnswers) {
-  TestServer server([](const httplib::Request& request, httplib::Response& response) {
+  StubServer server;
+  server.SetResponder("ApiVersionQuery", [](const vrex::stub::JournalEntry& request) {
     contracts::ApiVersionQuery query;
     contracts::VersionDTO version;
     query.ParseFromString(request.body);
     version.set_developmentname(query.factory());  // an echo tells the answers apart
-    response.set_content(version.SerializeAsString(), "application/x-protobuf");
+    return vrex::stub::MessageAnswer(version);
   });
+  server.Start();
   const vrex::Client client(QuickOptions(server.BaseUrl()));
   constexpr int kThreads = 4;
   constexpr int kCalls = 25;
@@ -130,7 +147,7 @@ TEST(ClientConnections, ServesSeveralThreadsEachWithItsOwnAnswers) {
     thread.join();
   }
   EXPECT_EQ(matching.load(), kThreads * kCalls);
-  EXPECT_LE(server.RemotePorts().size(), static_cast<std::size_t>(kThreads));
+  EXPECT_LE(Connections(server), static_cast<std::size_t>(kThreads));
 }
 
 }  // namespace

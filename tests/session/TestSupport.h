@@ -4,6 +4,7 @@
 #include <string>
 #include <utility>
 
+#include "LoopbackPort.h"
 #include "vrex/ClientOptions.h"
 #include "vrex/stub/StubServer.h"
 
@@ -27,6 +28,11 @@ inline stub::CannedAnswer Answer(int status, std::string body = {},
   answer.body = std::move(body);
   answer.contentType = std::move(contentType);
   return answer;
+}
+
+/// "http://127.0.0.1:<port>" where nothing listens: connecting is refused.
+inline std::string UnreachableUrl() {
+  return "http://127.0.0.1:" + std::to_string(FreeLoopbackPort());
 }
 
 }  // namespace vrex::testing

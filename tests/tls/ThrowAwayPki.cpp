@@ -46,10 +46,8 @@ ThrowAwayPki::ThrowAwayPki(const std::string& openssl, const std::filesystem::pa
     : openssl_(openssl), directory_(directory), config_(directory / "pki.cnf") {
   std::ofstream(config_) << kConfig;
   ca_ = MakeCa("ca");
-  otherCa_ = MakeCa("other-ca");
   server_ = MakeLeaf("server", "server", ca_, 2);
   client_ = MakeLeaf("client", "client", ca_, 3);
-  strangerClient_ = MakeLeaf("stranger-client", "client", otherCa_, 4);
 
   caDirectory_ = directory_ / "ca-directory";
   std::filesystem::create_directory(caDirectory_);

@@ -1,8 +1,7 @@
 #pragma once
 // Certificates made for one test run with the openssl program: a CA that
-// signs the server's certificate and a client certificate, and a second,
-// unrelated CA with a client certificate of its own. Keys are P-256, made
-// fresh each run and never leave the directory.
+// signs the server's certificate and a client certificate. Keys are P-256,
+// made fresh each run and never leave the directory.
 
 #include <filesystem>
 #include <string>
@@ -25,14 +24,10 @@ class ThrowAwayPki {
   const std::filesystem::path& CaCertificate() const { return ca_.certificate; }
   /// A directory holding only CaCertificate(), under its subject-hash name.
   const std::filesystem::path& CaDirectory() const { return caDirectory_; }
-  /// A CA that signed nothing the server shows.
-  const std::filesystem::path& OtherCaCertificate() const { return otherCa_.certificate; }
   /// For 127.0.0.1 (and no host name).
   const KeyPair& Server() const { return server_; }
   /// A client certificate from the CA the server trusts for clients.
   const KeyPair& Client() const { return client_; }
-  /// A client certificate from the other CA.
-  const KeyPair& StrangerClient() const { return strangerClient_; }
 
  private:
   KeyPair MakeCa(const std::string& name) const;
@@ -43,10 +38,8 @@ class ThrowAwayPki {
   std::filesystem::path directory_;
   std::filesystem::path config_;
   KeyPair ca_;
-  KeyPair otherCa_;
   KeyPair server_;
   KeyPair client_;
-  KeyPair strangerClient_;
   std::filesystem::path caDirectory_;
 };
 

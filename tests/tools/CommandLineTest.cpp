@@ -294,8 +294,6 @@ const std::vector<Case> kCases = {
      "cannot write the file", Serve("ArchiveFileQuery", 200, "data")},
     {"DownloadOfAQuery", "download|{url}|GetShiftQuery|-o|{dir}/x", 2, "",
      "use `vrex call`|WavFileQuery", nullptr, NothingSent()},
-    {"TokenFromTheOption", "version|{url}|--token|" + kSecret, 0, "", "", nullptr,
-     SentToken(kSecret)},
     {"TokenFromTheEnvironment", "version|{url}", 0, "", "", Environment("env"), SentToken("env")},
     {"TokenOptionBeforeEnvironment", "version|{url}|--token|" + kSecret, 0, "", "",
      Environment("env"), SentToken(kSecret)},
