@@ -47,13 +47,11 @@ for target in "${targets[@]}"; do
   findings="$build_dir/findings/$target"
   log="$build_dir/fuzz-$target.log"
   mkdir -p "$corpus" "$findings"
-  dictionary=()
-  [[ -s "$build_dir/seeds/$target.dict" ]] && dictionary=("-dict=$build_dir/seeds/$target.dict")
   echo "== fuzzing $target for ${seconds} s"
   # -entropic=0: the entropic schedule spends most of the time weighing the
   # features of the large generated code (about 8x fewer executions).
   if ! "$build_dir/fuzz/vrex_fuzz_$target" "$corpus" "$build_dir/seeds/$target" \
-      "${dictionary[@]}" -max_total_time="$seconds" -entropic=0 -timeout=25 \
+      -max_total_time="$seconds" -entropic=0 -timeout=25 \
       -print_final_stats=1 -artifact_prefix="$findings/" "$@" >"$log" 2>&1; then
     failed+=("$target")
     tail -n 60 "$log"

@@ -64,11 +64,14 @@ TEST(RequestCatalog, ListsEveryRequestOfTheContractOnceWithAnAnswerThatFitsItsKi
     }
     for (const char* suffix : {"Container", "Store"}) {
       const std::string partner = std::string(Stem(name)) + suffix;
-      if (vrex::FindContractMessage(partner) != nullptr) EXPECT_EQ(request.answerType, partner);
+      if (vrex::FindContractMessage(partner) != nullptr) {
+        EXPECT_EQ(request.answerType, partner);
+      }
     }
     EXPECT_FALSE(request.area.empty());
-    if (request.area != previousArea)
+    if (request.area != previousArea) {
       EXPECT_TRUE(areas.insert(request.area).second) << "area split";
+    }
     previousArea = request.area;
   }
   EXPECT_TRUE(unlisted.empty()) << "not listed: " << ::testing::PrintToString(unlisted);
