@@ -85,6 +85,19 @@ TEST(RequestCatalog, FindRequestKnowsNoOtherName) {
   }
 }
 
+TEST(ContractTypes, ShortNamesDropOnlyTheContractsOwnPackages) {
+  const std::pair<std::string_view, std::string_view> cases[] = {
+      {"Korvan.KQ.DataContracts.MeasurementQuery", "MeasurementQuery"},
+      {"Korvan.KQ.DataContracts.Enumerator.CodeCategory", "Enumerator.CodeCategory"},
+      {"Korvan.KQ.DataContractsX.Factory", "Korvan.KQ.DataContractsX.Factory"},
+      {"Korvan.KQ.DataContracts", "Korvan.KQ.DataContracts"},
+      {"google.protobuf.Timestamp", "google.protobuf.Timestamp"},
+  };
+  for (const auto& [fullName, shortName] : cases) {
+    EXPECT_EQ(vrex::ContractShortName(fullName), shortName);
+  }
+}
+
 struct OverrideCase {
   std::string_view request;
   std::string_view overrideType;
