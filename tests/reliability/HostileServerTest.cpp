@@ -13,10 +13,10 @@
 #include <vector>
 
 #include "ApiVersionQuery.pb.h"
-#include "VersionDTO.pb.h"
 #include "BoundedCall.h"
 #include "ChildProcess.h"
 #include "ProcessResources.h"
+#include "VersionDTO.pb.h"
 #include "vrex/Client.h"
 #include "vrex/stub/StubServer.h"
 
@@ -71,8 +71,8 @@ std::vector<HostileServer> HostileServers() {
   return {
       {"EndlessBody", Chunks(std::string(64 * 1024, 'x'), stub::kEndless, milliseconds(0)),
        Event::AnswerTooLarge, "raise ClientOptions::maxAnswerBytes", 11},
-      {"AnnouncesFiveGigabytes", Announcing(5'000'000'000, "x"), Event::AnswerTooLarge,
-       "too large", 11},
+      {"AnnouncesFiveGigabytes", Announcing(5'000'000'000, "x"), Event::AnswerTooLarge, "too large",
+       11},
       {"CutShort", Announcing(1000, "only ten b"), Event::BrokenAnswer, "not readable HTTP", 10},
       {"MalformedStatusLine", Delivered(stub::Delivery::Raw, "HTTP/1.1 2OO Fine\r\n\r\n"),
        Event::BrokenAnswer, "not readable HTTP", 10},
@@ -113,9 +113,9 @@ TEST_P(HostileServerTest, TheClientEndsTheCallAndSaysWhatTheServerDid) {
 }
 
 TEST_P(HostileServerTest, VrexCallExitsWithTheFailuresStatusInBoundedMemory) {
-  testing::ChildProcess vrex(VREX_EXECUTABLE, {"call", server.BaseUrl(), "ApiVersionQuery",
-                                               "--timeout", "1", "--retries", "0",
-                                               "--max-answer-size", "64M"});
+  testing::ChildProcess vrex(
+      VREX_EXECUTABLE, {"call", server.BaseUrl(), "ApiVersionQuery", "--timeout", "1", "--retries",
+                        "0", "--max-answer-size", "64M"});
   const std::string output = vrex.ReadRest(kHangBound);
   const std::optional<int> status = vrex.Wait(kHangBound);
 

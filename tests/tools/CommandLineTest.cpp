@@ -7,11 +7,14 @@
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 
+#include <atomic>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <future>
 #include <iterator>
+#include <mutex>
 #include <sstream>
 
 #include "ChildProcess.h"
@@ -406,6 +409,35 @@ TEST_F(Catalog, EveryRequestIsCallableFromItsTemplate) {
     ASSERT_TRUE(received[0].body == "{}" || parsed->ParseFromString(received[0].body));
     EXPECT_TRUE(google::protobuf::util::MessageDifferencer::Equals(*parsed, *sent.Value()));
   }
+}
+
+using Concurrent = PlantServerTest;
+
+// The line's topology (for its time zone) is asked for beside the tests by
+// identifier, not before them: the stub holds the topology back until the
+// tests' request has arrived.
+TEST_F(Concurrent, TestsByIdentifierGoOutWhileTheTopologyIsOnItsWay) {
+  auto testsArrived = std::make_shared<std::promise<void>>();
+  std::shared_future<void> arrived = testsArrived->get_future().share();
+  auto once = std::make_shared<std::once_flag>();
+  server.SetRequestObserver([=](const stub::JournalEntry& request, const stub::CannedAnswer&) {
+    if (request.path == "/api/GeneralInformationByIdQuery") {
+      std::call_once(*once, [&] { testsArrived->set_value(); });
+    }
+  });
+  const stub::CannedAnswer topology = *server.Answer("SimpleTopologyQuery");
+  std::atomic<bool> overlapped{false};
+  server.SetResponder("SimpleTopologyQuery", [&, arrived](const stub::JournalEntry&) {
+    overlapped = arrived.wait_for(std::chrono::seconds(20)) == std::future_status::ready;
+    return topology;
+  });
+
+  const auto run =
+      Vrex({"tests", "{url}", "--factory", "Plant-North", "--line", "Line-A", "--id", "1001"});
+
+  EXPECT_EQ(run.exitCode, 0) << run.err;
+  EXPECT_TRUE(overlapped) << "the tests were asked for only after the topology came";
+  EXPECT_THAT(run.out, HasSubstr("Europe/Berlin"));
 }
 
 using Program = PlantServerTest;
