@@ -9,7 +9,7 @@
 
 #include "ChildProcess.h"
 
-namespace vrex::tls_test {
+namespace vrex::tls {
 
 namespace {
 
@@ -54,4 +54,4 @@ void RunProgram(const std::string& program, const std::vector<std::string>& argu
   }
 }
 
-}  // namespace vrex::tls_test
+}  // namespace vrex::tls

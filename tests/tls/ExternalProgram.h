@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace vrex::tls_test {
+namespace vrex::tls {
 
 /// The full path of `name` on PATH or in /usr/sbin and /sbin (where nginx
 /// lives but an ordinary user's PATH may not reach); nothing when absent.
@@ -18,4 +18,4 @@ std::optional<std::string> FindProgram(const std::string& name);
 void RunProgram(const std::string& program, const std::vector<std::string>& arguments,
                 std::chrono::milliseconds timeout = std::chrono::seconds(30));
 
-}  // namespace vrex::tls_test
+}  // namespace vrex::tls

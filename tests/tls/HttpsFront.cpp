@@ -10,7 +10,7 @@
 
 #include "LoopbackPort.h"
 
-namespace vrex::tls_test {
+namespace vrex::tls {
 
 namespace {
 
@@ -102,4 +102,4 @@ std::string HttpsFront::LocalhostBaseUrl() const {
   return "https://localhost:" + std::to_string(port_);
 }
 
-}  // namespace vrex::tls_test
+}  // namespace vrex::tls

@@ -11,7 +11,7 @@
 #include "ChildProcess.h"
 #include "ThrowAwayPki.h"
 
-namespace vrex::tls_test {
+namespace vrex::tls {
 
 class HttpsFront {
  public:
@@ -44,4 +44,4 @@ class HttpsFront {
   std::unique_ptr<testing::ChildProcess> process_;
 };
 
-}  // namespace vrex::tls_test
+}  // namespace vrex::tls

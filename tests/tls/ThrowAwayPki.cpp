@@ -6,7 +6,7 @@
 
 #include "ExternalProgram.h"
 
-namespace vrex::tls_test {
+namespace vrex::tls {
 
 namespace {
 
@@ -80,4 +80,4 @@ KeyPair ThrowAwayPki::MakeLeaf(const std::string& name, const std::string& exten
   return leaf;
 }
 
-}  // namespace vrex::tls_test
+}  // namespace vrex::tls

@@ -6,7 +6,7 @@
 #include <filesystem>
 #include <string>
 
-namespace vrex::tls_test {
+namespace vrex::tls {
 
 /// A certificate (PEM) and its private key (PEM).
 struct KeyPair {
@@ -43,4 +43,4 @@ class ThrowAwayPki {
   std::filesystem::path caDirectory_;
 };
 
-}  // namespace vrex::tls_test
+}  // namespace vrex::tls

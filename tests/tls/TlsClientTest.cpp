@@ -18,7 +18,7 @@
 #include "vrex/Client.h"
 #include "vrex/stub/StubServer.h"
 
-namespace vrex::tls_test {
+namespace vrex::tls {
 namespace {
 
 namespace dc = Korvan::KQ::DataContracts;
@@ -177,4 +177,4 @@ INSTANTIATE_TEST_SUITE_P(Cases, TlsClientTest, ::testing::ValuesIn(kCases),
                          });
 
 }  // namespace
-}  // namespace vrex::tls_test
+}  // namespace vrex::tls
