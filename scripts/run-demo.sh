@@ -5,7 +5,8 @@
 # and vrex against it, and stops the server. run-tests.sh builds the rest.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-[[ -n "${VREX_SKIP_SETUP:-}" ]] || bash scripts/setup.sh vrex-stub plant_overview vrex >/dev/null
+[[ -n "${VREX_SKIP_SETUP:-}" ]] ||
+  VREX_SETUP_FOR=demo bash scripts/setup.sh vrex-stub plant_overview vrex >/dev/null
 build_dir="${VREX_BUILD_DIR:-build}"
 
 log="$(mktemp)"

@@ -4,11 +4,13 @@
 # targets given as arguments, or everything.
 #   bash scripts/setup.sh                  # library, tools, examples, tests
 #   bash scripts/setup.sh vrex vrex-stub   # only these (and what they need)
+#   VREX_SETUP_FOR=demo bash scripts/setup.sh ...   # without the tests' packages
 set -euo pipefail
 
 cd "$(dirname "$0")/.."
 build_dir="${VREX_BUILD_DIR:-build}"
 
+# What builds the library and the tools (and so the demo).
 packages=(
   build-essential cmake ninja-build pkg-config
   protobuf-compiler libprotobuf-dev
@@ -16,14 +18,21 @@ packages=(
   libcpp-httplib-dev libcli11-dev libfmt-dev
   # The stub server: Boost.Beast and Boost.Asio (header-only).
   libboost-dev
-  libgtest-dev libgmock-dev libbenchmark-dev
-  # TLS tests run a local HTTPS front with a throw-away certificate.
-  nginx-light openssl
   # vrex plot draws with gnuplot.
   gnuplot-nox
-  # Fuzzing and sanitizer builds.
-  clang-14 libfuzzer-14-dev libclang-rt-14-dev
 )
+# VREX_SETUP_FOR=demo: only that, without the tests (scripts/run-demo.sh).
+testing=OFF
+if [[ "${VREX_SETUP_FOR:-}" != demo ]]; then
+  testing=ON
+  packages+=(
+    libgtest-dev libgmock-dev libbenchmark-dev
+    # TLS tests run a local HTTPS front with a throw-away certificate.
+    nginx-light openssl
+    # Fuzzing and sanitizer builds.
+    clang-14 libfuzzer-14-dev libclang-rt-14-dev
+  )
+fi
 missing=()
 for package in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed" \
@@ -38,7 +47,7 @@ if ((${#missing[@]})); then
 fi
 
 cmake -S . -B "$build_dir" -G Ninja -DCMAKE_BUILD_TYPE="${VREX_BUILD_TYPE:-RelWithDebInfo}" \
-  ${VREX_CMAKE_ARGS:-}
+  -DBUILD_TESTING="$testing" ${VREX_CMAKE_ARGS:-}
 targets=()
 for target in "$@"; do targets+=(--target "$target"); done
 cmake --build "$build_dir" -j "$(nproc)" "${targets[@]}"
