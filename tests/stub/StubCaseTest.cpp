@@ -15,6 +15,7 @@ namespace vrex::stub {
 namespace {
 
 using ::testing::HasSubstr;
+using ::testing::Not;
 using vrex::testing::ExchangeRaw;
 using vrex::testing::StatusOf;
 
@@ -28,12 +29,16 @@ struct Exchange {
   std::string body;
 };
 
-Exchange Send(const StubServer& server, const std::string& requestType, const std::string& body) {
-  const std::string response =
-      ExchangeRaw(server.Port(), "POST /api/" + requestType +
-                                     " HTTP/1.1\r\nConnection: close\r\nContent-Length: " +
-                                     std::to_string(body.size()) + "\r\n\r\n" + body);
+Exchange Call(const StubServer& server, const std::string& method, const std::string& path,
+              const std::string& body) {
+  const std::string response = ExchangeRaw(
+      server.Port(), method + " " + path + " HTTP/1.1\r\nConnection: close\r\nContent-Length: " +
+                         std::to_string(body.size()) + "\r\n\r\n" + body);
   return {StatusOf(response), response.substr(response.find("\r\n\r\n") + 4)};
+}
+
+Exchange Send(const StubServer& server, const std::string& requestType, const std::string& body) {
+  return Call(server, "POST", "/api/" + requestType, body);
 }
 
 std::string Encoded(const char* requestType, const char* json) {
@@ -187,6 +192,65 @@ TEST(CaseSequence, GivesItsAnswersInTurnRepeatsTheLastAndStartsOverWhenReset) {
   server.ResetSequences();
   EXPECT_EQ(Send(server, kMeasurements, lineA).status, 503);
   EXPECT_EQ(server.Cases().size(), 2U);
+}
+
+struct AdminStep {
+  const char* method;
+  const char* path;
+  std::string body;
+  int status;
+  std::vector<const char*> present = {};
+  std::vector<const char*> absent = {};
+};
+
+TEST(AdminApi, DrivesCasesSequencesAndTheJournalOverHttp) {
+  const std::string lineA = Encoded(kMeasurements, R"({"Line": "Line-A"})");
+  const std::string lineB = Encoded(kMeasurements, R"({"Line": "Line-B"})");
+  const std::vector<AdminStep> steps{
+      {"POST", "/__stub/cases",
+       R"({"requestType": "MeasurementQuery", "name": "a", "match": {"Line": "Line-A"},
+           "answers": [{"status": 503}, {"text": "ok"}]})",
+       201},
+      {"POST", "/__stub/cases", R"({"requestType": "NoSuchQuery"})", 400, {"'NoSuchQuery'"}},
+      {"POST",
+       "/__stub/cases",
+       R"({"requestType": "MeasurementQuery", "match": {"Lien": 1}})",
+       400,
+       {"Lien"}},
+      {"GET",
+       "/__stub/cases",
+       "",
+       200,
+       {R"("name": "a")", R"("Line": "Line-A")", R"("status": 503)"}},
+      {"POST", "/api/MeasurementQuery", lineA, 503},
+      {"POST", "/api/MeasurementQuery", lineA, 200, {"ok"}},
+      {"POST", "/__stub/sequences/reset", "", 200},
+      {"POST", "/api/MeasurementQuery", lineA, 503},
+      {"POST", "/api/MeasurementQuery", lineB, 404, {R"(wanted "Line-A", got "Line-B")"}},
+      {"GET",
+       "/__stub/journal",
+       "",
+       200,
+       {R"("Line": "Line-B")", R"("matchedCase": "a")", R"("unmatched": true)"},
+       {"__stub"}},
+      {"DELETE", "/__stub/journal", "", 200},
+      {"GET", "/__stub/journal", "", 200, {}, {"MeasurementQuery"}},
+      {"DELETE", "/__stub/cases", "", 200},
+      {"POST", "/api/MeasurementQuery", lineA, 200},
+      {"GET", "/__stub/cases", "", 200, {}, {"Line-A"}},
+      {"PUT", "/__stub/cases", "", 405},
+      {"GET", "/__stub/case", "", 404, {"GET /__stub/journal"}},
+  };
+  StubServer server;
+  server.Start();
+  for (std::size_t i = 0; i < steps.size(); ++i) {
+    const AdminStep& step = steps[i];
+    SCOPED_TRACE("step " + std::to_string(i + 1) + ": " + step.method + " " + step.path);
+    const Exchange answer = Call(server, step.method, step.path, step.body);
+    EXPECT_EQ(answer.status, step.status) << answer.body;
+    for (const char* part : step.present) EXPECT_THAT(answer.body, HasSubstr(part));
+    for (const char* part : step.absent) EXPECT_THAT(answer.body, Not(HasSubstr(part)));
+  }
 }
 
 }  // namespace

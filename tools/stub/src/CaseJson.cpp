@@ -63,7 +63,7 @@ Result<CannedAnswer> BodyOf(std::string_view requestType, const files::AnswerSpe
   if (spec.has_json()) {
     const auto json = MessageToJson(spec.json(), JsonLayout{false});
     if (!json) return Result<CannedAnswer>::Failure(json.GetStatus());
-    return JsonAnswer(requestType, json.Value(), spec.answer_type());
+    return JsonAnswer(requestType, json.Value(), spec.answertype());
   }
   CannedAnswer answer;
   if (!spec.text().empty()) {
@@ -83,8 +83,8 @@ Result<CannedAnswer> AnswerOf(std::string_view requestType, const files::AnswerS
   if (!delivery) return Result<CannedAnswer>::Failure(delivery.GetStatus());
   answer->delivery = delivery.Value();
   if (spec.status() != 0) answer->status = spec.status();
-  if (!spec.content_type().empty()) answer->contentType = spec.content_type();
-  answer->delay = std::chrono::milliseconds(spec.delay_ms());
+  if (!spec.contenttype().empty()) answer->contentType = spec.contenttype();
+  answer->delay = std::chrono::milliseconds(spec.delayms());
   for (const files::Header& header : spec.headers()) {
     answer->headers.push_back({header.name(), header.value()});
   }
@@ -140,9 +140,9 @@ void WriteBody(std::string_view requestType, const CannedAnswer& answer, files::
 files::AnswerSpec SpecOf(std::string_view requestType, const CannedAnswer& answer) {
   files::AnswerSpec spec;
   spec.set_status(answer.status);
-  spec.set_content_type(answer.contentType);
+  spec.set_contenttype(answer.contentType);
   WriteBody(requestType, answer, spec);
-  spec.set_delay_ms(static_cast<std::uint32_t>(answer.delay.count()));
+  spec.set_delayms(static_cast<std::uint32_t>(answer.delay.count()));
   for (const ResponseHeader& header : answer.headers) {
     files::Header* written = spec.add_headers();
     written->set_name(header.name);
@@ -167,9 +167,9 @@ Result<std::vector<StubCase>> ParseCaseFile(std::string_view requestType, std::s
   std::vector<StubCase> cases;
   for (int i = 0; i < file->cases_size(); ++i) {
     const files::CaseSpec& spec = file->cases(i);
-    if (!spec.request_type().empty() && spec.request_type() != requestType) {
+    if (!spec.requesttype().empty() && spec.requesttype() != requestType) {
       return CasesResult::Failure("case #" + std::to_string(i + 1) + " is of " +
-                                  spec.request_type() + ", not of " + std::string(requestType));
+                                  spec.requesttype() + ", not of " + std::string(requestType));
     }
     auto stubCase = CaseOf(requestType, spec, static_cast<std::size_t>(i));
     if (!stubCase) return CasesResult::Failure(stubCase.GetStatus());
@@ -181,14 +181,14 @@ Result<std::vector<StubCase>> ParseCaseFile(std::string_view requestType, std::s
 Result<StubCase> ParseCase(std::string_view json) {
   const auto spec = Parsed<files::CaseSpec>(json, "a case");
   if (!spec) return Result<StubCase>::Failure(spec.GetStatus());
-  return CaseOf(spec->request_type(), spec.Value(), 0);
+  return CaseOf(spec->requesttype(), spec.Value(), 0);
 }
 
 std::string CaseFileJson(const std::vector<StubCase>& cases) {
   files::CaseFile file;
   for (const StubCase& stubCase : cases) {
     files::CaseSpec* spec = file.add_cases();
-    spec->set_request_type(stubCase.requestType);
+    spec->set_requesttype(stubCase.requestType);
     spec->set_name(stubCase.name);
     if (!stubCase.match.empty()) MergeJsonInto(stubCase.match, *spec->mutable_match());
     for (const CannedAnswer& answer : stubCase.answers) {
@@ -209,15 +209,16 @@ std::string JournalJson(const std::vector<JournalEntry>& entries) {
       written->set_name(header.name);
       written->set_value(header.value);
     }
-    const auto requestType = RequestTypeOf(entry.path.substr(0, entry.path.find('?')));
+    const std::string path = entry.path.substr(0, entry.path.find('?'));
+    const auto requestType = RequestTypeOf(path);
     const auto request = requestType ? DecodeRequest(*requestType, entry.body) : nullptr;
     const auto json = request ? MessageToJson(*request, JsonLayout{false})
                               : Result<std::string>::Failure("no request");
     if (!json || !MergeJsonInto(json.Value(), *record->mutable_body()).empty()) {
       record->clear_body();
-      record->set_raw_body(entry.body);
+      record->set_rawbody(entry.body);
     }
-    record->set_matched_case(entry.matchedCase);
+    record->set_matchedcase(entry.matchedCase);
     record->set_unmatched(entry.unmatched);
     record->set_connection(entry.connection);
   }
