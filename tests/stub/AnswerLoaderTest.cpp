@@ -255,7 +255,7 @@ INSTANTIATE_TEST_SUITE_P(
                          {{"ApiVersionQuery.cases.json",
                            R"({"cases": [{"answers": [{}, {"json": {"No": 1}}]}]})"}},
                          "ApiVersionQuery.cases.json",
-                         {"case #1, answer 2", "No"}},
+                         {"case \"#1\", answer 2", "No"}},
         BadDirectoryCase{
             "UnknownDelivery",
             {{"ApiVersionQuery.cases.json", R"({"cases": [{"answers": [{"delivery": "slow"}]}]})"}},

@@ -99,7 +99,9 @@ TEST(StubExecutable, RecordsWhatALiveServerAnswersForReplay) {
   dc::VersionDTO version;
   version.set_major(7);
   StubServer live;
-  live.AddCase({"MeasurementQuery", "a", R"({"Line": "A"})", {TextAnswer(503, "busy")}});
+  CannedAnswer busy = TextAnswer(503, "busy");
+  busy.headers.push_back({"Retry-After", "7"});
+  live.AddCase({"MeasurementQuery", "a", R"({"Line": "A"})", {busy}});
   live.AddCase(
       {"MeasurementQuery", "b", R"({"Line": "B"})", {Bytes("\x0a\x00", "application/x-protobuf")}});
   live.SetAnswerMessage("ApiVersionQuery", version, 202);
@@ -128,9 +130,15 @@ TEST(StubExecutable, RecordsWhatALiveServerAnswersForReplay) {
       request("ApiVersionQuery", "{}"),
       request("ArchiveFileQuery", R"({"Line": "A"})")};
   std::vector<std::string> answers;
+  std::string first;
   for (const std::string& sent : requests) {
-    answers.push_back(Essence(vrex::testing::ExchangeRaw(port, sent)));
+    const std::string response = vrex::testing::ExchangeRaw(port, sent);
+    EXPECT_EQ(response.find("Content-Length"), response.rfind("Content-Length")) << response;
+    if (answers.empty()) first = response;
+    answers.push_back(Essence(response));
   }
+  EXPECT_THAT(first, ::testing::StartsWith("HTTP/1.1 503")) << "the live server's answer";
+  EXPECT_THAT(first, HasSubstr("\r\nRetry-After: 7\r\n")) << "with its headers";
   recorder.Signal(SIGTERM);
   ASSERT_TRUE(recorder.Wait(kPatience));
 

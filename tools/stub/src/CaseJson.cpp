@@ -93,10 +93,9 @@ Result<CannedAnswer> AnswerOf(std::string_view requestType, const files::AnswerS
 
 Result<StubCase> CaseOf(std::string_view requestType, const files::CaseSpec& spec,
                         std::size_t index) {
-  const std::string label =
-      "case " + (spec.name().empty() ? "#" + std::to_string(index + 1) : "\"" + spec.name() + "\"");
   StubCase stubCase{std::string(requestType), spec.name(), {}, {}};
-  if (stubCase.name.empty()) stubCase.name = std::to_string(index + 1);
+  if (stubCase.name.empty()) stubCase.name = "#" + std::to_string(index + 1);
+  const std::string label = "case \"" + stubCase.name + "\"";
   if (FindRequest(requestType) == nullptr) {
     return Result<StubCase>::Failure(label + ": '" + std::string(requestType) +
                                      "' is not a request type the server knows");
@@ -119,11 +118,12 @@ Result<StubCase> CaseOf(std::string_view requestType, const files::CaseSpec& spe
 }
 
 /// The answer's body in the form a reader can edit: the answer message in
-/// JSON when it decodes as one, else the bytes.
+/// JSON when it decodes as one, else the bytes. Either way the content type
+/// is written beside it, so the same bytes go out with the same type.
 void WriteBody(std::string_view requestType, const CannedAnswer& answer, files::AnswerSpec& spec) {
   const RequestInfo* request = FindRequest(requestType);
   const pb::Descriptor* type = request ? AnswerDescriptor(*request) : nullptr;
-  if (type != nullptr && answer.contentType == kProtobufContentType) {
+  if (type != nullptr) {
     std::unique_ptr<pb::Message> message(
         pb::MessageFactory::generated_factory()->GetPrototype(type)->New());
     // Only a body the message gives back byte for byte: nothing lost in JSON.
@@ -137,17 +137,20 @@ void WriteBody(std::string_view requestType, const CannedAnswer& answer, files::
   spec.set_body(answer.body);
 }
 
+template <typename NameAndValue>
+void AddHeader(const NameAndValue& header, pb::RepeatedPtrField<files::Header>& headers) {
+  files::Header* written = headers.Add();
+  written->set_name(header.name);
+  written->set_value(header.value);
+}
+
 files::AnswerSpec SpecOf(std::string_view requestType, const CannedAnswer& answer) {
   files::AnswerSpec spec;
   spec.set_status(answer.status);
   spec.set_contenttype(answer.contentType);
   WriteBody(requestType, answer, spec);
   spec.set_delayms(static_cast<std::uint32_t>(answer.delay.count()));
-  for (const ResponseHeader& header : answer.headers) {
-    files::Header* written = spec.add_headers();
-    written->set_name(header.name);
-    written->set_value(header.value);
-  }
+  for (const ResponseHeader& header : answer.headers) AddHeader(header, *spec.mutable_headers());
   if (answer.delivery != Delivery::Whole)
     spec.set_delivery(std::string(DeliveryName(answer.delivery)));
   return spec;
@@ -204,11 +207,7 @@ std::string JournalJson(const std::vector<JournalEntry>& entries) {
     files::JournalRecord* record = journal.add_requests();
     record->set_method(entry.method);
     record->set_path(entry.path);
-    for (const HeaderField& header : entry.headers) {
-      files::Header* written = record->add_headers();
-      written->set_name(header.name);
-      written->set_value(header.value);
-    }
+    for (const HeaderField& header : entry.headers) AddHeader(header, *record->mutable_headers());
     const std::string path = entry.path.substr(0, entry.path.find('?'));
     const auto requestType = RequestTypeOf(path);
     const auto request = requestType ? DecodeRequest(*requestType, entry.body) : nullptr;
