@@ -152,8 +152,8 @@ void AnswerTable::ResetSequences() {
 std::optional<Selection> AnswerTable::Select(std::string_view requestType, std::string_view body) {
   const std::lock_guard lock(mutex_);
   const auto found = cases_.find(requestType);
-  if (found == cases_.end() || found->second.empty()) {
-    return std::nullopt;
+  if (found == cases_.end()) {
+    return std::nullopt;  // a type's list goes when its last case does
   }
   CaseList& cases = found->second;
   std::unique_ptr<google::protobuf::Message> request;

@@ -135,8 +135,8 @@ class Comparison {
     const int wanted = want.GetReflection()->FieldSize(want, field);
     const int present = got.GetReflection()->FieldSize(got, field);
     for (int wi = 0; wi < wanted; ++wi) {
-      const pb::Value& elementMask =
-          wi < mask.list_value().values_size() ? mask.list_value().values(wi) : pb::Value();
+      // The match was parsed from the same JSON: its list has every element.
+      const pb::Value& elementMask = mask.list_value().values(wi);
       bool found = false;
       for (int gi = 0; gi < present && !found; ++gi) {
         found = ElementAgrees(want, wi, got, gi, field, elementMask);

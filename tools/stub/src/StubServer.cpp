@@ -67,7 +67,7 @@ class StubServer::Impl final : public RequestHandler {
 
   std::shared_ptr<const CannedAnswer> Answer(JournalEntry request) override {
     const std::string_view path = PathOf(request.path);
-    if (IsAdminPath(path)) {
+    if (options_.adminApi && IsAdminPath(path)) {
       return std::make_shared<const CannedAnswer>(
           AnswerAdmin(request.method, path, request, answers, journal));
     }

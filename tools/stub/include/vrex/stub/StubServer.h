@@ -54,6 +54,9 @@ struct StubServerOptions {
   /// Threads that serve the connections, each serving many; a responder or
   /// observer that blocks holds one of them.
   std::size_t threads = 8;
+  /// Serve the admin API under "/__stub/"; off, those paths get 404 like any
+  /// other (for drivers that send arbitrary requests, such as fuzzers).
+  bool adminApi = true;
 
   // Bounds on hostile or broken clients; each one applied is logged.
   /// A request body over this is answered with 413 and its connection closed.
