@@ -233,7 +233,7 @@ TEST(AdminApi, DrivesCasesSequencesAndTheJournalOverHttp) {
        "",
        200,
        {R"("Line": "Line-B")", R"("matchedCase": "a")", R"("unmatched": true)",
-        R"("name": "Content-Length")"},
+        R"("name": "Connection")", R"("value": "close")", R"("path": "/api/MeasurementQuery")"},
        {"__stub"}},
       {"DELETE", "/__stub/journal", "", 200},
       {"GET", "/__stub/journal", "", 200, {}, {"MeasurementQuery"}},
