@@ -129,6 +129,42 @@ TEST(AnswerDirectory, AnswerTypeLetsACommandAnswerWithAMessage) {
   EXPECT_EQ(version.major(), 9);
 }
 
+TEST(AnswerDirectory, CaseFilesAddMatchedCasesAndSequencesToTheDefault) {
+  const ScratchDirectory data;
+  data.Write("MeasurementQuery.meta", "status = 204\n");
+  data.Write("MeasurementQuery.cases.json", R"({"cases": [
+      {"name": "line-a", "match": {"Line": "Line-A", "LastN": {"TopN": 2}}, "answers": [
+        {"status": 503, "text": "busy", "delayMs": 5, "contentType": "text/x",
+         "headers": [{"name": "Retry-After", "value": "1"}]},
+        {"json": {"Measurements": {"7": {}}}},
+        {"body": "AAEC", "delivery": "close-mid-body"}]}]})");
+
+  const std::vector<StubCase> cases = LoadCaseDirectory(data.Path()).Value();
+
+  ASSERT_EQ(cases.size(), 2U);
+  EXPECT_EQ(cases[0].match, "");
+  EXPECT_EQ(cases[0].answers.at(0).status, 204);
+  const StubCase& lineA = cases[1];
+  EXPECT_EQ(lineA.requestType, "MeasurementQuery");
+  EXPECT_EQ(lineA.name, "line-a");
+  EXPECT_THAT(lineA.match, HasSubstr(R"("TopN":2)"));
+  ASSERT_EQ(lineA.answers.size(), 3U);
+  const CannedAnswer& busy = lineA.answers[0];
+  EXPECT_EQ(busy.status, 503);
+  EXPECT_EQ(busy.body, "busy");
+  EXPECT_EQ(busy.contentType, "text/x");
+  EXPECT_EQ(busy.delay, std::chrono::milliseconds(5));
+  ASSERT_EQ(busy.headers.size(), 1U);
+  EXPECT_EQ(busy.headers[0].value, "1");
+  dc::MeasurementContainer container;
+  ASSERT_TRUE(container.ParseFromString(lineA.answers[1].body));
+  EXPECT_EQ(container.measurements().count(7), 1U);
+  EXPECT_EQ(lineA.answers[1].contentType, "application/x-protobuf");
+  EXPECT_EQ(lineA.answers[2].body, std::string("\0\1\2", 3));
+  EXPECT_EQ(lineA.answers[2].contentType, "application/octet-stream");
+  EXPECT_EQ(lineA.answers[2].delivery, Delivery::CloseMidBody);
+}
+
 struct BadDirectoryCase {
   const char* name;
   std::vector<std::pair<const char*, const char*>> files;
@@ -143,7 +179,7 @@ TEST_P(BadAnswerDirectory, FailsNamingTheFileAndTheReason) {
   for (const auto& [name, content] : GetParam().files) {
     data.Write(name, content);
   }
-  const auto loaded = LoadAnswerDirectory(data.Path());
+  const auto loaded = LoadCaseDirectory(data.Path());
   ASSERT_FALSE(loaded.Ok()) << "loaded without complaint";
   const std::string& message = loaded.GetStatus().Message();
   EXPECT_THAT(message, HasSubstr((data.Path() / GetParam().fileAtFault).string()));
@@ -154,57 +190,86 @@ TEST_P(BadAnswerDirectory, FailsNamingTheFileAndTheReason) {
 
 INSTANTIATE_TEST_SUITE_P(
     Cases, BadAnswerDirectory,
-    ::testing::Values(BadDirectoryCase{"MalformedJson",
-                                       {{"SimpleTopologyQuery.json",
-                                         R"({"Values": [ {"Name": "Plant-North" ]})"}},
-                                       "SimpleTopologyQuery.json",
-                                       {"SimpleTopologyContainer"}},
-                      BadDirectoryCase{"MisspeltField",
-                                       {{"ApiVersionQuery.json", R"({"Mayor": 4})"}},
-                                       "ApiVersionQuery.json",
-                                       {"VersionDTO", "Mayor"}},
-                      BadDirectoryCase{"WrongValueType",
-                                       {{"ApiVersionQuery.json", R"({"Major": "four"})"}},
-                                       "ApiVersionQuery.json",
-                                       {"VersionDTO"}},
-                      BadDirectoryCase{"UnknownRequestType",
-                                       {{"MeasurmentQuery.json", "{}"}},
-                                       "MeasurmentQuery.json",
-                                       {"'MeasurmentQuery' is not a request type"}},
-                      BadDirectoryCase{"JsonForARequestAnsweredByNoMessage",
-                                       {{"AddShiftCommand.json", "{}"}},
-                                       "AddShiftCommand.json",
-                                       {"answered by no message"}},
-                      BadDirectoryCase{"AnswerTypeNamingNoMessage",
-                                       {{"AddShiftCommand.json", "{}"},
-                                        {"AddShiftCommand.meta", "answer-type = Nothing\n"}},
-                                       "AddShiftCommand.json",
-                                       {"'Nothing' names no contract message"}},
-                      BadDirectoryCase{
-                          "JsonAndBinForOneRequest",
-                          {{"ApiVersionQuery.json", "{}"}, {"ApiVersionQuery.bin", ""}},
-                          "ApiVersionQuery.json",
-                          {"ApiVersionQuery.bin"}},
-                      BadDirectoryCase{"UnknownMetaKey",
-                                       {{"MeasurementQuery.meta", "status = 200\nstatuss = 500\n"}},
-                                       "MeasurementQuery.meta:2",
-                                       {"unknown key 'statuss'"}},
-                      BadDirectoryCase{"StatusNotANumber",
-                                       {{"MeasurementQuery.meta", "status = 2OO\n"}},
-                                       "MeasurementQuery.meta:1",
-                                       {"'2OO'"}},
-                      BadDirectoryCase{"NegativeDelay",
-                                       {{"MeasurementQuery.meta", "delay-ms = -5\n"}},
-                                       "MeasurementQuery.meta:1",
-                                       {"'-5'"}},
-                      BadDirectoryCase{"LineWithoutEquals",
-                                       {{"MeasurementQuery.meta", "status 200\n"}},
-                                       "MeasurementQuery.meta:1",
-                                       {"key = value"}},
-                      BadDirectoryCase{"HeaderWithoutColon",
-                                       {{"MeasurementQuery.meta", "header = Retry-After 30\n"}},
-                                       "MeasurementQuery.meta:1",
-                                       {"Name: value"}}),
+    ::testing::Values(
+        BadDirectoryCase{
+            "MalformedJson",
+            {{"SimpleTopologyQuery.json", R"({"Values": [ {"Name": "Plant-North" ]})"}},
+            "SimpleTopologyQuery.json",
+            {"SimpleTopologyContainer"}},
+        BadDirectoryCase{"MisspeltField",
+                         {{"ApiVersionQuery.json", R"({"Mayor": 4})"}},
+                         "ApiVersionQuery.json",
+                         {"VersionDTO", "Mayor"}},
+        BadDirectoryCase{"WrongValueType",
+                         {{"ApiVersionQuery.json", R"({"Major": "four"})"}},
+                         "ApiVersionQuery.json",
+                         {"VersionDTO"}},
+        BadDirectoryCase{"UnknownRequestType",
+                         {{"MeasurmentQuery.json", "{}"}},
+                         "MeasurmentQuery.json",
+                         {"'MeasurmentQuery' is not a request type"}},
+        BadDirectoryCase{"JsonForARequestAnsweredByNoMessage",
+                         {{"AddShiftCommand.json", "{}"}},
+                         "AddShiftCommand.json",
+                         {"answered by no message"}},
+        BadDirectoryCase{
+            "AnswerTypeNamingNoMessage",
+            {{"AddShiftCommand.json", "{}"}, {"AddShiftCommand.meta", "answer-type = Nothing\n"}},
+            "AddShiftCommand.json",
+            {"'Nothing' names no contract message"}},
+        BadDirectoryCase{"JsonAndBinForOneRequest",
+                         {{"ApiVersionQuery.json", "{}"}, {"ApiVersionQuery.bin", ""}},
+                         "ApiVersionQuery.json",
+                         {"ApiVersionQuery.bin"}},
+        BadDirectoryCase{"UnknownMetaKey",
+                         {{"MeasurementQuery.meta", "status = 200\nstatuss = 500\n"}},
+                         "MeasurementQuery.meta:2",
+                         {"unknown key 'statuss'"}},
+        BadDirectoryCase{"StatusNotANumber",
+                         {{"MeasurementQuery.meta", "status = 2OO\n"}},
+                         "MeasurementQuery.meta:1",
+                         {"'2OO'"}},
+        BadDirectoryCase{"NegativeDelay",
+                         {{"MeasurementQuery.meta", "delay-ms = -5\n"}},
+                         "MeasurementQuery.meta:1",
+                         {"'-5'"}},
+        BadDirectoryCase{"LineWithoutEquals",
+                         {{"MeasurementQuery.meta", "status 200\n"}},
+                         "MeasurementQuery.meta:1",
+                         {"key = value"}},
+        BadDirectoryCase{"NotACaseFile",
+                         {{"MeasurementQuery.cases.json", "[1]"}},
+                         "MeasurementQuery.cases.json",
+                         {"not a case file"}},
+        BadDirectoryCase{"MatchNamingNoField",
+                         {{"MeasurementQuery.cases.json",
+                           R"({"cases": [{"name": "x", "match": {"Lien": "A"}}]})"}},
+                         "MeasurementQuery.cases.json",
+                         {"case \"x\"", "Lien"}},
+        BadDirectoryCase{
+            "CaseOfAnotherType",
+            {{"MeasurementQuery.cases.json", R"({"cases": [{"requestType": "ApiVersionQuery"}]})"}},
+            "MeasurementQuery.cases.json",
+            {"is of ApiVersionQuery"}},
+        BadDirectoryCase{"AnswerJsonNotTheMessage",
+                         {{"ApiVersionQuery.cases.json",
+                           R"({"cases": [{"answers": [{}, {"json": {"No": 1}}]}]})"}},
+                         "ApiVersionQuery.cases.json",
+                         {"case \"#1\", answer 2", "No"}},
+        BadDirectoryCase{
+            "UnknownDelivery",
+            {{"ApiVersionQuery.cases.json", R"({"cases": [{"answers": [{"delivery": "slow"}]}]})"}},
+            "ApiVersionQuery.cases.json",
+            {"unknown delivery 'slow'"}},
+        BadDirectoryCase{
+            "SecondDefaultCase",
+            {{"ApiVersionQuery.json", "{}"}, {"ApiVersionQuery.cases.json", R"({"cases": [{}]})"}},
+            "ApiVersionQuery.cases.json",
+            {"second default case"}},
+        BadDirectoryCase{"HeaderWithoutColon",
+                         {{"MeasurementQuery.meta", "header = Retry-After 30\n"}},
+                         "MeasurementQuery.meta:1",
+                         {"Name: value"}}),
     [](const ::testing::TestParamInfo<BadDirectoryCase>& info) { return info.param.name; });
 
 TEST(AnswerDirectory, AMissingDirectoryIsAnError) {

@@ -6,6 +6,8 @@
 #include <sys/wait.h>
 
 #include <csignal>
+#include <fstream>
+#include <iterator>
 #include <regex>
 #include <string>
 
@@ -13,11 +15,15 @@
 #include "RawHttp.h"
 #include "ScratchDirectory.h"
 #include "SimpleTopologyContainer.pb.h"
+#include "VersionDTO.pb.h"
+#include "vrex/MessageJson.h"
+#include "vrex/stub/StubServer.h"
 
 namespace vrex::stub {
 namespace {
 
 namespace dc = Korvan::KQ::DataContracts;
+namespace fs = std::filesystem;
 using ::testing::HasSubstr;
 using vrex::testing::ChildProcess;
 using vrex::testing::ScratchDirectory;
@@ -70,6 +76,90 @@ TEST(StubExecutable, RefusesToStartWithABadDataFileAndNamesIt) {
   const std::string output = stub.ReadRest(std::chrono::seconds(5));
   EXPECT_THAT(output, HasSubstr((data.Path() / "ApiVersionQuery.json").string()));
   EXPECT_THAT(output, ::testing::Not(HasSubstr("listening")));
+}
+
+/// A response's status line and Content-Type, and its body: what a replay
+/// must give back.
+std::string Essence(const std::string& response) {
+  const std::size_t type = response.find("Content-Type:");
+  const std::string typeLine = response.substr(type, response.find("\r\n", type) - type);
+  return response.substr(0, response.find("\r\n")) + "|" + typeLine + "|" +
+         response.substr(response.find("\r\n\r\n") + 4);
+}
+
+CannedAnswer Bytes(std::string body, std::string contentType) {
+  CannedAnswer answer;
+  answer.body = std::move(body);
+  answer.contentType = std::move(contentType);
+  return answer;
+}
+
+TEST(StubExecutable, RecordsWhatALiveServerAnswersForReplay) {
+  constexpr char kToken[] = "token-that-stays-off-disk";
+  dc::VersionDTO version;
+  version.set_major(7);
+  StubServer live;
+  CannedAnswer busy = TextAnswer(503, "busy");
+  busy.headers.push_back({"Retry-After", "7"});
+  live.AddCase({"MeasurementQuery", "a", R"({"Line": "A"})", {busy}});
+  live.AddCase(
+      {"MeasurementQuery", "b", R"({"Line": "B"})", {Bytes("\x0a\x00", "application/x-protobuf")}});
+  live.SetAnswerMessage("ApiVersionQuery", version, 202);
+  live.SetAnswer("ArchiveFileQuery", Bytes(std::string("PK\0\xff", 4), "application/zip"));
+  live.Start();
+  const ScratchDirectory data;
+  const std::string recorded = (data.Path() / "recorded").string();
+  ChildProcess recorder(VREX_STUB_EXECUTABLE,
+                        {"--port", "0", "--record-from", live.BaseUrl(), "--data", recorded});
+  const auto banner = recorder.ReadLine(kPatience);
+  ASSERT_TRUE(banner);
+  const int port = PortFromBanner(*banner);
+  ASSERT_GT(port, 0) << *banner;
+
+  const auto request = [&](const char* type, const char* json) {
+    const std::string body = MessageFromJson(type, json).Value()->SerializeAsString();
+    return "POST /api/" + std::string(type) + " HTTP/1.1\r\nGatewayApiAuthentication: " + kToken +
+           "\r\nConnection: close\r\nContent-Length: " + std::to_string(body.size()) + "\r\n\r\n" +
+           body;
+  };
+  const std::vector<std::string> requests{
+      request("MeasurementQuery", R"({"Line": "A"})"),
+      request("MeasurementQuery", R"({"Line": "B", "Factory": "F"})"),
+      request("MeasurementQuery", R"({"Line": "B"})"),
+      request("MeasurementQuery", R"({"Line": "A"})"),
+      request("ApiVersionQuery", "{}"),
+      request("ArchiveFileQuery", R"({"Line": "A"})")};
+  std::vector<std::string> answers;
+  std::string first;
+  for (const std::string& sent : requests) {
+    const std::string response = vrex::testing::ExchangeRaw(port, sent);
+    EXPECT_EQ(response.find("Content-Length"), response.rfind("Content-Length")) << response;
+    if (answers.empty()) first = response;
+    answers.push_back(Essence(response));
+  }
+  EXPECT_THAT(first, ::testing::StartsWith("HTTP/1.1 503")) << "the live server's answer";
+  EXPECT_THAT(first, HasSubstr("\r\nRetry-After: 7\r\n")) << "with its headers";
+  recorder.Signal(SIGTERM);
+  ASSERT_TRUE(recorder.Wait(kPatience));
+
+  ASSERT_EQ(live.Journal().size(), requests.size());
+  for (const JournalEntry& forwarded : live.Journal()) {
+    ASSERT_NE(forwarded.FindHeader("GatewayApiAuthentication"), nullptr);
+    EXPECT_EQ(*forwarded.FindHeader("GatewayApiAuthentication"), kToken);
+  }
+  for (const auto& file : fs::directory_iterator(recorded)) {
+    std::ifstream in(file.path());
+    const std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    EXPECT_THAT(text, ::testing::Not(HasSubstr(kToken))) << file.path();
+  }
+  StubServer replay;
+  ASSERT_TRUE(replay.LoadAnswers(recorded).Ok());
+  replay.Start();
+  for (std::size_t i = 0; i < requests.size(); ++i) {
+    EXPECT_EQ(Essence(vrex::testing::ExchangeRaw(replay.Port(), requests[i])), answers[i])
+        << "request " << i + 1;
+  }
+  EXPECT_EQ(replay.Cases().size(), 5U) << "one case per distinct request";
 }
 
 }  // namespace

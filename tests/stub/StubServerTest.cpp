@@ -186,7 +186,8 @@ INSTANTIATE_TEST_SUITE_P(
         SelectionCase{"ClearedResponder",
                       [](StubServer& s) {
                         s.SetAnswer("MeasurementQuery", Text(203, "canned"));
-                        s.SetResponder("MeasurementQuery", {});
+                        s.SetResponder("MeasurementQuery",
+                                       [](const JournalEntry&) { return Text(500, "x"); });
                         s.ClearResponder("MeasurementQuery");
                       },
                       Post("/api/MeasurementQuery"), 203, "canned"},

@@ -11,6 +11,7 @@
 #include <system_error>
 
 #include "AnswerMetaFile.h"
+#include "CaseJson.h"
 #include "vrex/RequestCatalog.h"
 
 namespace vrex::stub {
@@ -20,6 +21,18 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr std::string_view kRawContentType = "application/octet-stream";
+constexpr std::string_view kCaseFileSuffix = ".cases.json";
+
+/// The request type a case file is of, or nothing for another file.
+std::optional<std::string> CaseFileType(const fs::path& path) {
+  const std::string name = path.filename().string();
+  if (name.size() <= kCaseFileSuffix.size() ||
+      name.compare(name.size() - kCaseFileSuffix.size(), kCaseFileSuffix.size(), kCaseFileSuffix) !=
+          0) {
+    return std::nullopt;
+  }
+  return name.substr(0, name.size() - kCaseFileSuffix.size());
+}
 
 /// The files of one request type found in a data directory.
 struct AnswerFiles {
@@ -76,7 +89,7 @@ Result<std::map<std::string, AnswerFiles>> FindAnswerFiles(const fs::path& direc
   }
   std::map<std::string, AnswerFiles> found;
   for (const fs::directory_entry& entry : entries) {
-    if (!entry.is_regular_file()) {
+    if (!entry.is_regular_file() || CaseFileType(entry.path())) {
       continue;
     }
     const fs::path& path = entry.path();
@@ -174,6 +187,38 @@ Result<AnswerSet> LoadAnswerDirectory(const fs::path& directory) {
     answers.emplace(requestType, std::move(answer).Value());
   }
   return Result<AnswerSet>::Success(std::move(answers));
+}
+
+Result<std::vector<StubCase>> LoadCaseDirectory(const fs::path& directory) {
+  using CasesResult = Result<std::vector<StubCase>>;
+  auto answers = LoadAnswerDirectory(directory);
+  if (!answers) return CasesResult::Failure(answers.GetStatus());
+  std::vector<StubCase> cases;
+  for (auto& [requestType, answer] : answers.Value()) {
+    cases.push_back({requestType, "default", {}, {std::move(answer)}});
+  }
+  std::map<std::string, fs::path> caseFiles;  // in name order, whatever the directory's
+  for (const fs::directory_entry& entry : fs::directory_iterator(directory)) {
+    if (const auto requestType = CaseFileType(entry.path());
+        requestType && entry.is_regular_file()) {
+      caseFiles.emplace(*requestType, entry.path());
+    }
+  }
+  for (const auto& [requestType, path] : caseFiles) {
+    const auto text = ReadWholeFile(path);
+    if (!text) return CasesResult::Failure(text.GetStatus());
+    auto parsed = ParseCaseFile(requestType, text.Value());
+    if (!parsed) return CasesResult::Failure(NamingFile(path, parsed.GetStatus()));
+    for (StubCase& stubCase : parsed.Value()) {
+      if (stubCase.match.empty() && answers->count(requestType) != 0) {
+        return CasesResult::Failure(path.string() + ": case \"" + stubCase.name +
+                                    "\" is a second default case of " + requestType +
+                                    "; its other answer file gives one already");
+      }
+      cases.push_back(std::move(stubCase));
+    }
+  }
+  return CasesResult::Success(std::move(cases));
 }
 
 }  // namespace vrex::stub

@@ -24,7 +24,8 @@ CannedAnswer Respond(const Responder& responder, const JournalEntry& request) {
   }
 }
 
-/// The request type named by "/api/<RequestType>", or nothing for another path.
+}  // namespace
+
 std::optional<std::string_view> RequestTypeOf(std::string_view path) {
   if (path.substr(0, kApiPrefix.size()) != kApiPrefix) {
     return std::nullopt;
@@ -36,24 +37,22 @@ std::optional<std::string_view> RequestTypeOf(std::string_view path) {
   return type;
 }
 
-}  // namespace
-
-CannedAnswer SelectAnswer(std::string_view method, std::string_view path,
-                          const JournalEntry& request, const AnswerTable& answers) {
+Selection SelectAnswer(std::string_view method, std::string_view path, const JournalEntry& request,
+                       AnswerTable& answers) {
   const auto requestType = RequestTypeOf(path);
   if (!requestType || FindRequest(*requestType) == nullptr) {
-    return TextAnswer(404, "no such request: " + std::string(path));
+    return {TextAnswer(404, "no such request: " + std::string(path)), {}, false};
   }
   if (method != "POST") {
-    return TextAnswer(405, "requests are sent with POST");
+    return {TextAnswer(405, "requests are sent with POST"), {}, false};
   }
   if (const Responder responder = answers.FindResponder(*requestType)) {
-    return Respond(responder, request);
+    return {Respond(responder, request), {}, false};
   }
-  if (auto canned = answers.Find(*requestType)) {
-    return std::move(*canned);
+  if (auto selected = answers.Select(*requestType, request.body)) {
+    return std::move(*selected);
   }
-  return CannedAnswer{};
+  return {};
 }
 
 }  // namespace vrex::stub

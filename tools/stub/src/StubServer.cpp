@@ -4,6 +4,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "AdminApi.h"
 #include "AnswerSelection.h"
 #include "AnswerTable.h"
 #include "HttpListener.h"
@@ -65,8 +66,15 @@ class StubServer::Impl final : public RequestHandler {
   }
 
   std::shared_ptr<const CannedAnswer> Answer(JournalEntry request) override {
-    auto answer = std::make_shared<const CannedAnswer>(
-        SelectAnswer(request.method, PathOf(request.path), request, answers));
+    const std::string_view path = PathOf(request.path);
+    if (options_.adminApi && IsAdminPath(path)) {
+      return std::make_shared<const CannedAnswer>(
+          AnswerAdmin(request.method, path, request, answers, journal));
+    }
+    Selection selection = SelectAnswer(request.method, path, request, answers);
+    request.matchedCase = std::move(selection.caseName);
+    request.unmatched = selection.unmatched;
+    auto answer = std::make_shared<const CannedAnswer>(std::move(selection.answer));
     Notify(request, *answer);
     journal.Add(std::move(request));
     return answer;
@@ -132,17 +140,25 @@ void StubServer::ClearResponder(std::string_view requestType) {
   impl_->answers.RemoveResponder(requestType);
 }
 
+void StubServer::AddCase(StubCase stubCase) { impl_->answers.Add(std::move(stubCase)); }
+std::vector<StubCase> StubServer::Cases() const { return impl_->answers.Cases(); }
+void StubServer::ResetSequences() { impl_->answers.ResetSequences(); }
+
 std::optional<CannedAnswer> StubServer::Answer(std::string_view requestType) const {
   return impl_->answers.Find(requestType);
 }
 
 Result<std::size_t> StubServer::LoadAnswers(const std::filesystem::path& directory) {
-  Result<AnswerSet> loaded = LoadAnswerDirectory(directory);
+  auto loaded = LoadCaseDirectory(directory);
   if (!loaded) {
     return Result<std::size_t>::Failure(loaded.GetStatus());
   }
   const std::size_t count = loaded->size();
-  impl_->answers.Merge(std::move(loaded).Value());
+  try {
+    impl_->answers.Replace(std::move(loaded).Value());
+  } catch (const std::invalid_argument& error) {
+    return Result<std::size_t>::Failure(directory.string() + ": " + error.what());
+  }
   return Result<std::size_t>::Success(count);
 }
 

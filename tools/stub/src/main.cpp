@@ -1,6 +1,7 @@
-// vrex-stub: a stand-in results server answering from a data directory.
-// Prints "vrex-stub listening on http://HOST:PORT" as its first line, then
-// serves until SIGINT or SIGTERM.
+// vrex-stub: a stand-in results server answering from a data directory, or
+// recording one from a live server (--record-from). Prints "vrex-stub
+// listening on http://HOST:PORT" as its first line, then serves until SIGINT
+// or SIGTERM.
 
 #include <pthread.h>
 
@@ -9,9 +10,12 @@
 #include <cstdlib>
 #include <exception>
 #include <iostream>
+#include <optional>
 #include <string>
 
 #include "DefaultDataDirectory.h"
+#include "Recorder.h"
+#include "vrex/RequestCatalog.h"
 #include "vrex/stub/StubServer.h"
 
 namespace {
@@ -19,6 +23,7 @@ namespace {
 struct CommandLine {
   vrex::stub::StubServerOptions server;
   std::string dataDirectory;
+  std::string recordFrom;
   bool verbose = false;
 };
 
@@ -32,11 +37,18 @@ CommandLine ParseCommandLine(int argc, char** argv) {
                  "Data directory, one answer per request type (default: the sample plant)");
   app.add_option("--threads", line.server.threads, "Connections served at once")
       ->check(CLI::Range(1, 256));
+  app.add_option("--record-from", line.recordFrom,
+                 "Live server URL: forward every request to it and write each distinct "
+                 "request with its answer as a case into --data");
   app.add_flag("--verbose", line.verbose, "Print every request and its status on stderr");
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
     std::exit(app.exit(error));
+  }
+  if (!line.recordFrom.empty() && line.dataDirectory.empty()) {
+    std::cerr << "vrex-stub: --record-from needs --data, the directory to record into\n";
+    std::exit(EXIT_FAILURE);
   }
   if (line.dataDirectory.empty()) {
     line.dataDirectory = vrex::stub::DefaultDataDirectory().string();
@@ -63,6 +75,16 @@ void PrintEachRequest(vrex::stub::StubServer& server) {
       });
 }
 
+/// Answers every request type from the live server, recording as it goes.
+void RecordFromLiveServer(vrex::stub::StubServer& server, vrex::stub::Recorder& recorder) {
+  for (const vrex::RequestInfo& request : vrex::Requests()) {
+    const std::string type(request.name);
+    server.SetResponder(type, [&recorder, type](const vrex::stub::JournalEntry& entry) {
+      return recorder.Forward(type, entry);
+    });
+  }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -70,7 +92,13 @@ int main(int argc, char** argv) {
   const sigset_t stopSignals = BlockStopSignals();
   try {
     vrex::stub::StubServer server(line.server);
-    const auto answers = server.LoadAnswers(line.dataDirectory);
+    std::optional<vrex::stub::Recorder> recorder;
+    auto answers = vrex::Result<std::size_t>::Success(0);
+    if (line.recordFrom.empty()) {
+      answers = server.LoadAnswers(line.dataDirectory);
+    } else {
+      RecordFromLiveServer(server, recorder.emplace(line.recordFrom, line.dataDirectory));
+    }
     if (!answers) {
       std::cerr << "vrex-stub: " << answers.GetStatus().Message() << '\n';
       return EXIT_FAILURE;
@@ -80,7 +108,12 @@ int main(int argc, char** argv) {
     }
     server.Start();
     std::cout << "vrex-stub listening on " << server.BaseUrl() << std::endl;
-    std::cerr << "vrex-stub: " << answers.Value() << " answers from " << line.dataDirectory << '\n';
+    if (recorder) {
+      std::cerr << "vrex-stub: recording answers of " << line.recordFrom << " into "
+                << line.dataDirectory << '\n';
+    } else {
+      std::cerr << "vrex-stub: " << answers.Value() << " cases from " << line.dataDirectory << '\n';
+    }
 
     int received = 0;
     sigwait(&stopSignals, &received);

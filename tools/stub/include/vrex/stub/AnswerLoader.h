@@ -17,6 +17,10 @@
 //                         answer-type = VersionDTO  message the .json holds
 //                       A .meta without a .json or .bin gives an empty body.
 //
+// <RequestType>.cases.json  cases of the request type: answers chosen by the
+//                       request, and sequences of answers (docs/stub.md
+//                       describes the form). The files above give its default case.
+//
 // <RequestType> must be a request the catalog knows; files with any other
 // extension (README.md) are ignored.
 
@@ -25,9 +29,11 @@
 #include <map>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "vrex/Result.h"
 #include "vrex/stub/CannedAnswer.h"
+#include "vrex/stub/StubCase.h"
 
 namespace vrex::stub {
 
@@ -39,6 +45,11 @@ using AnswerSet = std::map<std::string, CannedAnswer, std::less<>>;
 /// that does not parse as the answer message (the protobuf parser's message is
 /// quoted), a .json beside a .bin, or a bad .meta line.
 Result<AnswerSet> LoadAnswerDirectory(const std::filesystem::path& directory);
+
+/// Every case of `directory`: the answers of LoadAnswerDirectory as default
+/// cases, and the cases of its case files. Fails as LoadAnswerDirectory does,
+/// and for a case file that is unusable or gives a second default case.
+Result<std::vector<StubCase>> LoadCaseDirectory(const std::filesystem::path& directory);
 
 /// A 200 answer from proto3 JSON of the answer message of `requestType`
 /// (`answerType` overrides the catalog's message, by short name). Fails for

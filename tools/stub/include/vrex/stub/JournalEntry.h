@@ -30,6 +30,10 @@ struct JournalEntry {
   std::string head;
   /// Which accepted connection carried the request: 1, 2, ... since Start.
   std::uint64_t connection = 0;
+  /// The name of the case that answered, empty when none did.
+  std::string matchedCase;
+  /// The request type has cases but none matched: it was answered with 404.
+  bool unmatched = false;
 
   /// Value of the first header whose name equals `name` ignoring case, or
   /// nullptr when the request had none.

@@ -11,12 +11,16 @@
 //
 // Which answer a request gets:
 //   - a request type with a responder: what it computes from the request;
-//   - a request type with a canned answer: that answer;
+//   - a request type with cases (StubCase.h): the next answer of the first
+//     case the request matches; 404 naming the closest cases and the field
+//     that differed when none does (journalled as unmatched);
 //   - a request type the catalog knows, without one: 200 with an empty body
 //     (an empty message of any type);
 //   - a request type the catalog does not know, or a path that is not
 //     "/api/<RequestType>": 404;
-//   - another method than POST on "/api/<RequestType>": 405.
+//   - another method than POST on "/api/<RequestType>": 405;
+//   - a path under "/__stub/": the admin API, which does what these
+//     functions do for tests in other languages (docs/stub.md).
 
 #include <chrono>
 #include <cstddef>
@@ -33,6 +37,7 @@
 #include "vrex/stub/CannedAnswer.h"
 #include "vrex/stub/JournalEntry.h"
 #include "vrex/stub/Responder.h"
+#include "vrex/stub/StubCase.h"
 
 namespace google::protobuf {
 class Message;
@@ -49,6 +54,9 @@ struct StubServerOptions {
   /// Threads that serve the connections, each serving many; a responder or
   /// observer that blocks holds one of them.
   std::size_t threads = 8;
+  /// Serve the admin API under "/__stub/"; off, those paths get 404 like any
+  /// other (for drivers that send arbitrary requests, such as fuzzers).
+  bool adminApi = true;
 
   // Bounds on hostile or broken clients; each one applied is logged.
   /// A request body over this is answered with 413 and its connection closed.
@@ -94,22 +102,33 @@ class StubServer {
   /// "http://HOST:PORT", the server URL that client calls take.
   std::string BaseUrl() const;
 
+  /// Makes `answer` the only answer of the default case of `requestType`.
   /// Throws std::invalid_argument when the catalog knows no `requestType`.
   void SetAnswer(std::string_view requestType, CannedAnswer answer);
   /// The binary encoding of `message` with `status` (map entries in key order).
   void SetAnswerMessage(std::string_view requestType, const google::protobuf::Message& message,
                         int status = 200);
+  /// Removes every case of `requestType`.
   void ClearAnswer(std::string_view requestType);
+  /// Removes every case.
   void ClearAnswers();
+  /// Adds a case after the type's cases with a match; a default case
+  /// replaces the type's default. Throws std::invalid_argument, naming the
+  /// cause, for an unknown request type or a match that is no JSON of its request.
+  void AddCase(StubCase stubCase);
+  /// Every case, by request type, in the order they are tried.
+  std::vector<StubCase> Cases() const;
+  /// Every case gives its first answer again.
+  void ResetSequences();
   /// Answers each request of `requestType` with what `responder` computes
   /// from it; a responder goes before a canned answer of the same type.
   /// Throws std::invalid_argument when the catalog knows no `requestType`.
   void SetResponder(std::string_view requestType, Responder responder);
   /// Removes the responder of `requestType`; its canned answer, if any, applies again.
   void ClearResponder(std::string_view requestType);
-  /// The canned answer of `requestType`, if one is set.
+  /// The first answer of the default case of `requestType`, if it has one.
   std::optional<CannedAnswer> Answer(std::string_view requestType) const;
-  /// Adds the answers of a data directory (see AnswerLoader.h), replacing
+  /// Adds the cases of a data directory (see AnswerLoader.h), replacing
   /// those of the same request types; returns how many it added. On failure
   /// it changes nothing.
   Result<std::size_t> LoadAnswers(const std::filesystem::path& directory);
