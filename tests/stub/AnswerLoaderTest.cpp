@@ -8,6 +8,7 @@
 
 #include <memory>
 #include <set>
+#include <ostream>
 #include <string>
 
 #include "MeasurementContainer.pb.h"
@@ -171,6 +172,9 @@ struct BadDirectoryCase {
   const char* fileAtFault;               // must be named in the message
   std::vector<const char*> reasonParts;  // and so must these
 };
+
+// Test output names a case by its name.
+void PrintTo(const BadDirectoryCase& c, std::ostream* out) { *out << c.name; }
 
 class BadAnswerDirectory : public ::testing::TestWithParam<BadDirectoryCase> {};
 

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -53,6 +54,9 @@ struct MatchCase {
   const char* answeredBy;  // nullptr: no case matches
   std::vector<const char*> explanation = {};
 };
+
+// Test output names a case by its name.
+void PrintTo(const MatchCase& c, std::ostream* out) { *out << c.name; }
 
 class CaseMatching : public ::testing::TestWithParam<MatchCase> {};
 

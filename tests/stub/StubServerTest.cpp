@@ -12,6 +12,7 @@
 #include <new>
 #include <set>
 #include <stdexcept>
+#include <ostream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -105,6 +106,9 @@ struct SelectionCase {
   std::string body;  // "*": not checked
   std::string header = {};
 };
+
+// Test output names a case by its name.
+void PrintTo(const SelectionCase& c, std::ostream* out) { *out << c.name; }
 
 class AnswerSelection : public ::testing::TestWithParam<SelectionCase> {};
 
@@ -227,6 +231,9 @@ struct DeliveryCase {
   bool closes;       // the server closes the connection afterwards
 };
 
+// Test output names a case by its name.
+void PrintTo(const DeliveryCase& c, std::ostream* out) { *out << c.name; }
+
 CannedAnswer Lying(std::string body, std::uint64_t announced) {
   CannedAnswer answer = Answer(std::move(body));
   answer.announcedLength = announced;
@@ -279,6 +286,9 @@ struct UnendingCase {
   CannedAnswer answer;
   std::string start;  // the bytes that come first
 };
+
+// Test output names a case by its name.
+void PrintTo(const UnendingCase& c, std::ostream* out) { *out << c.name; }
 
 CannedAnswer Unending(Delivery delivery, std::string body, hours delay, hours pace,
                       std::uint64_t repeat = 1) {

@@ -6,7 +6,9 @@
 #include <pthread.h>
 
 #include <CLI/CLI.hpp>
+#include <chrono>
 #include <csignal>
+#include <cstdint>
 #include <cstdlib>
 #include <exception>
 #include <iostream>
@@ -16,6 +18,7 @@
 #include "DefaultDataDirectory.h"
 #include "Recorder.h"
 #include "vrex/RequestCatalog.h"
+#include "vrex/data/Text.h"
 #include "vrex/stub/StubServer.h"
 
 namespace {
@@ -27,6 +30,38 @@ struct CommandLine {
   bool verbose = false;
 };
 
+std::chrono::milliseconds Milliseconds(double seconds) {
+  return std::chrono::milliseconds(static_cast<std::int64_t>(seconds * 1000.0));
+}
+
+// The bounds that keep clients that misbehave from hanging the stub; each
+// one logs a line on stderr when it applies.
+void AddClientBounds(CLI::App& app, vrex::stub::StubServerOptions& options) {
+  app.add_option("--max-request-size", options.maxRequestBytes,
+                 "Largest request body: 512K, 64M or plain bytes; a larger one gets 413 "
+                 "(default 64M)")
+      ->transform(
+          [](const std::string& text) {
+            const auto size = vrex::data::ParseByteSize(text);
+            if (!size) throw CLI::ValidationError(size.GetStatus().Message());
+            return std::to_string(size.Value());
+          },
+          "SIZE");
+  app.add_option_function<double>(
+         "--read-timeout",
+         [&options](double seconds) { options.readTimeout = Milliseconds(seconds); },
+         "Seconds a request may take to arrive, and an idle connection may stay (default 30)")
+      ->check(CLI::PositiveNumber);
+  app.add_option_function<double>(
+         "--write-timeout",
+         [&options](double seconds) { options.writeTimeout = Milliseconds(seconds); },
+         "Seconds a client may take no byte of its answer before it is dropped (default 30)")
+      ->check(CLI::PositiveNumber);
+  app.add_option("--max-connections", options.maxConnections,
+                 "Connections open at once; beyond it the longest idle one closes (default 512)")
+      ->check(CLI::Range(1, 100000));
+}
+
 CommandLine ParseCommandLine(int argc, char** argv) {
   CommandLine line;
   CLI::App app{"Stub results server: answers POST /api/<RequestType> from a data directory"};
@@ -37,6 +72,7 @@ CommandLine ParseCommandLine(int argc, char** argv) {
                  "Data directory, one answer per request type (default: the sample plant)");
   app.add_option("--threads", line.server.threads, "Connections served at once")
       ->check(CLI::Range(1, 256));
+  AddClientBounds(app, line.server);
   app.add_option("--record-from", line.recordFrom,
                  "Live server URL: forward every request to it and write each distinct "
                  "request with its answer as a case into --data");
