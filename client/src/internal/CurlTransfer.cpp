@@ -201,12 +201,16 @@ TransferFailure CurlTransfer::FailureOf(Stop stop) {
 HttpResponse CurlTransfer::Finish(CURLcode result) {
   HttpResponse response;
   response.status = static_cast<int>(Status());
-  response.body = body_.Take();
   response.bytesReceived = received_;
   response.bytesAnnounced = announced_;
   if (result != CURLE_OK) {
+    // No part of a failed answer is handed on; joining it would only double
+    // the memory of one that was stopped at the size limit.
+    body_ = BodyBuffer(body_.Limit());
     Classify(result, response);
+    return response;
   }
+  response.body = body_.Take();
   return response;
 }
 
