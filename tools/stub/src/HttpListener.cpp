@@ -84,9 +84,11 @@ HttpListener::HttpListener(const StubServerOptions& options, RequestHandler& han
     : options_(options),
       registry_(options_.maxConnections, options_.log),
       context_{handler, registry_, options_},
-      loops_(MakeLoops(options_.threads)),
+      // The first loop only accepts, so that a responder that blocks the
+      // loop of its connection never keeps new connections out.
+      loops_(MakeLoops(std::max<std::size_t>(options_.threads, 1) + 1)),
       acceptor_(*loops_.front()),
-      accepted_(*loops_.front()),
+      accepted_(*loops_[1]),
       acceptPause_(*loops_.front()) {
   Bind(acceptor_, ResolveEndpoint(*loops_.front(), options_), options_);
   port_ = acceptor_.local_endpoint().port();
@@ -131,7 +133,7 @@ void HttpListener::Accept() {
     // Without it an answer's last bytes wait for the client's delayed acknowledgement.
     accepted_.set_option(tcp::no_delay(true), ignored);
     HttpConnection::Serve(std::move(accepted_), context_);
-    nextLoop_ = (nextLoop_ + 1) % loops_.size();
+    nextLoop_ = nextLoop_ % (loops_.size() - 1) + 1;  // the serving loops, 1 to threads
     accepted_ = HttpConnection::Socket(*loops_[nextLoop_]);
     Accept();
   });

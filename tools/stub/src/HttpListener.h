@@ -47,7 +47,7 @@ class HttpListener {
   const ConnectionContext context_;
   std::vector<std::unique_ptr<boost::asio::io_context>> loops_;
   std::vector<boost::asio::executor_work_guard<boost::asio::io_context::executor_type>> working_;
-  std::size_t nextLoop_ = 0;
+  std::size_t nextLoop_ = 1;  // loops_[0] accepts; the others serve
   boost::asio::ip::tcp::acceptor acceptor_;
   HttpConnection::Socket accepted_;  // the socket the next accept fills
   boost::asio::steady_timer acceptPause_;
