@@ -239,6 +239,7 @@ TEST_P(SessionClientFault, EveryFormGivesTheDocumentedOutcomeWithinItsTimeOut) {
     EXPECT_THAT(outcome.Message(), HasSubstr(outcome.ErrorText()));
     EXPECT_THAT(outcome.Message(),
                 HasSubstr(enums::DetailCode_Name(outcome.Status().detailcode())));
+    EXPECT_THAT(outcome.Message(), Not(HasSubstr("attempts")));  // told only after a retry
     EXPECT_THAT(errorOutput, Not(HasSubstr(kTransferFailureLine)));  // the client prints nothing
   }
   ExpectRequestsReceived(3);
