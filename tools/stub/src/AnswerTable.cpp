@@ -50,10 +50,10 @@ std::string Explain(std::string_view requestType, std::vector<Miss> misses, bool
 AnswerTable::LiveCase AnswerTable::Compile(StubCase stubCase) {
   RequireKnownType(stubCase.requestType);
   LiveCase live{std::move(stubCase), std::nullopt, 0};
-  if (!live.spec.match.empty()) {
-    auto match = RequestMatch::Parse(live.spec.requestType, live.spec.match);
+  if (!live.definition.match.empty()) {
+    auto match = RequestMatch::Parse(live.definition.requestType, live.definition.match);
     if (!match) {
-      throw std::invalid_argument("case \"" + live.spec.name +
+      throw std::invalid_argument("case \"" + live.definition.name +
                                   "\": " + match.GetStatus().Message());
     }
     live.match = std::move(match).Value();
@@ -73,7 +73,7 @@ void AnswerTable::Insert(CaseList& cases, LiveCase added) {
 }
 
 CannedAnswer AnswerTable::Give(LiveCase& stubCase) {
-  const auto& answers = stubCase.spec.answers;
+  const auto& answers = stubCase.definition.answers;
   if (answers.empty()) {
     return CannedAnswer{};
   }
@@ -89,7 +89,7 @@ void AnswerTable::Set(std::string_view requestType, CannedAnswer answer) {
 void AnswerTable::Add(StubCase stubCase) {
   LiveCase live = Compile(std::move(stubCase));
   const std::lock_guard lock(mutex_);
-  CaseList& cases = cases_[live.spec.requestType];
+  CaseList& cases = cases_[live.definition.requestType];
   Insert(cases, std::move(live));
 }
 
@@ -97,7 +97,7 @@ void AnswerTable::Replace(std::vector<StubCase> cases) {
   std::map<std::string, CaseList, std::less<>> replacing;
   for (StubCase& stubCase : cases) {
     LiveCase live = Compile(std::move(stubCase));
-    CaseList& list = replacing[live.spec.requestType];
+    CaseList& list = replacing[live.definition.requestType];
     Insert(list, std::move(live));
   }
   const std::lock_guard lock(mutex_);
@@ -123,10 +123,10 @@ std::optional<CannedAnswer> AnswerTable::Find(std::string_view requestType) cons
   const std::lock_guard lock(mutex_);
   const auto found = cases_.find(requestType);
   if (found == cases_.end() || found->second.back().match ||
-      found->second.back().spec.answers.empty()) {
+      found->second.back().definition.answers.empty()) {
     return std::nullopt;
   }
-  return found->second.back().spec.answers.front();
+  return found->second.back().definition.answers.front();
 }
 
 std::vector<StubCase> AnswerTable::Cases() const {
@@ -134,7 +134,7 @@ std::vector<StubCase> AnswerTable::Cases() const {
   std::vector<StubCase> all;
   for (const auto& [requestType, list] : cases_) {
     for (const LiveCase& live : list) {
-      all.push_back(live.spec);
+      all.push_back(live.definition);
     }
   }
   return all;
@@ -166,11 +166,11 @@ std::optional<Selection> AnswerTable::Select(std::string_view requestType, std::
       if (request == nullptr) continue;
       MatchOutcome outcome = live.match->Compare(*request);
       if (!outcome.matched) {
-        misses.push_back({&live.spec, std::move(outcome)});
+        misses.push_back({&live.definition, std::move(outcome)});
         continue;
       }
     }
-    return Selection{Give(live), live.spec.name, false};
+    return Selection{Give(live), live.definition.name, false};
   }
   return Selection{
       TextAnswer(404, Explain(requestType, std::move(misses), request != nullptr)), {}, true};

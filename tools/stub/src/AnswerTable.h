@@ -59,7 +59,7 @@ class AnswerTable {
 
  private:
   struct LiveCase {
-    StubCase spec;
+    StubCase definition;
     std::optional<RequestMatch> match;  // none: the default case
     std::size_t given = 0;              // answers given so far
   };

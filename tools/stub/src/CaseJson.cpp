@@ -59,55 +59,55 @@ Result<T> Parsed(std::string_view json, std::string_view what) {
 }
 
 /// The body an answer gives, and its usual content type.
-Result<CannedAnswer> BodyOf(std::string_view requestType, const files::AnswerSpec& spec) {
-  if (spec.has_json()) {
-    const auto json = MessageToJson(spec.json(), JsonLayout{false});
+Result<CannedAnswer> BodyOf(std::string_view requestType, const files::AnswerEntry& entry) {
+  if (entry.has_json()) {
+    const auto json = MessageToJson(entry.json(), JsonLayout{false});
     if (!json) return Result<CannedAnswer>::Failure(json.GetStatus());
-    return JsonAnswer(requestType, json.Value(), spec.answertype());
+    return JsonAnswer(requestType, json.Value(), entry.answertype());
   }
   CannedAnswer answer;
-  if (!spec.text().empty()) {
-    answer.body = spec.text();
+  if (!entry.text().empty()) {
+    answer.body = entry.text();
     answer.contentType = "text/plain";
-  } else if (!spec.body().empty()) {
-    answer.body = spec.body();
+  } else if (!entry.body().empty()) {
+    answer.body = entry.body();
     answer.contentType = std::string(kRawContentType);
   }
   return Result<CannedAnswer>::Success(std::move(answer));
 }
 
-Result<CannedAnswer> AnswerOf(std::string_view requestType, const files::AnswerSpec& spec) {
-  auto answer = BodyOf(requestType, spec);
+Result<CannedAnswer> AnswerOf(std::string_view requestType, const files::AnswerEntry& entry) {
+  auto answer = BodyOf(requestType, entry);
   if (!answer) return answer;
-  const auto delivery = DeliveryNamed(spec.delivery().empty() ? "whole" : spec.delivery());
+  const auto delivery = DeliveryNamed(entry.delivery().empty() ? "whole" : entry.delivery());
   if (!delivery) return Result<CannedAnswer>::Failure(delivery.GetStatus());
   answer->delivery = delivery.Value();
-  if (spec.status() != 0) answer->status = spec.status();
-  if (!spec.contenttype().empty()) answer->contentType = spec.contenttype();
-  answer->delay = std::chrono::milliseconds(spec.delayms());
-  for (const files::Header& header : spec.headers()) {
+  if (entry.status() != 0) answer->status = entry.status();
+  if (!entry.contenttype().empty()) answer->contentType = entry.contenttype();
+  answer->delay = std::chrono::milliseconds(entry.delayms());
+  for (const files::Header& header : entry.headers()) {
     answer->headers.push_back({header.name(), header.value()});
   }
   return answer;
 }
 
-Result<StubCase> CaseOf(std::string_view requestType, const files::CaseSpec& spec,
+Result<StubCase> CaseOf(std::string_view requestType, const files::CaseEntry& entry,
                         std::size_t index) {
-  StubCase stubCase{std::string(requestType), spec.name(), {}, {}};
+  StubCase stubCase{std::string(requestType), entry.name(), {}, {}};
   if (stubCase.name.empty()) stubCase.name = "#" + std::to_string(index + 1);
   const std::string label = "case \"" + stubCase.name + "\"";
   if (FindRequest(requestType) == nullptr) {
     return Result<StubCase>::Failure(label + ": '" + std::string(requestType) +
                                      "' is not a request type the server knows");
   }
-  if (spec.has_match()) {
-    const auto json = MessageToJson(spec.match(), JsonLayout{false});
+  if (entry.has_match()) {
+    const auto json = MessageToJson(entry.match(), JsonLayout{false});
     const auto match = RequestMatch::Parse(requestType, json ? json.Value() : "");
     if (!match) return Result<StubCase>::Failure(label + ": " + match.GetStatus().Message());
     stubCase.match = match->Json();
   }
-  for (int i = 0; i < spec.answers_size(); ++i) {
-    auto answer = AnswerOf(requestType, spec.answers(i));
+  for (int i = 0; i < entry.answers_size(); ++i) {
+    auto answer = AnswerOf(requestType, entry.answers(i));
     if (!answer) {
       return Result<StubCase>::Failure(label + ", answer " + std::to_string(i + 1) + ": " +
                                        answer.GetStatus().Message());
@@ -120,7 +120,7 @@ Result<StubCase> CaseOf(std::string_view requestType, const files::CaseSpec& spe
 /// The answer's body in the form a reader can edit: the answer message in
 /// JSON when it decodes as one, else the bytes. Either way the content type
 /// is written beside it, so the same bytes go out with the same type.
-void WriteBody(std::string_view requestType, const CannedAnswer& answer, files::AnswerSpec& spec) {
+void WriteBody(std::string_view requestType, const CannedAnswer& answer, files::AnswerEntry& entry) {
   const RequestInfo* request = FindRequest(requestType);
   const pb::Descriptor* type = request ? AnswerDescriptor(*request) : nullptr;
   if (type != nullptr) {
@@ -130,11 +130,11 @@ void WriteBody(std::string_view requestType, const CannedAnswer& answer, files::
     if (message->ParseFromString(answer.body) &&
         SerializeDeterministically(*message) == answer.body) {
       const auto json = MessageToJson(*message, JsonLayout{false});
-      if (json && MergeJsonInto(json.Value(), *spec.mutable_json()).empty()) return;
+      if (json && MergeJsonInto(json.Value(), *entry.mutable_json()).empty()) return;
     }
   }
-  spec.clear_json();
-  spec.set_body(answer.body);
+  entry.clear_json();
+  entry.set_body(answer.body);
 }
 
 template <typename NameAndValue>
@@ -144,16 +144,16 @@ void AddHeader(const NameAndValue& header, pb::RepeatedPtrField<files::Header>& 
   written->set_value(header.value);
 }
 
-files::AnswerSpec SpecOf(std::string_view requestType, const CannedAnswer& answer) {
-  files::AnswerSpec spec;
-  spec.set_status(answer.status);
-  spec.set_contenttype(answer.contentType);
-  WriteBody(requestType, answer, spec);
-  spec.set_delayms(static_cast<std::uint32_t>(answer.delay.count()));
-  for (const ResponseHeader& header : answer.headers) AddHeader(header, *spec.mutable_headers());
+files::AnswerEntry EntryOf(std::string_view requestType, const CannedAnswer& answer) {
+  files::AnswerEntry entry;
+  entry.set_status(answer.status);
+  entry.set_contenttype(answer.contentType);
+  WriteBody(requestType, answer, entry);
+  entry.set_delayms(static_cast<std::uint32_t>(answer.delay.count()));
+  for (const ResponseHeader& header : answer.headers) AddHeader(header, *entry.mutable_headers());
   if (answer.delivery != Delivery::Whole)
-    spec.set_delivery(std::string(DeliveryName(answer.delivery)));
-  return spec;
+    entry.set_delivery(std::string(DeliveryName(answer.delivery)));
+  return entry;
 }
 
 std::string Printed(const pb::Message& message) {
@@ -169,12 +169,12 @@ Result<std::vector<StubCase>> ParseCaseFile(std::string_view requestType, std::s
   if (!file) return CasesResult::Failure(file.GetStatus());
   std::vector<StubCase> cases;
   for (int i = 0; i < file->cases_size(); ++i) {
-    const files::CaseSpec& spec = file->cases(i);
-    if (!spec.requesttype().empty() && spec.requesttype() != requestType) {
+    const files::CaseEntry& entry = file->cases(i);
+    if (!entry.requesttype().empty() && entry.requesttype() != requestType) {
       return CasesResult::Failure("case #" + std::to_string(i + 1) + " is of " +
-                                  spec.requesttype() + ", not of " + std::string(requestType));
+                                  entry.requesttype() + ", not of " + std::string(requestType));
     }
-    auto stubCase = CaseOf(requestType, spec, static_cast<std::size_t>(i));
+    auto stubCase = CaseOf(requestType, entry, static_cast<std::size_t>(i));
     if (!stubCase) return CasesResult::Failure(stubCase.GetStatus());
     cases.push_back(std::move(stubCase).Value());
   }
@@ -182,20 +182,20 @@ Result<std::vector<StubCase>> ParseCaseFile(std::string_view requestType, std::s
 }
 
 Result<StubCase> ParseCase(std::string_view json) {
-  const auto spec = Parsed<files::CaseSpec>(json, "a case");
-  if (!spec) return Result<StubCase>::Failure(spec.GetStatus());
-  return CaseOf(spec->requesttype(), spec.Value(), 0);
+  const auto entry = Parsed<files::CaseEntry>(json, "a case");
+  if (!entry) return Result<StubCase>::Failure(entry.GetStatus());
+  return CaseOf(entry->requesttype(), entry.Value(), 0);
 }
 
 std::string CaseFileJson(const std::vector<StubCase>& cases) {
   files::CaseFile file;
   for (const StubCase& stubCase : cases) {
-    files::CaseSpec* spec = file.add_cases();
-    spec->set_requesttype(stubCase.requestType);
-    spec->set_name(stubCase.name);
-    if (!stubCase.match.empty()) MergeJsonInto(stubCase.match, *spec->mutable_match());
+    files::CaseEntry* entry = file.add_cases();
+    entry->set_requesttype(stubCase.requestType);
+    entry->set_name(stubCase.name);
+    if (!stubCase.match.empty()) MergeJsonInto(stubCase.match, *entry->mutable_match());
     for (const CannedAnswer& answer : stubCase.answers) {
-      *spec->add_answers() = SpecOf(stubCase.requestType, answer);
+      *entry->add_answers() = EntryOf(stubCase.requestType, answer);
     }
   }
   return Printed(file);
