@@ -120,7 +120,8 @@ Result<StubCase> CaseOf(std::string_view requestType, const files::CaseEntry& en
 /// The answer's body in the form a reader can edit: the answer message in
 /// JSON when it decodes as one, else the bytes. Either way the content type
 /// is written beside it, so the same bytes go out with the same type.
-void WriteBody(std::string_view requestType, const CannedAnswer& answer, files::AnswerEntry& entry) {
+void WriteBody(std::string_view requestType, const CannedAnswer& answer,
+               files::AnswerEntry& entry) {
   const RequestInfo* request = FindRequest(requestType);
   const pb::Descriptor* type = request ? AnswerDescriptor(*request) : nullptr;
   if (type != nullptr) {
