@@ -47,3 +47,21 @@ function(vrex_write_unity_batches)
   endforeach()
   set(${arg_OUTPUT_VARIABLE} ${outputs} PARENT_SCOPE)
 endfunction()
+
+# Compiles the hand-written sources of `target` in VREX_SOURCE_BATCHES
+# translation units (CMake's unity build). Most of the cost of these files is
+# the headers they share (CLI11, Boost.Beast, protobuf), which a full build
+# would otherwise compile once per file. Off with -DVREX_UNITY_BUILD=OFF,
+# which suits editing one file at a time.
+function(vrex_compile_in_batches target)
+  if(NOT VREX_UNITY_BUILD)
+    return()
+  endif()
+  get_target_property(sources ${target} SOURCES)
+  list(FILTER sources INCLUDE REGEX "\\.cpp$")
+  list(LENGTH sources count)
+  math(EXPR per_batch "(${count} + ${VREX_SOURCE_BATCHES} - 1) / ${VREX_SOURCE_BATCHES}")
+  set_target_properties(${target} PROPERTIES
+    UNITY_BUILD ON
+    UNITY_BUILD_BATCH_SIZE ${per_batch})
+endfunction()

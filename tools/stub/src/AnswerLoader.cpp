@@ -20,7 +20,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr std::string_view kRawContentType = "application/octet-stream";
 constexpr std::string_view kCaseFileSuffix = ".cases.json";
 
 /// The request type a case file is of, or nothing for another file.

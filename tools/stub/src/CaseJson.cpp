@@ -19,8 +19,6 @@ namespace {
 
 namespace pb = google::protobuf;
 
-constexpr std::string_view kRawContentType = "application/octet-stream";
-
 constexpr std::array<std::pair<Delivery, std::string_view>, 6> kDeliveries{{
     {Delivery::Whole, "whole"},
     {Delivery::Chunked, "chunked"},

@@ -1,9 +1,6 @@
 #include "HelpFormatter.h"
 
-#include <sys/ioctl.h>
-
 #include <algorithm>
-#include <cstdlib>
 #include <sstream>
 #include <vector>
 
@@ -13,7 +10,6 @@ namespace vrex::cli {
 
 namespace {
 
-constexpr std::size_t kDefaultColumns = 80;
 constexpr std::size_t kNameColumn = 30;
 // Command names are short; their summaries get the room.
 constexpr std::size_t kCommandColumn = 16;
@@ -100,20 +96,6 @@ std::string WrapText(const std::string& text, std::size_t width) {
 }
 
 }  // namespace
-
-std::size_t TerminalColumns(int fd) {
-  if (const char* columns = std::getenv("COLUMNS")) {
-    const long value = std::strtol(columns, nullptr, 10);
-    if (value > 0) {
-      return static_cast<std::size_t>(value);
-    }
-  }
-  winsize size{};
-  if (ioctl(fd, TIOCGWINSZ, &size) == 0 && size.ws_col > 0) {
-    return size.ws_col;
-  }
-  return kDefaultColumns;
-}
 
 HelpFormatter::HelpFormatter(std::size_t columns) : columns_(columns) {
   // A narrow terminal keeps room for the descriptions beside the names.

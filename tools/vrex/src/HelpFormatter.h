@@ -11,9 +11,6 @@
 
 namespace vrex::cli {
 
-/// $COLUMNS when set, else the width of the terminal on `fd`, else 80.
-std::size_t TerminalColumns(int fd);
-
 class HelpFormatter : public CLI::Formatter {
  public:
   explicit HelpFormatter(std::size_t columns);

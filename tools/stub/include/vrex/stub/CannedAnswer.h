@@ -19,6 +19,8 @@ class Message;
 namespace vrex::stub {
 
 inline constexpr std::string_view kProtobufContentType = "application/x-protobuf";
+/// The type of an answer given as raw bytes rather than as a message.
+inline constexpr std::string_view kRawContentType = "application/octet-stream";
 
 /// One extra response header, sent as given.
 struct ResponseHeader {
