@@ -9,11 +9,15 @@
 #include <string>
 #include <vector>
 
+#include "vrex/ContractTypes.h"
+
 namespace {
 
 namespace pb = google::protobuf;
 
 std::vector<const pb::FileDescriptor*> LoadContractFiles() {
+  // Uses the library, so that the linker keeps it and its schema is loaded.
+  EXPECT_NE(vrex::FindContractMessage("MessageContainer"), nullptr);
   std::vector<const pb::FileDescriptor*> files;
   for (const auto& entry : std::filesystem::directory_iterator(VREX_CONTRACTS_DIR)) {
     if (entry.path().extension() != ".proto") continue;

@@ -3,8 +3,6 @@
 #include <malloc.h>
 
 #include <cstddef>
-#include <filesystem>
-#include <iterator>
 
 // GCC says which sanitizer is on by a macro, Clang by __has_feature.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
@@ -20,12 +18,6 @@ extern "C" std::size_t __sanitizer_get_current_allocated_bytes();
 #endif
 
 namespace vrex::reliability {
-
-std::size_t OpenDescriptorCount() {
-  // The directory iterator's own descriptor is counted too, the same each time.
-  const std::filesystem::directory_iterator entries("/proc/self/fd");
-  return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
-}
 
 std::size_t HeapBytesInUse() {
 #ifdef VREX_SANITIZER_ALLOCATOR

@@ -1,12 +1,9 @@
 #pragma once
-// What the process holds right now, for tests of what calls keep behind.
+// The heap the process holds right now, for tests of what calls keep behind.
 
 #include <cstddef>
 
 namespace vrex::reliability {
-
-/// Open file descriptors of this process (entries of /proc/self/fd).
-std::size_t OpenDescriptorCount();
 
 /// Heap bytes allocated and not yet freed, by the sanitizer's allocator in a
 /// sanitizer build and by the C library's otherwise.

@@ -7,7 +7,6 @@
 #include <memory>
 #include <set>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "AddShiftCommand.pb.h"
@@ -116,38 +115,6 @@ TEST(ClientConnections, ReusesOneConnectionForSequentialCallsFailedOnesIncluded)
   }
   EXPECT_EQ(server.Journal().size(), 20u);
   EXPECT_EQ(Connections(server), 1u);
-}
-
-TEST(ClientConnections, ServesSeveralThreadsEachWithItsOwnAnswers) {
-  StubServer server;
-  server.SetResponder("ApiVersionQuery", [](const vrex::stub::JournalEntry& request) {
-    contracts::ApiVersionQuery query;
-    contracts::VersionDTO version;
-    query.ParseFromString(request.body);
-    version.set_developmentname(query.factory());  // an echo tells the answers apart
-    return vrex::stub::MessageAnswer(version);
-  });
-  server.Start();
-  const vrex::Client client(QuickOptions(server.BaseUrl()));
-  constexpr int kThreads = 4;
-  constexpr int kCalls = 25;
-  std::atomic<int> matching{0};
-  std::vector<std::thread> threads;
-  for (int t = 0; t < kThreads; ++t) {
-    threads.emplace_back([&, t] {
-      for (int i = 0; i < kCalls; ++i) {
-        contracts::ApiVersionQuery query;
-        query.set_factory(std::to_string(t) + "/" + std::to_string(i));
-        const auto result = client.Send(query);
-        matching += result && result->developmentname() == query.factory() ? 1 : 0;
-      }
-    });
-  }
-  for (std::thread& thread : threads) {
-    thread.join();
-  }
-  EXPECT_EQ(matching.load(), kThreads * kCalls);
-  EXPECT_LE(Connections(server), static_cast<std::size_t>(kThreads));
 }
 
 }  // namespace
