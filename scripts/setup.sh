@@ -27,7 +27,8 @@ if [[ "${VREX_SETUP_FOR:-}" != demo ]]; then
   testing=ON
   packages+=(
     libgtest-dev libgmock-dev libbenchmark-dev
-    # TLS tests run a local HTTPS front with a throw-away certificate.
+    # openssl makes the TLS tests' throw-away certificates; the large-answer
+    # benchmark serves its files with nginx.
     nginx-light openssl
     # Fuzzing and sanitizer builds.
     clang-14 libfuzzer-14-dev libclang-rt-14-dev

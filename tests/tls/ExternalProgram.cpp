@@ -20,8 +20,6 @@ std::vector<std::string> SearchDirectories() {
   for (std::string entry; std::getline(entries, entry, ':');) {
     if (!entry.empty()) directories.push_back(entry);
   }
-  directories.emplace_back("/usr/sbin");
-  directories.emplace_back("/sbin");
   return directories;
 }
 

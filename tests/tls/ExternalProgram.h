@@ -1,5 +1,5 @@
 #pragma once
-// Finding and running the programs the TLS tests lean on (openssl, nginx),
+// Finding and running the program the TLS tests lean on (openssl),
 // which are installed by the set-up script but may be missing elsewhere.
 
 #include <chrono>
@@ -9,8 +9,7 @@
 
 namespace vrex::tls {
 
-/// The full path of `name` on PATH or in /usr/sbin and /sbin (where nginx
-/// lives but an ordinary user's PATH may not reach); nothing when absent.
+/// The full path of `name` on PATH; nothing when absent.
 std::optional<std::string> FindProgram(const std::string& name);
 
 /// Runs `program` to its end, at most `timeout`; throws std::runtime_error

@@ -1,22 +1,24 @@
-// vrex::Client over HTTPS: an nginx front on 127.0.0.1 terminates TLS with
-// certificates made for the run and passes requests on to the stub results
-// server. Each case sets one TLS option of the client and checks what the
-// call reports and whether the request reached the server behind the front.
+// vrex::Client over HTTPS: an HTTPS server on 127.0.0.1 in this process, with
+// certificates made for the run, plays the results server. Each case sets one
+// TLS option of the client and checks what the call reports and whether the
+// request reached the server.
 #include <gtest/gtest.h>
+#include <httplib.h>
 
 #include <memory>
+#include <mutex>
 #include <ostream>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include "ApiVersionQuery.pb.h"
 #include "ExternalProgram.h"
-#include "HttpsFront.h"
 #include "ScratchDirectory.h"
 #include "ThrowAwayPki.h"
 #include "VersionDTO.pb.h"
 #include "VrexClient.h"
 #include "vrex/Client.h"
-#include "vrex/stub/StubServer.h"
 
 namespace vrex::tls {
 namespace {
@@ -40,36 +42,73 @@ struct TlsCase {
 // Names the case in ctest's listing instead of dumping its bytes.
 void PrintTo(const TlsCase& tlsCase, std::ostream* out) { *out << tlsCase.name; }
 
-// Everything the cases share, made once: certificates, stub, nginx.
+// Answers every request with `answer` and keeps the bodies it received. With
+// `clientCa`, the handshake demands a client certificate issued by it.
+class HttpsServer {
+ public:
+  HttpsServer(const KeyPair& server, const std::filesystem::path* clientCa, std::string answer)
+      : server_(server.certificate.c_str(), server.key.c_str(),
+                clientCa != nullptr ? clientCa->c_str() : nullptr) {
+    if (!server_.is_valid()) throw std::runtime_error("the HTTPS server rejects its certificate");
+    server_.Post(".*",
+                 [this, answer](const httplib::Request& request, httplib::Response& response) {
+                   const std::lock_guard lock(mutex_);
+                   bodies_.push_back(request.body);
+                   response.set_content(answer, "application/x-protobuf");
+                 });
+    port_ = server_.bind_to_any_port("127.0.0.1");  // listens from here on
+    thread_ = std::thread([this] { server_.listen_after_bind(); });
+  }
+  ~HttpsServer() {
+    server_.stop();
+    thread_.join();
+  }
+  HttpsServer(const HttpsServer&) = delete;
+  HttpsServer& operator=(const HttpsServer&) = delete;
+
+  std::string BaseUrl(const std::string& host = "127.0.0.1") const {
+    return "https://" + host + ":" + std::to_string(port_);
+  }
+  std::vector<std::string> TakeBodies() {
+    const std::lock_guard lock(mutex_);
+    return std::exchange(bodies_, {});
+  }
+
+ private:
+  httplib::SSLServer server_;
+  int port_ = 0;
+  std::mutex mutex_;
+  std::vector<std::string> bodies_;
+  std::thread thread_;
+};
+
+// Everything the cases share, made once: certificates and the two servers.
 struct TlsEnvironment {
-  TlsEnvironment(const std::string& openssl, const std::string& nginx)
-      : pki(openssl, scratch.Path()) {
+  explicit TlsEnvironment(const std::string& openssl) : pki(openssl, scratch.Path()) {
     version.set_major(4);
     version.set_patch(7);
-    stub.SetAnswerMessage("ApiVersionQuery", version);
-    stub.Start();
-    front = std::make_unique<HttpsFront>(nginx, scratch.Path(), pki, stub.Port());
+    const std::filesystem::path ca = pki.CaCertificate();
+    plain = std::make_unique<HttpsServer>(pki.Server(), nullptr, version.SerializeAsString());
+    mutual = std::make_unique<HttpsServer>(pki.Server(), &ca, version.SerializeAsString());
   }
 
   testing::ScratchDirectory scratch;
   ThrowAwayPki pki;
   dc::VersionDTO version;
-  stub::StubServer stub;
-  std::unique_ptr<HttpsFront> front;
+  std::unique_ptr<HttpsServer> plain;
+  std::unique_ptr<HttpsServer> mutual;
 };
 
 class TlsClientTest : public ::testing::TestWithParam<TlsCase> {
  public:
   static void SetUpTestSuite() {
     const auto openssl = FindProgram("openssl");
-    const auto nginx = FindProgram("nginx");
-    if (!openssl || !nginx) {
-      skipReason_ = std::string(!openssl ? "openssl" : "nginx") +
-                    " is not installed (the set-up script installs it)";
+    if (!openssl) {
+      skipReason_ = "openssl is not installed (the set-up script installs it)";
       return;
     }
     try {
-      environment_ = new TlsEnvironment(*openssl, *nginx);
+      environment_ = new TlsEnvironment(*openssl);
     } catch (const std::exception& error) {
       setUpError_ = error.what();
     }
@@ -83,14 +122,16 @@ class TlsClientTest : public ::testing::TestWithParam<TlsCase> {
   void SetUp() override {
     if (!skipReason_.empty()) GTEST_SKIP() << skipReason_;
     ASSERT_NE(environment_, nullptr) << setUpError_;
-    environment_->stub.ClearJournal();
+    environment_->plain->TakeBodies();
+    environment_->mutual->TakeBodies();
   }
 
+  static HttpsServer& ServerOf(Address address) {
+    return address == Address::MutualTls ? *environment_->mutual : *environment_->plain;
+  }
   static std::string UrlOf(Address address) {
-    const HttpsFront& front = *environment_->front;
-    return address == Address::Plain       ? front.BaseUrl()
-           : address == Address::MutualTls ? front.MutualTlsBaseUrl()
-                                           : front.LocalhostBaseUrl();
+    // The server's certificate names 127.0.0.1 only.
+    return ServerOf(address).BaseUrl(address == Address::Localhost ? "localhost" : "127.0.0.1");
   }
 
   static ClientOptions OptionsFor(const TlsCase& tlsCase) {
@@ -128,15 +169,15 @@ TEST_P(TlsClientTest, ReportsTheOutcomeOfTheHandshake) {
   EXPECT_EQ(outcome.GetEvent(), tlsCase.expected) << outcome.Message();
   EXPECT_NE(outcome.Message().find(tlsCase.messagePart), std::string::npos)
       << "\"" << tlsCase.messagePart << "\" not in: " << outcome.Message();
-  const auto journal = environment_->stub.Journal();
+  const std::vector<std::string> received = ServerOf(tlsCase.address).TakeBodies();
   if (tlsCase.expected == Outcome::Event::Succeeded) {
     EXPECT_EQ(result->SerializeAsString(), environment_->version.SerializeAsString());
-    ASSERT_EQ(journal.size(), 1u);
-    EXPECT_EQ(journal[0].body, query.SerializeAsString());
+    ASSERT_EQ(received.size(), 1u);
+    EXPECT_EQ(received[0], query.SerializeAsString());
   } else {
     EXPECT_EQ(outcome.HttpStatus(), 0);
     EXPECT_EQ(outcome.Status().level(), en::Error);
-    EXPECT_TRUE(journal.empty()) << "a rejected connection must not reach the server";
+    EXPECT_TRUE(received.empty()) << "a rejected connection must not reach the server";
   }
 
   // Where the options are libcurl's defaults, the established client, which
@@ -152,8 +193,7 @@ TEST_P(TlsClientTest, ReportsTheOutcomeOfTheHandshake) {
 
 using Event = Outcome::Event;
 
-// One case per option that changes what the handshake accepts; nginx answers
-// a request without a client certificate on the mutual-TLS port with 400.
+// One case per option that changes what the handshake accepts.
 const TlsCase kCases[] = {
     {"VerifiedWithTheTestCaFile", Address::Plain, true, Trust::TestCaFile, false, Event::Succeeded,
      "succeeded"},
