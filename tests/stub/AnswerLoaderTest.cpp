@@ -7,8 +7,8 @@
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <set>
 #include <ostream>
+#include <set>
 #include <string>
 
 #include "MeasurementContainer.pb.h"
@@ -54,30 +54,6 @@ TEST(SamplePlant, EveryFileLoadsAsTheAnswerOfItsRequest) {
     EXPECT_FALSE(answer.body.empty()) << requestType << " answers nothing";
     ParseAnswer(requestType, answer);
   }
-}
-
-TEST(SamplePlant, MeasurementsUseEveryValueKindAndPairEachValueWithItsKey) {
-  const AnswerSet answers = LoadAnswerDirectory(kSamplePlant).Value();
-  ASSERT_EQ(answers.count("MeasurementQuery"), 1U);
-  dc::MeasurementContainer container;
-  ASSERT_TRUE(container.ParseFromString(answers.at("MeasurementQuery").body));
-  ASSERT_FALSE(container.measurements().empty());
-
-  std::set<std::string> kinds;
-  for (const auto& [id, measurement] : container.measurements()) {
-    EXPECT_EQ(measurement.generalinformation().pkident(), id);
-    const auto& values = measurement.measurementvalues();
-    for (const auto& [handle, value] : values.values()) {
-      EXPECT_EQ(values.keys().count(handle), 1U) << "test " << id << ", handle " << handle;
-      if (value.has_scalar()) kinds.insert("Scalar");
-      if (value.has_scalartrack()) kinds.insert("ScalarTrack");
-      if (value.has_vector()) kinds.insert("Vector");
-      if (value.has_vectortrack()) kinds.insert("VectorTrack");
-      if (value.has_matrix()) kinds.insert("Matrix");
-    }
-  }
-  EXPECT_THAT(kinds,
-              ::testing::ElementsAre("Matrix", "Scalar", "ScalarTrack", "Vector", "VectorTrack"));
 }
 
 TEST(AnswerDirectory, BodiesAndMetaFilesMakeTheAnswers) {

@@ -68,8 +68,9 @@ std::vector<HostileClient> HostileClients() {
        "connection limit of 8"},
       {"NeverReadsItsAnswer",
        [](int port, Held& held) {
-         held.push_back(Sending(port, "POST /api/MeasurementQuery HTTP/1.1\r\nHost: 127.0.0.1\r\n"
-                                      "Content-Length: 0\r\n\r\n"));
+         held.push_back(Sending(port,
+                                "POST /api/MeasurementQuery HTTP/1.1\r\nHost: 127.0.0.1\r\n"
+                                "Content-Length: 0\r\n\r\n"));
        },
        "took no byte of its answer"},
   };
@@ -118,8 +119,8 @@ TEST_P(HostileClientTest, IsBoundedAndLoggedWhileOthersAreStillAnswered) {
   Held held;
   GetParam().misbehave(server->Port(), held);
 
-  const std::string other = ExchangeRaw(
-      server->Port(), kHeadStart + "Connection: close\r\nContent-Length: 0\r\n\r\n");
+  const std::string other =
+      ExchangeRaw(server->Port(), kHeadStart + "Connection: close\r\nContent-Length: 0\r\n\r\n");
 
   EXPECT_EQ(StatusOf(other), 200) << other;
   EXPECT_THAT(LogHolding(GetParam().logged), HasSubstr(GetParam().logged));

@@ -10,9 +10,9 @@
 #include <chrono>
 #include <functional>
 #include <new>
+#include <ostream>
 #include <set>
 #include <stdexcept>
-#include <ostream>
 #include <string>
 #include <thread>
 #include <vector>
