@@ -3,6 +3,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <sstream>
 #include <stdexcept>
@@ -11,44 +12,25 @@
 
 namespace vrex::tls {
 
-namespace {
-
-std::vector<std::string> SearchDirectories() {
-  std::vector<std::string> directories;
+std::optional<std::string> FindProgram(const std::string& name) {
   const char* path = std::getenv("PATH");
   std::istringstream entries(path != nullptr ? path : "");
-  for (std::string entry; std::getline(entries, entry, ':');) {
-    if (!entry.empty()) directories.push_back(entry);
-  }
-  return directories;
-}
-
-std::string CommandText(const std::string& program, const std::vector<std::string>& arguments) {
-  std::string text = program;
-  for (const auto& argument : arguments) text += " " + argument;
-  return text;
-}
-
-}  // namespace
-
-std::optional<std::string> FindProgram(const std::string& name) {
-  for (const auto& directory : SearchDirectories()) {
+  for (std::string directory; std::getline(entries, directory, ':');) {
     const std::string candidate = directory + "/" + name;
-    if (::access(candidate.c_str(), X_OK) == 0) return candidate;
+    if (!directory.empty() && ::access(candidate.c_str(), X_OK) == 0) return candidate;
   }
   return std::nullopt;
 }
 
-void RunProgram(const std::string& program, const std::vector<std::string>& arguments,
-                std::chrono::milliseconds timeout) {
+void RunProgram(const std::string& program, const std::vector<std::string>& arguments) {
+  std::string command = program;
+  for (const auto& argument : arguments) command += " " + argument;
   testing::ChildProcess child(program, arguments);
-  const std::string output = child.ReadRest(timeout);
+  const std::string output = child.ReadRest(std::chrono::seconds(30));
   const std::optional<int> status = child.Wait(std::chrono::seconds(5));
-  if (!status) {
-    throw std::runtime_error("did not finish: " + CommandText(program, arguments));
-  }
+  if (!status) throw std::runtime_error("did not finish: " + command);
   if (!WIFEXITED(*status) || WEXITSTATUS(*status) != 0) {
-    throw std::runtime_error("failed: " + CommandText(program, arguments) + "\n" + output);
+    throw std::runtime_error("failed: " + command + "\n" + output);
   }
 }
 

@@ -1,8 +1,7 @@
 #pragma once
-// Finding and running the program the TLS tests lean on (openssl),
-// which are installed by the set-up script but may be missing elsewhere.
+// Finding and running the program the TLS tests lean on (openssl), which the
+// set-up script installs but may be missing elsewhere.
 
-#include <chrono>
 #include <optional>
 #include <string>
 #include <vector>
@@ -12,9 +11,8 @@ namespace vrex::tls {
 /// The full path of `name` on PATH; nothing when absent.
 std::optional<std::string> FindProgram(const std::string& name);
 
-/// Runs `program` to its end, at most `timeout`; throws std::runtime_error
-/// naming the command and quoting its output when it fails or hangs.
-void RunProgram(const std::string& program, const std::vector<std::string>& arguments,
-                std::chrono::milliseconds timeout = std::chrono::seconds(30));
+/// Runs `program` to its end, at most 30 s; throws std::runtime_error naming
+/// the command and quoting its output when it fails or hangs.
+void RunProgram(const std::string& program, const std::vector<std::string>& arguments);
 
 }  // namespace vrex::tls

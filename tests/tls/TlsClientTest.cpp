@@ -5,11 +5,14 @@
 #include <gtest/gtest.h>
 #include <httplib.h>
 
+#include <chrono>
 #include <memory>
 #include <mutex>
 #include <ostream>
+#include <stdexcept>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "ApiVersionQuery.pb.h"
@@ -58,6 +61,11 @@ class HttpsServer {
                  });
     port_ = server_.bind_to_any_port("127.0.0.1");  // listens from here on
     thread_ = std::thread([this] { server_.listen_after_bind(); });
+    // stop() does nothing before the accept loop runs; wait for it, bounded.
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (!server_.is_running() && std::chrono::steady_clock::now() < deadline) {
+      std::this_thread::yield();
+    }
   }
   ~HttpsServer() {
     server_.stop();
