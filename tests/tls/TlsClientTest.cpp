@@ -59,6 +59,10 @@ class HttpsServer {
                    bodies_.push_back(request.body);
                    response.set_content(answer, "application/x-protobuf");
                  });
+    // The handshake waits on reads; httplib's 5 s is too short for a
+    // sanitizer build on a busy machine.
+    server_.set_read_timeout(60, 0);
+    server_.set_write_timeout(60, 0);
     port_ = server_.bind_to_any_port("127.0.0.1");  // listens from here on
     thread_ = std::thread([this] { server_.listen_after_bind(); });
     // stop() does nothing before the accept loop runs; wait for it, bounded.
