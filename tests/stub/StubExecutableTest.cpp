@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 
 #include <csignal>
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <regex>
@@ -31,23 +32,32 @@ using vrex::testing::ScratchDirectory;
 // Bounds on a program that hangs; they fail the test, they time nothing.
 constexpr std::chrono::seconds kPatience{30};
 
-int PortFromBanner(const std::string& line) {
+/// The port that the program's first line announces, or 0.
+int AnnouncedPort(ChildProcess& stub) {
+  const auto banner = stub.ReadLine(kPatience);
+  const std::regex form(R"(vrex-stub listening on http://127\.0\.0\.1:(\d+))");
   std::smatch match;
-  if (!std::regex_match(line, match,
-                        std::regex(R"(vrex-stub listening on http://127\.0\.0\.1:(\d+))"))) {
-    return 0;
-  }
-  return std::stoi(match[1]);
+  return banner && std::regex_match(*banner, match, form) ? std::stoi(match[1]) : 0;
 }
 
-TEST(StubExecutable, PrintsItsPortServesTheSamplePlantAndStopsOnSigterm) {
+/// Whether the program ends, within the patience, with `code`.
+bool ExitsWith(ChildProcess& stub, int code) {
+  const auto status = stub.Wait(kPatience);
+  return status && WIFEXITED(*status) && WEXITSTATUS(*status) == code;
+}
+
+TEST(StubExecutable, StartsOnlyWithGoodDataPrintsItsPortAndStopsOnSigterm) {
+  const ScratchDirectory data;
+  data.Write("ApiVersionQuery.json", R"({"Major": 4)");
+  ChildProcess refused(VREX_STUB_EXECUTABLE, {"--port", "0", "--data", data.Path().string()});
+  EXPECT_TRUE(ExitsWith(refused, EXIT_FAILURE));
+  const std::string output = refused.ReadRest(std::chrono::seconds(5));
+  EXPECT_THAT(output, HasSubstr((data.Path() / "ApiVersionQuery.json").string()));
+  EXPECT_THAT(output, ::testing::Not(HasSubstr("listening")));
+
   ChildProcess stub(VREX_STUB_EXECUTABLE, {"--port", "0"});
-
-  const auto banner = stub.ReadLine(kPatience);
-  ASSERT_TRUE(banner) << "no first line; output: " << stub.ReadRest(std::chrono::seconds(1));
-  const int port = PortFromBanner(*banner);
-  ASSERT_GT(port, 0) << *banner;
-
+  const int port = AnnouncedPort(stub);
+  ASSERT_GT(port, 0) << stub.ReadRest(std::chrono::seconds(1));
   const std::string response = vrex::testing::ExchangeRaw(
       port,
       "POST /api/SimpleTopologyQuery HTTP/1.1\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");
@@ -55,27 +65,8 @@ TEST(StubExecutable, PrintsItsPortServesTheSamplePlantAndStopsOnSigterm) {
   dc::SimpleTopologyContainer topology;
   ASSERT_TRUE(topology.ParseFromString(response.substr(response.find("\r\n\r\n") + 4)));
   EXPECT_GE(topology.values_size(), 2) << "the default data is the sample plant";
-
   stub.Signal(SIGTERM);
-  const auto status = stub.Wait(kPatience);
-  ASSERT_TRUE(status) << "still running after SIGTERM";
-  ASSERT_TRUE(WIFEXITED(*status));
-  EXPECT_EQ(WEXITSTATUS(*status), 0);
-}
-
-TEST(StubExecutable, RefusesToStartWithABadDataFileAndNamesIt) {
-  const ScratchDirectory data;
-  data.Write("ApiVersionQuery.json", R"({"Major": 4)");
-
-  ChildProcess stub(VREX_STUB_EXECUTABLE, {"--port", "0", "--data", data.Path().string()});
-
-  const auto status = stub.Wait(kPatience);
-  ASSERT_TRUE(status);
-  ASSERT_TRUE(WIFEXITED(*status));
-  EXPECT_NE(WEXITSTATUS(*status), 0);
-  const std::string output = stub.ReadRest(std::chrono::seconds(5));
-  EXPECT_THAT(output, HasSubstr((data.Path() / "ApiVersionQuery.json").string()));
-  EXPECT_THAT(output, ::testing::Not(HasSubstr("listening")));
+  EXPECT_TRUE(ExitsWith(stub, EXIT_SUCCESS)) << "no clean stop on SIGTERM";
 }
 
 /// A response's status line and Content-Type, and its body: what a replay
@@ -111,10 +102,8 @@ TEST(StubExecutable, RecordsWhatALiveServerAnswersForReplay) {
   const std::string recorded = (data.Path() / "recorded").string();
   ChildProcess recorder(VREX_STUB_EXECUTABLE,
                         {"--port", "0", "--record-from", live.BaseUrl(), "--data", recorded});
-  const auto banner = recorder.ReadLine(kPatience);
-  ASSERT_TRUE(banner);
-  const int port = PortFromBanner(*banner);
-  ASSERT_GT(port, 0) << *banner;
+  const int port = AnnouncedPort(recorder);
+  ASSERT_GT(port, 0);
 
   const auto request = [&](const char* type, const char* json) {
     const std::string body = MessageFromJson(type, json).Value()->SerializeAsString();
@@ -140,7 +129,7 @@ TEST(StubExecutable, RecordsWhatALiveServerAnswersForReplay) {
   EXPECT_THAT(first, ::testing::StartsWith("HTTP/1.1 503")) << "the live server's answer";
   EXPECT_THAT(first, HasSubstr("\r\nRetry-After: 7\r\n")) << "with its headers";
   recorder.Signal(SIGTERM);
-  ASSERT_TRUE(recorder.Wait(kPatience));
+  ASSERT_TRUE(ExitsWith(recorder, EXIT_SUCCESS));
 
   ASSERT_EQ(live.Journal().size(), requests.size());
   for (const JournalEntry& forwarded : live.Journal()) {

@@ -1,6 +1,7 @@
 // The stub server as clients see it on the wire: its life cycle, which
-// answer each request gets, every way of delivering it, the journal and the
-// connection count.
+// answer each request gets (canned, computed or chosen by case), every way of
+// delivering it, sequences and the admin API, the journal, the connection
+// count, and clients that misbehave.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -9,36 +10,58 @@
 
 #include <chrono>
 #include <functional>
+#include <memory>
+#include <mutex>
 #include <new>
 #include <ostream>
-#include <set>
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "RawHttp.h"
-#include "VersionDTO.pb.h"
+#include "StubFixture.h"
+#include "vrex/MessageJson.h"
 #include "vrex/stub/StubServer.h"
 
 namespace vrex::stub {
 namespace {
 
 using std::chrono::hours;
+using std::chrono::milliseconds;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
+using ::testing::Not;
 using vrex::testing::ExchangeRaw;
 using vrex::testing::RawConnection;
 using vrex::testing::StatusOf;
-namespace dc = Korvan::KQ::DataContracts;
+using StubServerTest = StubFixture;
 
-constexpr char kProtobufHead[] = "HTTP/1.1 200 OK\r\nContent-Type: application/x-protobuf\r\n";
+constexpr char kMeasurements[] = "MeasurementQuery";
+const std::string kProtobufHead = "HTTP/1.1 200 OK\r\nContent-Type: application/x-protobuf\r\n";
+const std::string kChunkedHead = kProtobufHead + "Transfer-Encoding: chunked\r\n\r\n";
 
-/// A POST with a Content-Length; `headers` end with CRLF.
+/// A request with a Content-Length; `headers` end with CRLF.
+std::string Request(const std::string& method, const std::string& path,
+                    const std::string& body = "",
+                    const std::string& headers = "Connection: close\r\n") {
+  return method + " " + path + " HTTP/1.1\r\nHost: 127.0.0.1\r\n" + headers +
+         "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
+}
+
 std::string Post(const std::string& path, const std::string& body = "",
                  const std::string& headers = "Connection: close\r\n") {
-  return "POST " + path + " HTTP/1.1\r\nHost: 127.0.0.1\r\n" + headers +
-         "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
+  return Request("POST", path, body, headers);
+}
+
+/// The body of a request of `requestType` that `json` describes.
+std::string Encoded(const char* json, const char* requestType = kMeasurements) {
+  return MessageFromJson(requestType, json).Value()->SerializeAsString();
+}
+
+std::string Ask(const char* json, const char* requestType = kMeasurements) {
+  return Post(std::string("/api/") + requestType, Encoded(json, requestType));
 }
 
 /// Polls `done`, boundedly, for what the server does on its own threads.
@@ -46,13 +69,9 @@ bool Eventually(const std::function<bool()>& done) {
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
   while (!done()) {
     if (std::chrono::steady_clock::now() > deadline) return false;
-    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    std::this_thread::sleep_for(milliseconds(1));
   }
   return true;
-}
-
-bool Journaled(const StubServer& server, std::size_t count) {
-  return Eventually([&] { return server.Journal().size() >= count; });
 }
 
 bool AllConnectionsClosed(StubServer& server) {
@@ -62,16 +81,23 @@ bool AllConnectionsClosed(StubServer& server) {
   });
 }
 
-CannedAnswer Answer(std::string body, Delivery delivery = Delivery::Whole) {
+/// `body` sent by `delivery`: `repeat` times, `pace` apart, after `delay`.
+CannedAnswer Answer(std::string body, Delivery delivery = Delivery::Whole, std::uint64_t repeat = 1,
+                    milliseconds pace = {}, milliseconds delay = {}) {
   CannedAnswer answer;
   answer.body = std::move(body);
   answer.delivery = delivery;
+  answer.repeat = repeat;
+  answer.pace = pace;
+  answer.delay = delay;
   return answer;
 }
 
-TEST(StubServerLifeCycle, ServesOnAnEphemeralPortUntilStoppedAndStartsAgain) {
+TEST(StubServerLifeCycle, ServesOnAnEphemeralPortUntilStoppedStartsAgainAndRefusesMisuse) {
   StubServer server;
   EXPECT_THROW(server.ServeConnection(-1), std::logic_error);
+  EXPECT_THROW(server.SetAnswer("MeasurmentQuery", CannedAnswer{}), std::invalid_argument);
+  EXPECT_THROW(server.SetResponder("ApiVersionQery", {}), std::invalid_argument);
   EXPECT_EQ(server.Port(), 0);
   server.Start();
   ASSERT_TRUE(server.IsRunning());
@@ -103,132 +129,240 @@ struct SelectionCase {
   std::function<void(StubServer&)> setUp;
   std::string request;
   int status;
-  std::string body;  // "*": not checked
+  ::testing::Matcher<const std::string&> body;
   std::string header = {};
 };
 
 // Test output names a case by its name.
 void PrintTo(const SelectionCase& c, std::ostream* out) { *out << c.name; }
 
-class AnswerSelection : public ::testing::TestWithParam<SelectionCase> {};
+class AnswerSelection : public StubFixture, public ::testing::WithParamInterface<SelectionCase> {};
 
-TEST_P(AnswerSelection, FollowsTheAnswersSet) {
+TEST_P(AnswerSelection, FollowsTheAnswersRespondersAndCasesSet) {
   const SelectionCase& c = GetParam();
-  StubServer server;
-  c.setUp(server);
-  server.Start();
+  if (c.setUp) c.setUp(server);
   const std::string response = ExchangeRaw(server.Port(), c.request);
   EXPECT_EQ(StatusOf(response), c.status) << response;
   const std::size_t headEnd = response.find("\r\n\r\n");
-  if (c.body != "*") {
-    EXPECT_EQ(response.substr(headEnd + 4), c.body);
-  }
+  EXPECT_THAT(response.substr(headEnd + 4), c.body);
   EXPECT_THAT(response.substr(0, headEnd), HasSubstr(c.header));
-  EXPECT_EQ(server.Journal().size(), c.status == 400 ? 0U : 1U) << "a request is journaled";
+  const auto journal = server.Journal();
+  ASSERT_EQ(journal.size(), c.status == 400 ? 0U : 1U) << "a request is journaled";
+  if (!journal.empty()) {
+    EXPECT_EQ(journal[0].unmatched, c.status == 404 && !server.Cases().empty());
+  }
 }
 
 const std::string kBinary("\x0a\x05\x08\x01\x12\x01\x45\0\xff", 9);
+constexpr char kByIds[] = "MeasurementByIdQuery";
+constexpr char kArchives[] = "ArchiveFileByIdQuery";
+constexpr char kTop5[] = R"({"LastN": {"TopN": 5}})";
 
-CannedAnswer Text(int status, std::string body, std::string contentType = "text/plain") {
-  CannedAnswer answer = Answer(std::move(body));
-  answer.status = status;
-  answer.contentType = std::move(contentType);
-  return answer;
+/// A case that answers with its own name, so the answer tells who gave it.
+StubCase Named(const char* name, const char* match = "", const char* type = kMeasurements) {
+  return {type, name, match, {TextAnswer(200, name)}};
 }
 
-dc::VersionDTO Version(int major) {
-  dc::VersionDTO version;
-  version.set_major(major);
-  return version;
+std::function<void(StubServer&)> Cases(std::vector<StubCase> cases) {
+  return [cases](StubServer& s) {
+    for (const StubCase& stubCase : cases) s.AddCase(stubCase);
+  };
 }
+
+const std::string kPath = "/api/MeasurementQuery";
 
 INSTANTIATE_TEST_SUITE_P(
     Cases, AnswerSelection,
     ::testing::Values(
-        SelectionCase{"CannedBinaryBody",
-                      [](StubServer& s) { s.SetAnswer("MeasurementQuery", Answer(kBinary)); },
-                      Post("/api/MeasurementQuery?trace=1", "x"), 200, kBinary,
-                      "Content-Type: application/x-protobuf"},
-        SelectionCase{"CannedStatusTypeAndHeaders",
+        SelectionCase{"CannedAnswerAsSet",
                       [](StubServer& s) {
-                        CannedAnswer moved = Text(302, "<html/>", "text/html");
+                        CannedAnswer moved = Answer(kBinary);
+                        moved.status = 302;
+                        moved.contentType = "text/html";
                         moved.headers.push_back({"Location", "http://127.0.0.1:1/x"});
-                        s.SetAnswer("MeasurementQuery", moved);
+                        s.SetAnswer(kMeasurements, moved);
                       },
-                      Post("/api/MeasurementQuery"), 302, "<html/>",
-                      "Content-Type: text/html\r\nContent-Length: 7\r\n"
+                      Post(kPath + "?trace=1", "x"), 302, kBinary,
+                      "Content-Type: text/html\r\nContent-Length: 9\r\n"
                       "Location: http://127.0.0.1:1/x\r\nConnection: close"},
-        SelectionCase{"MessageWithItsStatus",
-                      [](StubServer& s) { s.SetAnswerMessage("ApiVersionQuery", Version(3), 202); },
-                      Post("/api/ApiVersionQuery"), 202, Version(3).SerializeAsString()},
-        SelectionCase{"KnownTypeWithoutAnswerIsAnEmptyMessage", [](StubServer&) {},
-                      Post("/api/MeasurementQuery"), 200, "", "Content-Length: 0"},
-        SelectionCase{"ClearedAnswer",
+        SelectionCase{"MessageWithItsStatus",  // of any type: the server does not look
                       [](StubServer& s) {
-                        s.SetAnswer("MeasurementQuery", Text(500, "broken"));
-                        s.SetAnswer("ApiVersionQuery", Text(500, "broken"));
-                        s.ClearAnswer("MeasurementQuery");
-                        if (!s.Answer("ApiVersionQuery") || s.Answer("MeasurementQuery")) {
-                          throw std::logic_error("Answer() does not tell what is set");
-                        }
+                        s.SetAnswerMessage(
+                            "ApiVersionQuery",
+                            *MessageFromJson(kMeasurements, R"({"Line": "A"})").Value(), 202);
                       },
-                      Post("/api/MeasurementQuery"), 200, ""},
-        SelectionCase{"ClearedAnswers",
-                      [](StubServer& s) {
-                        s.SetAnswer("MeasurementQuery", Text(500, "broken"));
-                        s.ClearAnswers();
-                      },
-                      Post("/api/MeasurementQuery"), 200, ""},
+                      Post("/api/ApiVersionQuery"), 202, Encoded(R"({"Line": "A"})"),
+                      "Content-Type: application/x-protobuf"},
+        SelectionCase{"KnownTypeWithoutAnswerIsAnEmptyMessage", nullptr, Post(kPath), 200, "",
+                      "Content-Length: 0"},
+        SelectionCase{
+            "ClearedAnswers",
+            [](StubServer& s) {
+              s.SetAnswer(kMeasurements, TextAnswer(500, "broken"));
+              s.SetAnswer("ApiVersionQuery", TextAnswer(500, "broken"));
+              s.ClearAnswer(kMeasurements);
+              const bool clearedOne = !s.Answer(kMeasurements) && s.Answer("ApiVersionQuery");
+              s.ClearAnswers();
+              if (!clearedOne || s.Answer("ApiVersionQuery")) {
+                throw std::logic_error("an answer survived its clearing, or Answer() misreports");
+              }
+            },
+            Post(kPath), 200, ""},
+        SelectionCase{
+            "SequenceStartsOverWhenReset",
+            [](StubServer& s) {
+              s.AddCase({kMeasurements, "seq", "", {TextAnswer(503, "busy"), Answer("")}});
+              ExchangeRaw(s.Port(), Post(kPath));
+              s.ResetSequences();
+              s.ClearJournal();
+            },
+            Post(kPath), 503, "busy\n"},
         SelectionCase{"ResponderBeforeCannedAnswer",
                       [](StubServer& s) {
-                        s.SetAnswer("MeasurementQuery", Text(500, "canned"));
-                        s.SetResponder("MeasurementQuery", [](const JournalEntry& request) {
-                          return Text(202, "echo:" + request.body);
+                        s.SetAnswer(kMeasurements, TextAnswer(500, "canned"));
+                        s.SetResponder(kMeasurements, [](const JournalEntry& request) {
+                          return TextAnswer(202, "echo:" + request.body);
                         });
                       },
-                      Post("/api/MeasurementQuery", "ping"), 202, "echo:ping"},
+                      Post(kPath, "ping"), 202, "echo:ping\n"},
         SelectionCase{"ClearedResponder",
                       [](StubServer& s) {
-                        s.SetAnswer("MeasurementQuery", Text(203, "canned"));
-                        s.SetResponder("MeasurementQuery",
-                                       [](const JournalEntry&) { return Text(500, "x"); });
-                        s.ClearResponder("MeasurementQuery");
+                        s.SetAnswer(kMeasurements, TextAnswer(203, "canned"));
+                        s.SetResponder(kMeasurements,
+                                       [](const JournalEntry&) { return TextAnswer(500, "x"); });
+                        s.ClearResponder(kMeasurements);
                       },
-                      Post("/api/MeasurementQuery"), 203, "canned"},
+                      Post(kPath), 203, "canned\n"},
         SelectionCase{"ResponderOutOfMemory",
                       [](StubServer& s) {
-                        s.SetResponder("MeasurementQuery", [](const JournalEntry&) -> CannedAnswer {
+                        s.SetResponder(kMeasurements, [](const JournalEntry&) -> CannedAnswer {
                           throw std::bad_alloc();
                         });
                       },
-                      Post("/api/MeasurementQuery"), 500, "*"},
-        SelectionCase{"PostWithoutLengthHasNoBody", [](StubServer&) {},
-                      "POST /api/MeasurementQuery HTTP/1.1\r\nConnection: close\r\n\r\n", 200, ""},
-        SelectionCase{"UnknownRequestType", [](StubServer&) {}, Post("/api/NoSuchQuery"), 404, "*"},
-        SelectionCase{"PathOutsideTheApi", [](StubServer&) {}, Post("//api/MeasurementQuery"), 404,
-                      "*"},
-        SelectionCase{"GetInsteadOfPost", [](StubServer&) {},
-                      "GET /api/MeasurementQuery HTTP/1.1\r\nConnection: close\r\n\r\n", 405, "*"},
-        SelectionCase{"MalformedRequestLine", [](StubServer&) {},
-                      "\tPOST /api/MeasurementQuery HTTP/1.1\r\n\r\n", 400, "*"}),
+                      Post(kPath), 500, ::testing::_},
+        SelectionCase{"UnknownRequestType", nullptr, Post("/api/NoSuchQuery"), 404, ::testing::_},
+        SelectionCase{"PathOutsideTheApi", nullptr, Post("/" + kPath), 404, ::testing::_},
+        SelectionCase{"GetInsteadOfPost", nullptr, Request("GET", kPath), 405, ::testing::_},
+        SelectionCase{"MalformedRequestLine", nullptr, "\t" + Post(kPath), 400, ::testing::_},
+        // Cases: the first one whose match the request contains answers.
+        SelectionCase{
+            "FirstCaseTheRequestContains",
+            Cases({Named("a", R"({"Factory": "N", "Line": "A"})"), Named("b", R"({"Line": "B"})"),
+                   Named("c", R"({"Factory": "P", "Line": "B"})")}),
+            Ask(R"({"Factory": "P", "Line": "B", "LastN": {"TopN": 5}})"), 200, "b\n"},
+        SelectionCase{
+            "DefaultAnswersTheRestWhereverItWasAdded",
+            Cases({Named("first default"), Named("default"), Named("a", R"({"Line": "A"})")}),
+            Ask(R"({"Line": "C"})"), 200, "default\n"},
+        SelectionCase{"MatchedCaseGoesBeforeTheDefault",
+                      Cases({Named("default"), Named("a", R"({"Line": "A"})")}),
+                      Ask(R"({"Line": "A"})"), 200, "a\n"},
+        SelectionCase{"NestedMessageAsSubset", Cases({Named("top5", kTop5)}),
+                      Ask(R"({"LastN": {"TopN": 5, "TopNFirst": true}})"), 200, "top5\n"},
+        SelectionCase{"NestedFieldDiffers", Cases({Named("top5", kTop5)}),
+                      Ask(R"({"LastN": {"TopN": 6}})"), 404,
+                      HasSubstr("no case of MeasurementQuery matches the request; "
+                                R"(closest: "top5" (LastN.TopN: wanted 5, got 6))")},
+        SelectionCase{"NestedMessageMissing", Cases({Named("top5", kTop5)}),
+                      Ask(R"({"Line": "A"})"), 404, HasSubstr("LastN: wanted a message, got none")},
+        SelectionCase{"ExplicitDefaultValueMustMatch", Cases({Named("no line", R"({"Line": ""})")}),
+                      Ask(R"({"Line": "A"})"), 404, HasSubstr(R"(Line: wanted "", got "A")")},
+        SelectionCase{"RepeatedScalarsInAnyOrder",
+                      Cases({Named("ids", R"({"Identifier": [1004, 1002]})", kByIds)}),
+                      Ask(R"({"Identifier": [1001, 1002, 1004]})", kByIds), 200, "ids\n"},
+        SelectionCase{"RepeatedScalarMissing",
+                      Cases({Named("ids", R"({"Identifier": [1002, 1004]})", kByIds)}),
+                      Ask(R"({"Identifier": [1002, 1003]})", kByIds), 404,
+                      HasSubstr("Identifier: no element matches 1004")},
+        SelectionCase{
+            "RepeatedMessagesAsSubsets",
+            Cases({Named("idle", R"({"AverageArchives": [{"Name": "Idle"}]})", kArchives)}),
+            Ask(R"({"AverageArchives": [{"Name": "Run"}, {"Name": "Idle", "DaysToInclude": 3}]})",
+                kArchives),
+            200, "idle\n"},
+        SelectionCase{
+            "OneElementMustHoldTheWholeElementMatch",
+            Cases({Named("idle3", R"({"AverageArchives": [{"Name": "Idle", "DaysToInclude": 3}]})",
+                         kArchives)}),
+            Ask(R"({"AverageArchives": [{"Name": "Idle"}, {"DaysToInclude": 3}]})", kArchives), 404,
+            HasSubstr(R"(AverageArchives: no element matches {Name: "Idle" DaysToInclude: 3})")},
+        SelectionCase{"ExplanationNamesTheClosestCasesFirst",
+                      Cases({Named("far", R"({"Factory": "S", "Line": "C"})"),
+                             Named("near", R"({"Factory": "N", "Line": "A"})")}),
+                      Ask(R"({"Factory": "N", "Line": "B"})"), 404,
+                      HasSubstr(R"(closest: "near" (Line: wanted "A", got "B"); "far" (Factory)")},
+        SelectionCase{"BodyThatIsNoRequest", Cases({Named("a", R"({"Line": "A"})")}),
+                      Post(kPath, "\xff\xff\xff"), 404,
+                      HasSubstr("its body is no MeasurementQuery")}),
     [](const ::testing::TestParamInfo<SelectionCase>& info) { return info.param.name; });
 
-TEST(StubServerAnswers, AreRefusedForRequestTypesTheServerDoesNotKnow) {
-  StubServer server;
-  EXPECT_THROW(server.SetAnswer("MeasurmentQuery", CannedAnswer{}), std::invalid_argument);
-  EXPECT_THROW(server.SetAnswerMessage("", Version(4)), std::invalid_argument);
-  EXPECT_THROW(server.SetResponder("ApiVersionQery", {}), std::invalid_argument);
+struct AdminStep {
+  const char* method;
+  const char* path;
+  int status;
+  std::string body = {};
+  std::vector<const char*> present = {};
+  std::vector<const char*> absent = {};
+};
+
+TEST_F(StubServerTest, AdminApiDrivesCasesSequencesAndTheJournalOverHttp) {
+  const std::string lineA = Encoded(R"({"Line": "Line-A"})");
+  const char* api = "/api/MeasurementQuery";
+  const std::vector<AdminStep> steps{
+      {"POST", "/__stub/cases", 201,
+       R"({"requestType": "MeasurementQuery", "name": "a", "match": {"Line": "Line-A"},
+           "answers": [{"status": 503}, {"text": "ok"}]})"},
+      {"POST", "/__stub/cases", 400, R"({"requestType": "NoSuchQuery"})", {"'NoSuchQuery'"}},
+      {"GET",
+       "/__stub/cases",
+       200,
+       "",
+       {R"("name": "a")", R"("requestType": "MeasurementQuery")", R"("Line": "Line-A")",
+        R"("status": 503)"}},
+      {"POST", api, 503, lineA},
+      {"POST", api, 200, lineA, {"ok"}},
+      {"POST", api, 200, lineA, {"ok"}},  // the last answer repeats
+      {"POST", "/__stub/sequences/reset", 200},
+      {"POST", api, 503, lineA},
+      {"POST", api, 404, Encoded(R"({"Line": "Line-B"})"), {R"(wanted "Line-A", got "Line-B")"}},
+      {"GET",
+       "/__stub/journal",
+       200,
+       "",
+       {R"("Line": "Line-B")", R"("matchedCase": "a")", R"("unmatched": true)",
+        R"("name": "Connection")", R"("value": "close")", R"("path": "/api/MeasurementQuery")"},
+       {"__stub"}},
+      {"DELETE", "/__stub/journal", 200},
+      {"GET", "/__stub/journal", 200, "", {}, {"MeasurementQuery"}},
+      {"DELETE", "/__stub/cases", 200},
+      {"POST", api, 200, lineA},
+      {"GET", "/__stub/cases", 200, "", {}, {"Line-A"}},
+      {"PUT", "/__stub/cases", 405},
+      {"GET", "/__stub/case", 404, "", {"GET /__stub/journal"}},
+  };
+  for (std::size_t i = 0; i < steps.size(); ++i) {
+    const AdminStep& step = steps[i];
+    SCOPED_TRACE("step " + std::to_string(i + 1) + ": " + step.method + " " + step.path);
+    const std::string response =
+        ExchangeRaw(server.Port(), Request(step.method, step.path, step.body));
+    const std::string body = response.substr(response.find("\r\n\r\n") + 4);
+    EXPECT_EQ(StatusOf(response), step.status) << body;
+    for (const char* part : step.present) EXPECT_THAT(body, HasSubstr(part));
+    for (const char* part : step.absent) EXPECT_THAT(body, Not(HasSubstr(part)));
+  }
 }
 
 // ---------------------------------------------------------------------------
 // Deliveries, as a raw client sees them. The request keeps its connection:
-// a broken-off delivery must close it all the same.
+// a broken-off delivery must close it all the same. Every delivery, the
+// endless ones and those that pause for an hour included, ends when the
+// client closes and when the server stops, or a test would hang.
 
 struct DeliveryCase {
   const char* name;
   CannedAnswer answer;
-  std::string wire;  // every byte sent
-  bool closes;       // the server closes the connection afterwards
+  std::string wire;  // every byte sent, or the first ones of an unending delivery
+  bool closes;       // the server closes the connection after them
 };
 
 // Test output names a case by its name.
@@ -240,117 +374,69 @@ CannedAnswer Lying(std::string body, std::uint64_t announced) {
   return answer;
 }
 
-CannedAnswer Trickle(std::string body, std::uint64_t repeat) {
-  CannedAnswer answer = Answer(std::move(body), Delivery::Chunked);
-  answer.repeat = repeat;
-  answer.pace = std::chrono::milliseconds(1);
-  return answer;
-}
+class DeliveryOnTheWire : public StubFixture, public ::testing::WithParamInterface<DeliveryCase> {};
 
-class DeliveryOnTheWire : public ::testing::TestWithParam<DeliveryCase> {};
-
-TEST_P(DeliveryOnTheWire, SendsExactlyItsBytes) {
-  StubServer server;
-  server.SetAnswer("MeasurementQuery", GetParam().answer);
-  server.Start();
-  RawConnection client(server.Port());
-  client.Send(Post("/api/MeasurementQuery", "", ""));
-  const std::size_t atMost = GetParam().closes ? std::string::npos : GetParam().wire.size();
-  EXPECT_EQ(client.Receive(atMost), GetParam().wire);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Cases, DeliveryOnTheWire,
-    ::testing::Values(
-        DeliveryCase{"ShorterThanAnnounced", Lying("short", 100),
-                     std::string(kProtobufHead) + "Content-Length: 100\r\n\r\nshort", true},
-        DeliveryCase{"LongerThanAnnounced", Lying("longer", 2),
-                     std::string(kProtobufHead) + "Content-Length: 2\r\n\r\nlonger", true},
-        DeliveryCase{"AsAnnounced", Lying("exact", 5),
-                     std::string(kProtobufHead) + "Content-Length: 5\r\n\r\nexact", false},
-        DeliveryCase{"Raw", Answer("HTTP/1.1 2OO Fine\r\nX: y", Delivery::Raw),
-                     "HTTP/1.1 2OO Fine\r\nX: y", true},
-        DeliveryCase{"TrickleOfChunks", Trickle("ab", 2),
-                     std::string(kProtobufHead) +
-                         "Transfer-Encoding: chunked\r\n\r\n2\r\nab\r\n2\r\nab\r\n0\r\n\r\n",
-                     false},
-        DeliveryCase{"EmptyChunkedBody", Trickle("", 3),
-                     std::string(kProtobufHead) + "Transfer-Encoding: chunked\r\n\r\n0\r\n\r\n",
-                     false}),
-    [](const ::testing::TestParamInfo<DeliveryCase>& info) { return info.param.name; });
-
-// Deliveries without end, or with a pause of an hour: the client that
-// closes ends them, and so does Stop, or a test would hang.
-struct UnendingCase {
-  const char* name;
-  CannedAnswer answer;
-  std::string start;  // the bytes that come first
-};
-
-// Test output names a case by its name.
-void PrintTo(const UnendingCase& c, std::ostream* out) { *out << c.name; }
-
-CannedAnswer Unending(Delivery delivery, std::string body, hours delay, hours pace,
-                      std::uint64_t repeat = 1) {
-  CannedAnswer answer = Answer(std::move(body), delivery);
-  answer.delay = delay;
-  answer.pace = pace;
-  answer.repeat = repeat;
-  return answer;
-}
-
-class UnendingDelivery : public ::testing::TestWithParam<UnendingCase> {};
-
-TEST_P(UnendingDelivery, EndsWhenTheClientClosesAndWhenTheServerStops) {
-  StubServer server;
-  server.SetAnswer("MeasurementQuery", GetParam().answer);
-  server.Start();
-  const std::string& start = GetParam().start;
+TEST_P(DeliveryOnTheWire, SendsItsBytesAndEndsWhenTheClientClosesAndWhenTheServerStops) {
+  const DeliveryCase& c = GetParam();
+  server.SetAnswer(kMeasurements, c.answer);
   {
     RawConnection client(server.Port());
-    client.Send(Post("/api/MeasurementQuery", "", ""));
-    ASSERT_TRUE(Journaled(server, 1));
-    EXPECT_EQ(client.Receive(start.size()), start);
+    client.Send(Post(kPath, "", ""));
+    EXPECT_EQ(client.Receive(c.closes ? std::string::npos : c.wire.size()), c.wire);
   }
   EXPECT_TRUE(AllConnectionsClosed(server)) << "the delivery went on without its client";
 
   RawConnection client(server.Port());
-  client.Send(Post("/api/MeasurementQuery", "", ""));
-  ASSERT_TRUE(Journaled(server, 1));
+  client.Send(Post(kPath, "", ""));
+  EXPECT_EQ(client.Receive(c.wire.size()), c.wire);
   server.Stop();
-  EXPECT_THAT(client.Receive(), ::testing::StartsWith(start));  // ends: the server closed
+  EXPECT_NO_THROW(client.Receive()) << "the delivery went on after Stop";
 }
 
-const std::string kChunkedHead = std::string(kProtobufHead) + "Transfer-Encoding: chunked\r\n\r\n";
-
 INSTANTIATE_TEST_SUITE_P(
-    Cases, UnendingDelivery,
-    ::testing::Values(
-        UnendingCase{"EndlessChunks",
-                     Unending(Delivery::Chunked, "tick", hours(0), hours(0), kEndless),
-                     kChunkedHead + "4\r\ntick\r\n4\r\ntick\r\n"},
-        UnendingCase{"EndlessHeaders", Unending(Delivery::EndlessHeaders, "", hours(0), hours(0)),
-                     "HTTP/1.1 200 OK\r\nX-Endless: xxxx"},
-        UnendingCase{"SlowTrickle", Unending(Delivery::Chunked, "tick", hours(0), hours(1), 2),
-                     kChunkedHead},
-        UnendingCase{"LongDelay", Unending(Delivery::Whole, "late", hours(1), hours(0)), ""},
-        UnendingCase{"SilenceThenClose",
-                     Unending(Delivery::CloseWithoutAnswer, "", hours(1), hours(0)), ""},
-        UnendingCase{"StallMidBody",
-                     Unending(Delivery::CloseMidBody, "0123456789", hours(1), hours(0)),
-                     std::string(kProtobufHead) + "Content-Length: 10\r\n\r\n01234"}),
-    [](const ::testing::TestParamInfo<UnendingCase>& info) { return info.param.name; });
+    Cases, DeliveryOnTheWire,
+    ::testing::Values(DeliveryCase{"ShorterThanAnnounced", Lying("short", 100),
+                                   kProtobufHead + "Content-Length: 100\r\n\r\nshort", true},
+                      DeliveryCase{"LongerThanAnnounced", Lying("longer", 2),
+                                   kProtobufHead + "Content-Length: 2\r\n\r\nlonger", true},
+                      DeliveryCase{"AsAnnounced", Lying("exact", 5),
+                                   kProtobufHead + "Content-Length: 5\r\n\r\nexact", false},
+                      DeliveryCase{"Raw", Answer("HTTP/1.1 2OO Fine\r\nX: y", Delivery::Raw),
+                                   "HTTP/1.1 2OO Fine\r\nX: y", true},
+                      DeliveryCase{"TrickleOfChunks",
+                                   Answer("ab", Delivery::Chunked, 2, milliseconds(1)),
+                                   kChunkedHead + "2\r\nab\r\n2\r\nab\r\n0\r\n\r\n", false},
+                      DeliveryCase{"EmptyChunkedBody", Answer("", Delivery::Chunked, 3),
+                                   kChunkedHead + "0\r\n\r\n", false},
+                      DeliveryCase{"EndlessChunks", Answer("tick", Delivery::Chunked, kEndless),
+                                   kChunkedHead + "4\r\ntick\r\n4\r\ntick\r\n", false},
+                      DeliveryCase{"EndlessHeaders", Answer("", Delivery::EndlessHeaders),
+                                   "HTTP/1.1 200 OK\r\nX-Endless: xxxx", false},
+                      DeliveryCase{"SlowTrickle", Answer("tick", Delivery::Chunked, 2, hours(1)),
+                                   kChunkedHead, false},
+                      DeliveryCase{"StallMidBody",
+                                   Answer("0123456789", Delivery::CloseMidBody, 1, {}, hours(1)),
+                                   kProtobufHead + "Content-Length: 10\r\n\r\n01234", false}),
+    [](const ::testing::TestParamInfo<DeliveryCase>& info) { return info.param.name; });
 
 // ---------------------------------------------------------------------------
 // The journal and the connections.
 
-class StubServerTest : public ::testing::Test {
- protected:
-  void SetUp() override { server.Start(); }
-  StubServer server;
-};
+TEST_F(StubServerTest, JournalsRequestsAsTheyCameAndCountsTheirConnections) {
+  constexpr std::size_t kClients = 3;
+  {
+    std::vector<std::unique_ptr<RawConnection>> clients;
+    for (std::size_t i = 0; i < kClients; ++i) {
+      clients.push_back(std::make_unique<RawConnection>(server.Port()));
+      clients.back()->Send(Post("/api/ApiVersionQuery", "", ""));
+    }
+    ASSERT_TRUE(Eventually([&] { return server.Journal().size() == kClients; }));
+    EXPECT_EQ(server.PeakConnections(), kClients);
+  }
+  ASSERT_TRUE(AllConnectionsClosed(server));
+  EXPECT_EQ(server.Journal().size(), 0U);
 
-TEST_F(StubServerTest, JournalKeepsTheHeadAsItCameAndHeadersInArrivalOrder) {
+  // Two requests in one write: a chunked one, then one asking for a 100 Continue.
   const std::string head =
       "POST /api/MeasurementQuery HTTP/1.1\r\n"
       "Zeta: last in the alphabet\r\n"
@@ -360,57 +446,32 @@ TEST_F(StubServerTest, JournalKeepsTheHeadAsItCameAndHeadersInArrivalOrder) {
       "X-Dup: two\r\n"
       "GatewayApiAuthentication:  token with blanks \t\r\n"
       "Transfer-Encoding: chunked\r\n"
-      "Connection: close\r\n"
       "\r\n";
-
-  EXPECT_EQ(StatusOf(ExchangeRaw(server.Port(), head + "2\r\n\x0a\x03\r\n3\r\nabc\r\n0\r\n\r\n")),
-            200);
-
-  const auto journal = server.Journal();
-  ASSERT_EQ(journal.size(), 1U);
-  const JournalEntry& entry = journal[0];
-  EXPECT_EQ(entry.method, "POST");
-  EXPECT_EQ(entry.path, "/api/MeasurementQuery");
-  EXPECT_EQ(entry.head, head);
-  EXPECT_EQ(entry.body,
-            "\x0a\x03"
-            "abc");
-  EXPECT_THAT(
-      entry.headers,
-      ElementsAre(
-          HeaderField{"Zeta", "last in the alphabet"}, HeaderField{"alpha", "no-blank"},
-          HeaderField{"X-Dup", "one"}, HeaderField{"Content-Type", "application/x-protobuf"},
-          HeaderField{"X-Dup", "two"}, HeaderField{"GatewayApiAuthentication", "token with blanks"},
-          HeaderField{"Transfer-Encoding", "chunked"}, HeaderField{"Connection", "close"}));
-  ASSERT_NE(entry.FindHeader("x-dup"), nullptr);
-  EXPECT_EQ(*entry.FindHeader("x-dup"), "one");
-  EXPECT_EQ(entry.FindHeader("Accept"), nullptr);
-}
-
-TEST_F(StubServerTest, CountsConnectionsAndNumbersTheRequestsTheyCarry) {
-  constexpr std::size_t kClients = 3;
-  {
-    std::vector<std::unique_ptr<RawConnection>> clients;
-    for (std::size_t i = 0; i < kClients; ++i) {
-      clients.push_back(std::make_unique<RawConnection>(server.Port()));
-      clients.back()->Send(Post("/api/ApiVersionQuery", "", ""));
-    }
-    ASSERT_TRUE(Journaled(server, kClients));
-    EXPECT_EQ(server.PeakConnections(), kClients);
-  }
-  ASSERT_TRUE(AllConnectionsClosed(server));
-  EXPECT_EQ(server.Journal().size(), 0U);
-
-  // Two requests in one write, one of them asking for a 100 Continue.
-  const std::string responses =
-      ExchangeRaw(server.Port(), Post("/api/MeasurementQuery", "one", "Expect: 100-continue\r\n") +
-                                     Post("/api/ApiVersionQuery", "two"));
+  const std::string responses = ExchangeRaw(
+      server.Port(),
+      head + "2\r\n\x0a\x03\r\n3\r\nabc\r\n0\r\n\r\n" +
+          Post("/api/ApiVersionQuery", "two", "Expect: 100-continue\r\nConnection: close\r\n"));
   EXPECT_THAT(responses, HasSubstr("HTTP/1.1 100 Continue\r\n\r\nHTTP/1.1 200"));
+
   const auto journal = server.Journal();
   ASSERT_EQ(journal.size(), 2U);
-  EXPECT_EQ(journal[0].body, "one");
+  EXPECT_EQ(journal[0].method, "POST");
+  EXPECT_EQ(journal[0].path, "/api/MeasurementQuery");
+  EXPECT_EQ(journal[0].head, head);
+  EXPECT_EQ(journal[0].body,
+            "\x0a\x03"
+            "abc");
+  EXPECT_THAT(journal[0].headers,
+              ElementsAre(HeaderField{"Zeta", "last in the alphabet"},
+                          HeaderField{"alpha", "no-blank"}, HeaderField{"X-Dup", "one"},
+                          HeaderField{"Content-Type", "application/x-protobuf"},
+                          HeaderField{"X-Dup", "two"},
+                          HeaderField{"GatewayApiAuthentication", "token with blanks"},
+                          HeaderField{"Transfer-Encoding", "chunked"}));
+  ASSERT_NE(journal[0].FindHeader("x-dup"), nullptr);
+  EXPECT_EQ(*journal[0].FindHeader("x-dup"), "one");
+  EXPECT_EQ(journal[0].FindHeader("Accept"), nullptr);
   EXPECT_EQ(journal[1].body, "two");
-  EXPECT_EQ(journal[0].FindHeader("Connection"), nullptr);
   EXPECT_EQ(journal[0].connection, kClients + 1);
   EXPECT_EQ(journal[1].connection, kClients + 1);
   EXPECT_EQ(server.PeakConnections(), 1U);
@@ -438,6 +499,77 @@ TEST_F(StubServerTest, AConnectionHandedOverIsServedOnTheCallingThread) {
   ASSERT_EQ(journal.size(), 2U);
   EXPECT_EQ(journal[0].body, "v1");
   EXPECT_EQ(journal[1].path, "/api/NoSuchQuery");
+}
+
+// ---------------------------------------------------------------------------
+// Clients that misbehave: a head sent a byte at a time, a gigabyte body, more
+// idle connections than allowed, a client that never reads its answer. The
+// stub bounds what each costs, says so in its log, and keeps answering
+// everybody else.
+
+constexpr std::size_t kConnectionLimit = 8;
+using Held = std::vector<std::unique_ptr<RawConnection>>;
+
+void Sending(int port, Held& held, const std::string& bytes) {
+  held.push_back(std::make_unique<RawConnection>(port));
+  held.back()->Send(bytes);
+}
+
+TEST(HostileClients, AreBoundedAndLoggedWhileOthersAreStillAnswered) {
+  const std::string headStart = "POST /api/ApiVersionQuery HTTP/1.1\r\nHost: 127.0.0.1\r\n";
+  // What the stub's log says when its bound applies, and a client it applies to.
+  const std::vector<std::pair<std::string, std::function<void(int port, Held& held)>>> clients{
+      {"did not arrive whole within",  // a head sent one byte at a time
+       [&](int port, Held& held) {
+         Sending(port, held, headStart.substr(0, 1));
+         for (std::size_t at = 1; at < 8; ++at) held.back()->Send(headStart.substr(at, 1));
+       }},
+      {"is refused with 413",
+       [&](int port, Held& held) {
+         Sending(port, held, headStart + "Content-Length: 1000000000\r\n\r\nxxxx");
+         EXPECT_EQ(StatusOf(held.back()->Receive()), 413);
+       }},
+      {"connection limit of 8",  // idle connections
+       [](int port, Held& held) {
+         for (std::size_t i = 0; i < 4 * kConnectionLimit; ++i) {
+           held.push_back(std::make_unique<RawConnection>(port));
+         }
+       }},
+      {"took no byte of its answer",  // of one far larger than the socket buffers take
+       [](int port, Held& held) { Sending(port, held, Post(kPath, "", "")); }},
+  };
+  std::mutex mutex;
+  std::string log;
+  StubServerOptions options;
+  options.maxRequestBytes = 1 << 20;
+  options.readTimeout = milliseconds(300);
+  options.writeTimeout = milliseconds(300);
+  options.maxConnections = kConnectionLimit;
+  options.log = [&](std::string_view line) {
+    const std::lock_guard lock(mutex);
+    log += std::string(line) + "\n";
+  };
+  const CannedAnswer large = Answer(std::string(std::size_t{64} << 20, 'x'));
+  for (const auto& [logged, misbehave] : clients) {
+    SCOPED_TRACE(logged);
+    log.clear();  // no server runs now
+    StubServer server(options);
+    server.SetAnswer(kMeasurements, large);
+    server.Start();
+    Held held;
+    misbehave(server.Port(), held);
+
+    const std::string other =
+        ExchangeRaw(server.Port(), headStart + "Connection: close\r\nContent-Length: 0\r\n\r\n");
+
+    EXPECT_EQ(StatusOf(other), 200) << other;
+    const bool found = Eventually([&, &part = logged] {
+      const std::lock_guard lock(mutex);
+      return log.find(part) != std::string::npos;
+    });
+    server.Stop();  // the log is read alone
+    EXPECT_TRUE(found) << log;
+  }
 }
 
 }  // namespace
