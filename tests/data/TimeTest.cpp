@@ -82,7 +82,6 @@ TEST(TimeTest, WritesTheCoarsestExactScaleAndReadsItBack) {
   const std::tuple<Ticks, Scale, std::int64_t> cases[] = {
       {Ticks(0), bcl::DateTime_TimeSpanScale_DAYS, 0},
       {duration_cast<Ticks>(std::chrono::hours(-48)), bcl::DateTime_TimeSpanScale_DAYS, -2},
-      {duration_cast<Ticks>(std::chrono::minutes(90)), bcl::DateTime_TimeSpanScale_MINUTES, 90},
       {duration_cast<Ticks>(std::chrono::milliseconds(-1500)),
        bcl::DateTime_TimeSpanScale_MILLISECONDS, -1500},
       {Ticks(kMin), bcl::DateTime_TimeSpanScale_TICKS, kMin}};
@@ -124,7 +123,6 @@ TEST(TimeTest, FormatsLikeTheCLibraryAndReadsBackOverTheFourDigitYears) {
 
 TEST(TimeTest, FormatsPreEpochKindsAndTheEndsOfTheTickRange) {
   const std::pair<bcl::DateTime, const char*> cases[] = {
-      {MakeTime(0, bcl::DateTime_TimeSpanScale_DAYS), "1970-01-01T00:00:00.0000000"},
       {MakeTime(-1, bcl::DateTime_TimeSpanScale_TICKS, kUtc), "1969-12-31T23:59:59.9999999Z"},
       {MakeTime(-1, bcl::DateTime_TimeSpanScale_DAYS, bcl::DateTime_DateTimeKind_LOCAL),
        "1969-12-31T00:00:00.0000000"},

@@ -37,17 +37,6 @@ class PlantServerTest : public ::testing::Test {
   /// "{dir}" by the scratch directory.
   VrexRun Vrex(std::vector<std::string> arguments, const std::string& input = "") const;
 
-  /// The body of the last request of `requestType` parsed as `Message`.
-  template <class Message>
-  Message LastSent(const std::string& requestType) const {
-    Message message;
-    const auto received = Received(requestType);
-    EXPECT_FALSE(received.empty()) << "no " << requestType;
-    if (!received.empty()) {
-      EXPECT_TRUE(message.ParseFromString(received.back().body));
-    }
-    return message;
-  }
   std::vector<stub::JournalEntry> Received(const std::string& requestType) const;
 
   stub::StubServer server;
