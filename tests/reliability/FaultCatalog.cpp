@@ -43,6 +43,14 @@ std::string TruncatedVersion() {
 // Major 4, then DevelopmentName (field 4) holding a byte pair that is no UTF-8.
 const std::string kInvalidUtf8Version("\x08\x04\x22\x02\xc3\x28", 6);
 
+// Larger than one libcurl write (16 KiB): only a callback that appends every
+// chunk gives the whole message.
+std::string LargeVersion() {
+  contracts::VersionDTO version = ServerVersion();
+  version.set_developmentname(std::string(100 * 1024, 'n') + "end");
+  return version.SerializeAsString();
+}
+
 const std::string kHtmlPage =
     "<!DOCTYPE html>\n<html><head><title>502 Bad Gateway</title></head>\n"
     "<body><h1>Bad Gateway</h1><p>The proxy could not reach the upstream server.</p>"
@@ -78,17 +86,36 @@ ClientExpectation ClientBrokeOff(Event where, int status = 0) {
 ClientExpectation ClientStatus(int status) {
   return {Event::HttpStatusFailed, status, ResponseFate::Untouched};
 }
+ClientExpectation ClientSucceeded() { return {Event::Succeeded, 200, ResponseFate::Parsed}; }
 ClientExpectation ClientUnreadable() { return {Event::AnswerUnreadable, 200, ResponseFate::Unknown}; }
 
 std::vector<Fault> MakeFaults() {
   const std::string protobuf = "application/x-protobuf";
+  const std::string version = ServerVersion().SerializeAsString();
   return {
+      // Only 200 succeeds; 400 to 499 are the server's refusal, any other a
+      // failure, even with a readable answer.
+      {"Status399", Target::Stub, Answer(399, "", "text/plain"),
+       PostStatus(enums::ApiPipeline_Failed), ClientStatus(399)},
+      {"Status400", Target::Stub, Answer(400, "", "text/plain"),
+       PostStatus(enums::ApiPipeline_Unauthorized), ClientStatus(400)},
       {"Status401", Target::Stub, Answer(401, "unauthorized\n", "text/plain"),
        PostStatus(enums::ApiPipeline_Unauthorized), ClientStatus(401)},
+      {"Status499WithAnswer", Target::Stub, Answer(499, version, protobuf),
+       PostStatus(enums::ApiPipeline_Unauthorized), ClientStatus(499)},
+      {"Status500", Target::Stub, Answer(500, "", "text/plain"),
+       PostStatus(enums::ApiPipeline_Failed), ClientStatus(500)},
       {"Status503", Target::Stub, Answer(503, "overloaded\n", "text/plain"),
        PostStatus(enums::ApiPipeline_Failed), ClientStatus(503)},
+      {"Status201WithAnswer", Target::Stub, Answer(201, version, protobuf),
+       PostStatus(enums::ApiPipeline_Failed), ClientStatus(201)},
+      {"Status204", Target::Stub, Answer(204, "", "text/plain"),
+       PostStatus(enums::ApiPipeline_Failed), ClientStatus(204)},
+      {"EmptyAnswer", Target::Stub, Answer(200, "", protobuf), PostSucceeded(), ClientSucceeded()},
+      {"LargerThanOneWrite", Target::Stub, Answer(200, LargeVersion(), protobuf), PostSucceeded(),
+       ClientSucceeded()},
       {"DelayWithinBound", Target::Stub, VersionAnswer(Delivery::Whole, kBriefSilence),
-       PostSucceeded(), {Event::Succeeded, 200, ResponseFate::Parsed}},
+       PostSucceeded(), ClientSucceeded()},
       {"SilentServer", Target::Stub, VersionAnswer(Delivery::CloseWithoutAnswer, kForever),
        PostTransferFailed(), ClientBrokeOff(Event::NoAnswer), true},
       {"SilenceThenClose", Target::Stub, VersionAnswer(Delivery::CloseWithoutAnswer, kBriefSilence),

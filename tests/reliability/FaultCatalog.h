@@ -28,7 +28,7 @@ enum class Target {
 /// What becomes of the caller's response message.
 enum class ResponseFate {
   Untouched,  ///< keeps what the caller put in
-  Parsed,     ///< holds the server's answer
+  Parsed,     ///< holds the server's answer (`Fault::answer`'s body)
   Unknown,    ///< as the parser left it: nothing is promised
 };
 

@@ -58,13 +58,14 @@ void ExpectStatus(const contracts::MessageContainer& status, const PostExpectati
   EXPECT_EQ(status.level(), expected.level);
 }
 
-void ExpectFate(const contracts::VersionDTO& response, ResponseFate fate) {
+void ExpectFate(const contracts::VersionDTO& response, ResponseFate fate,
+                const std::string& answerBody) {
   switch (fate) {
     case ResponseFate::Untouched:
       EXPECT_EQ(response.SerializeAsString(), CallersVersion().SerializeAsString());
       break;
     case ResponseFate::Parsed:
-      EXPECT_EQ(response.SerializeAsString(), ServerVersion().SerializeAsString());
+      EXPECT_EQ(response.SerializeAsString(), answerBody);
       break;
     case ResponseFate::Unknown:
       break;
@@ -119,7 +120,7 @@ TEST_P(EstablishedPostFault, PostGivesTheDocumentedOutcome) {
   const std::string errorOutput = ::testing::internal::GetCapturedStderr();
 
   ExpectStatus(status, expected);
-  ExpectFate(response, expected.response);
+  ExpectFate(response, expected.response, GetParam().answer.body);
   EXPECT_EQ(Contains(errorOutput, kTransferFailureLine), expected.transferFailureLine)
       << errorOutput;
   ExpectRequestsReceived(1);
@@ -138,7 +139,7 @@ TEST_P(EstablishedPostFault, SendToServerReplacesTheStatusAndReturnsNoPartOfAFai
   if (expected.response == ResponseFate::Untouched) {
     EXPECT_EQ(version.ByteSizeLong(), 0u) << "a failed call returns the empty result";
   } else if (expected.response == ResponseFate::Parsed) {
-    EXPECT_EQ(version.SerializeAsString(), ServerVersion().SerializeAsString());
+    EXPECT_EQ(version.SerializeAsString(), GetParam().answer.body);
   }
 }
 
@@ -173,7 +174,7 @@ TEST_P(EstablishedPostSilence, PostWaitsUntilTheServerEndsTheSilence) {
   EXPECT_FALSE(returnedDuringSilence);
   ASSERT_TRUE(returned);
   ExpectStatus(status, GetParam().post);
-  ExpectFate(response, GetParam().post.response);
+  ExpectFate(response, GetParam().post.response, GetParam().answer.body);
   EXPECT_THAT(errorOutput, HasSubstr(kTransferFailureLine));
 }
 
@@ -206,12 +207,12 @@ Outcome SendIn(Form form, const Client& client, contracts::VersionDTO& answer) {
       google::protobuf::Arena arena;
       const auto result = client.Send(Query(), arena);
       EXPECT_EQ(result->GetArena(), &arena);
-      if (result->ByteSizeLong() != 0) answer = *result;  // else: untouched
+      if (result.GetStatus().Ok() || result->ByteSizeLong() != 0) answer = *result;
       return result.GetStatus();
     }
     case Form::Async: {
       auto result = client.SendAsync(Query()).Get();
-      if (result->ByteSizeLong() != 0) answer = *result;
+      if (result.GetStatus().Ok() || result->ByteSizeLong() != 0) answer = *result;
       return result.GetStatus();
     }
   }
@@ -233,7 +234,7 @@ TEST_P(SessionClientFault, EveryFormGivesTheDocumentedOutcomeWithinItsTimeOut) {
     EXPECT_EQ(outcome.HttpStatus(), fault.client.httpStatus);
     // The same status the established API reports for the same event.
     ExpectStatus(outcome.Status(), fault.post);
-    ExpectFate(answer, fault.client.response);
+    ExpectFate(answer, fault.client.response, fault.answer.body);
     // The message names the request, the cause and the codes.
     EXPECT_THAT(outcome.Message(), HasSubstr("ApiVersionQuery: "));
     EXPECT_THAT(outcome.Message(), HasSubstr(outcome.ErrorText()));
