@@ -5,7 +5,6 @@
 #include <type_traits>
 
 #include "StubFixture.h"
-#include "TransferFailureLine.h"
 #include "VrexClient.h"
 
 namespace {
@@ -98,7 +97,6 @@ const VersionCase kVersionCases[] = {
     {"Newer5_0", 200, false, 5, 0, 0, false, en::CodeCategory_None},
     {"EmptyBody", 200, true, 0, 0, 0, false, en::CodeCategory_None},
     {"Unauthorized", 401, false, 4, 0, 0, false, en::CodeCategory_ApiPipeline},
-    {"ServerError", 500, false, 4, 0, 0, false, en::CodeCategory_ApiPipeline},
 };
 
 void PrintTo(const VersionCase& c, std::ostream* out) { *out << c.name; }
@@ -136,17 +134,5 @@ TEST_P(CheckVersion, AcceptsOnlyMajorFourWithAMinorOfAtLeastZero) {
 
 INSTANTIATE_TEST_SUITE_P(EstablishedClient, CheckVersion, ::testing::ValuesIn(kVersionCases),
                          [](const auto& info) { return std::string(info.param.name); });
-
-TEST_F(StubFixture, CheckVersionFailsOnAnUnreachableServer) {
-  const std::string url = server.BaseUrl();
-  server.Stop();
-  dc::MessageContainer status;
-  ::testing::internal::CaptureStderr();
-  EXPECT_FALSE(VrexClient::CheckVersion(url, status, ""));
-  const std::string stderrText = ::testing::internal::GetCapturedStderr();
-  EXPECT_EQ(status.codecategory(), en::CodeCategory_Backend);
-  EXPECT_EQ(status.level(), en::Error);
-  ExpectOneTransferFailureLine(stderrText);
-}
 
 }  // namespace
