@@ -83,27 +83,22 @@ TEST(ClientRetries, RepeatsQueriesOnlyAfterGatewayStatusesAndNeverCommands) {
   }
 }
 
-TEST(ClientRetries, RepeatsAfterTransportFailuresWithinTheAttemptAndTimeBounds) {
-  vrex::ClientOptions options = QuickOptions(vrex::testing::UnreachableUrl(), 3);
-  EXPECT_EQ(vrex::Client(options).Send(contracts::ApiVersionQuery()).GetStatus().Attempts(), 3);
-  options.retry.initialDelay = std::chrono::milliseconds(10);
-  options.retry.maxTotalTime = std::chrono::milliseconds(0);  // no time for a second attempt
-  EXPECT_EQ(vrex::Client(options).Send(contracts::ApiVersionQuery()).GetStatus().Attempts(), 1);
-}
-
-TEST(ClientTimeouts, AnUnansweredCallEndsAsATimedOutTransfer) {
-  StubServer server;
+// A refused connection and a server that never answers (its call times out)
+// are both worth another attempt, within the attempt and time bounds.
+TEST(ClientRetries, RepeatsAfterTransportFailuresAndTimeOutsWithinTheBounds) {
+  StubServer silent;
   vrex::stub::CannedAnswer late = vrex::testing::Answer(200);
   late.delay = std::chrono::minutes(10);  // cut short when the server stops
-  server.SetAnswer("ApiVersionQuery", late);
-  server.Start();
-  vrex::ClientOptions options = QuickOptions(server.BaseUrl(), 2);
-  options.totalTimeout = std::chrono::milliseconds(100);
-
-  const Outcome outcome = vrex::Client(options).Send(contracts::ApiVersionQuery()).GetStatus();
-  EXPECT_EQ(outcome.GetEvent(), Outcome::Event::NoAnswer);
-  EXPECT_THAT(outcome.ErrorText(), ::testing::HasSubstr("timed out"));
-  EXPECT_EQ(outcome.Attempts(), 2);  // a time-out is worth another attempt
+  silent.SetAnswer("ApiVersionQuery", late);
+  silent.Start();
+  for (const std::string& url : {vrex::testing::UnreachableUrl(), silent.BaseUrl()}) {
+    vrex::ClientOptions options = QuickOptions(url, 3);
+    options.totalTimeout = std::chrono::milliseconds(100);
+    EXPECT_EQ(vrex::Client(options).Send(contracts::ApiVersionQuery()).GetStatus().Attempts(), 3);
+    options.retry.initialDelay = std::chrono::milliseconds(10);
+    options.retry.maxTotalTime = std::chrono::milliseconds(0);  // no time for a second attempt
+    EXPECT_EQ(vrex::Client(options).Send(contracts::ApiVersionQuery()).GetStatus().Attempts(), 1);
+  }
 }
 
 TEST(ClientConnections, ReusesOneConnectionForSequentialCallsFailedOnesIncluded) {
