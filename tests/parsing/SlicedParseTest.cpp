@@ -1,7 +1,7 @@
 // Answers parsed in slices on several threads must be the messages a parse
 // in one piece gives (fuzz/support/SlicedParseCheck.h): every answer of the
-// sample plant, and encodings whose slices would not merge back by
-// themselves.
+// sample plant (each loads and parses as its request's answer), and
+// encodings whose slices would not merge back by themselves.
 #include <google/protobuf/descriptor.h>
 #include <gtest/gtest.h>
 
@@ -29,6 +29,7 @@ class SlicedParse : public ::testing::TestWithParam<Encoding> {};
 
 TEST_P(SlicedParse, GivesTheMessageOfAParseInOnePiece) {
   const Encoding& encoding = GetParam();
+  EXPECT_FALSE(encoding.body.empty()) << "nothing to parse";
   for (const std::size_t chunkBytes : kChunkSizes) {
     SCOPED_TRACE("chunks of " + std::to_string(chunkBytes));
     const auto result = vrex::fuzz::CheckSlicedParse(*encoding.type, encoding.body, chunkBytes);

@@ -1,19 +1,14 @@
-// Loading canned answers from data directories: the sample plant, the file
-// format, and the errors that point at the file at fault.
+// Loading canned answers from data directories: the file format, and the
+// errors that point at the file at fault.
 
 #include <gmock/gmock.h>
-#include <google/protobuf/descriptor.h>
-#include <google/protobuf/message.h>
 #include <gtest/gtest.h>
 
-#include <memory>
-#include <set>
 #include <string>
 
 #include "MeasurementContainer.pb.h"
 #include "ScratchDirectory.h"
 #include "VersionDTO.pb.h"
-#include "vrex/RequestCatalog.h"
 #include "vrex/stub/AnswerLoader.h"
 
 namespace vrex::stub {
@@ -23,28 +18,6 @@ namespace fs = std::filesystem;
 namespace dc = Korvan::KQ::DataContracts;
 using ::testing::HasSubstr;
 using vrex::testing::ScratchDirectory;
-
-TEST(SamplePlant, EveryFileLoadsAsTheAnswerOfItsRequest) {
-  const fs::path plant = VREX_STUB_SAMPLE_PLANT;
-  std::set<std::string> stems;
-  for (const auto& entry : fs::directory_iterator(plant)) {
-    if (entry.path().extension() != ".md") stems.insert(entry.path().stem().string());
-  }
-  ASSERT_FALSE(stems.empty());
-
-  const AnswerSet answers = LoadAnswerDirectory(plant).Value();
-
-  ASSERT_EQ(answers.size(), stems.size());
-  for (const auto& [requestType, answer] : answers) {
-    EXPECT_EQ(answer.status, 200) << requestType;
-    EXPECT_FALSE(answer.body.empty()) << requestType << " answers nothing";
-    std::unique_ptr<google::protobuf::Message> message(
-        google::protobuf::MessageFactory::generated_factory()
-            ->GetPrototype(AnswerDescriptor(*FindRequest(requestType)))
-            ->New());
-    EXPECT_TRUE(message->ParseFromString(answer.body)) << requestType;
-  }
-}
 
 TEST(AnswerDirectory, BodiesMetaFilesAndCaseFilesMakeTheCases) {
   const ScratchDirectory data;
