@@ -45,6 +45,7 @@ TEST_F(StubFixture, RequestWithFieldsIsSentAsBinaryWithThreeHeadersInOrder) {
   dc::MeasurementQuery query;
   query.set_factory("Plant-North");
   query.set_line("Line-A");
+  query.mutable_time();  // empty: a 0 byte in mid-body, so the body's length must be given
   query.mutable_lastn()->set_topn(3);
   dc::MeasurementContainer response;
   VrexClient::Post(Url("MeasurementQuery"), query, response, "");
