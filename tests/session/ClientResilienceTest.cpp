@@ -86,12 +86,12 @@ TEST(ClientRetries, RepeatsQueriesOnlyAfterGatewayStatusesAndNeverCommands) {
 // A refused connection and a server that never answers (its call times out)
 // are both worth another attempt, within the attempt and time bounds.
 TEST(ClientRetries, RepeatsAfterTransportFailuresAndTimeOutsWithinTheBounds) {
-  StubServer silent;
+  StubServer server;
   vrex::stub::CannedAnswer late = vrex::testing::Answer(200);
   late.delay = std::chrono::minutes(10);  // cut short when the server stops
-  silent.SetAnswer("ApiVersionQuery", late);
-  silent.Start();
-  for (const std::string& url : {vrex::testing::UnreachableUrl(), silent.BaseUrl()}) {
+  server.SetAnswer("ApiVersionQuery", late);
+  server.Start();
+  for (const std::string& url : {vrex::testing::UnreachableUrl(), server.BaseUrl()}) {
     vrex::ClientOptions options = QuickOptions(url, 3);
     options.totalTimeout = std::chrono::milliseconds(100);
     EXPECT_EQ(vrex::Client(options).Send(contracts::ApiVersionQuery()).GetStatus().Attempts(), 3);
@@ -99,6 +99,11 @@ TEST(ClientRetries, RepeatsAfterTransportFailuresAndTimeOutsWithinTheBounds) {
     options.retry.maxTotalTime = std::chrono::milliseconds(0);  // no time for a second attempt
     EXPECT_EQ(vrex::Client(options).Send(contracts::ApiVersionQuery()).GetStatus().Attempts(), 1);
   }
+  // An answer too large would be as large again: not repeated.
+  server.SetAnswer("ApiVersionQuery", vrex::testing::Answer(200, std::string(100, 'x')));
+  vrex::ClientOptions options = QuickOptions(server.BaseUrl(), 3);
+  options.maxAnswerBytes = 10;
+  EXPECT_EQ(vrex::Client(options).Send(contracts::ApiVersionQuery()).GetStatus().Attempts(), 1);
 }
 
 TEST(ClientConnections, ReusesOneConnectionForSequentialCallsFailedOnesIncluded) {
