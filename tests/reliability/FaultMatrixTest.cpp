@@ -80,9 +80,7 @@ void ExpectFate(const contracts::VersionDTO& response, ResponseFate fate,
   }
 }
 
-std::string PrintFaultName(const ::testing::TestParamInfo<Fault>& info) {
-  return info.param.name;
-}
+std::string PrintFaultName(const ::testing::TestParamInfo<Fault>& info) { return info.param.name; }
 
 // A stub armed with the fault, started for each test and stopped after it.
 class FaultTest : public ::testing::TestWithParam<Fault> {
@@ -203,6 +201,13 @@ ClientOptions MatrixOptions(const std::string& baseUrl) {
   return options;
 }
 
+// Hands a call's answer on as the caller's message would hold it: a success
+// or any bytes a failed call gave back (which the fault's fate then rejects).
+template <class Result>
+void TakeAnswer(const Result& result, contracts::VersionDTO& answer) {
+  if (result.GetStatus().Ok() || result->ByteSizeLong() != 0) answer = *result;
+}
+
 // The ways to send a query; each owes the same outcome.
 enum class Form { Generic, OnArena, Async };
 
@@ -214,12 +219,12 @@ Outcome SendIn(Form form, const Client& client, contracts::VersionDTO& answer) {
       google::protobuf::Arena arena;
       const auto result = client.Send(Query(), arena);
       EXPECT_EQ(result->GetArena(), &arena);
-      if (result.GetStatus().Ok() || result->ByteSizeLong() != 0) answer = *result;
+      TakeAnswer(result, answer);
       return result.GetStatus();
     }
     case Form::Async: {
       auto result = client.SendAsync(Query()).Get();
-      if (result.GetStatus().Ok() || result->ByteSizeLong() != 0) answer = *result;
+      TakeAnswer(result, answer);
       return result.GetStatus();
     }
   }

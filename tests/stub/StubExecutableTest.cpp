@@ -63,7 +63,7 @@ TEST(StubExecutable, StartsOnlyWithGoodDataPrintsItsPortAndStopsOnSigterm) {
       "POST /api/SimpleTopologyQuery HTTP/1.1\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");
   EXPECT_EQ(vrex::testing::StatusOf(response), 200);
   dc::SimpleTopologyContainer topology;
-  ASSERT_TRUE(topology.ParseFromString(response.substr(response.find("\r\n\r\n") + 4)));
+  ASSERT_TRUE(topology.ParseFromString(vrex::testing::BodyOf(response)));
   EXPECT_GE(topology.values_size(), 2) << "the default data is the sample plant";
   stub.Signal(SIGTERM);
   EXPECT_TRUE(ExitsWith(stub, EXIT_SUCCESS)) << "no clean stop on SIGTERM";
@@ -75,7 +75,7 @@ std::string Essence(const std::string& response) {
   const std::size_t type = response.find("Content-Type:");
   const std::string typeLine = response.substr(type, response.find("\r\n", type) - type);
   return response.substr(0, response.find("\r\n")) + "|" + typeLine + "|" +
-         response.substr(response.find("\r\n\r\n") + 4);
+         vrex::testing::BodyOf(response);
 }
 
 CannedAnswer Bytes(std::string body, std::string contentType) {

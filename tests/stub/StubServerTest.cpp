@@ -33,6 +33,7 @@ using std::chrono::milliseconds;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::Not;
+using vrex::testing::BodyOf;
 using vrex::testing::ExchangeRaw;
 using vrex::testing::RawConnection;
 using vrex::testing::StatusOf;
@@ -143,9 +144,8 @@ TEST_P(AnswerSelection, FollowsTheAnswersRespondersAndCasesSet) {
   if (c.setUp) c.setUp(server);
   const std::string response = ExchangeRaw(server.Port(), c.request);
   EXPECT_EQ(StatusOf(response), c.status) << response;
-  const std::size_t headEnd = response.find("\r\n\r\n");
-  EXPECT_THAT(response.substr(headEnd + 4), c.body);
-  EXPECT_THAT(response.substr(0, headEnd), HasSubstr(c.header));
+  EXPECT_THAT(BodyOf(response), c.body);
+  EXPECT_THAT(response.substr(0, response.find("\r\n\r\n")), HasSubstr(c.header));
   const auto journal = server.Journal();
   ASSERT_EQ(journal.size(), c.status == 400 ? 0U : 1U) << "a request is journaled";
   if (!journal.empty()) {
@@ -345,7 +345,7 @@ TEST_F(StubServerTest, AdminApiDrivesCasesSequencesAndTheJournalOverHttp) {
     SCOPED_TRACE("step " + std::to_string(i + 1) + ": " + step.method + " " + step.path);
     const std::string response =
         ExchangeRaw(server.Port(), Request(step.method, step.path, step.body));
-    const std::string body = response.substr(response.find("\r\n\r\n") + 4);
+    const std::string body = BodyOf(response);
     EXPECT_EQ(StatusOf(response), step.status) << body;
     for (const char* part : step.present) EXPECT_THAT(body, HasSubstr(part));
     for (const char* part : step.absent) EXPECT_THAT(body, Not(HasSubstr(part)));

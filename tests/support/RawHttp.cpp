@@ -77,4 +77,10 @@ int StatusOf(std::string_view response) {
   return std::atoi(std::string(response.substr(space + 1, 3)).c_str());
 }
 
+std::string BodyOf(std::string_view response) {
+  const auto headEnd = response.find("\r\n\r\n");
+  return headEnd == std::string_view::npos ? std::string()
+                                           : std::string(response.substr(headEnd + 4));
+}
+
 }  // namespace vrex::testing
