@@ -201,8 +201,7 @@ ClientOptions MatrixOptions(const std::string& baseUrl) {
   return options;
 }
 
-// Hands a call's answer on as the caller's message would hold it: a success
-// or any bytes a failed call gave back (which the fault's fate then rejects).
+// A success, or any bytes a failed call gave back, reach the caller's message.
 template <class Result>
 void TakeAnswer(const Result& result, contracts::VersionDTO& answer) {
   if (result.GetStatus().Ok() || result->ByteSizeLong() != 0) answer = *result;

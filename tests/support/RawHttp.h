@@ -37,8 +37,7 @@ std::string ExchangeRaw(int port, std::string_view request);
 /// The status code of the status line that starts `response`, or 0.
 int StatusOf(std::string_view response);
 
-/// What follows the head of `response` (its first empty line), or "" when
-/// the head never ends.
+/// What follows the head of `response`; "" when the head never ends.
 std::string BodyOf(std::string_view response);
 
 }  // namespace vrex::testing
