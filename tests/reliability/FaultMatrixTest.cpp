@@ -201,12 +201,6 @@ ClientOptions MatrixOptions(const std::string& baseUrl) {
   return options;
 }
 
-// A success, or any bytes a failed call gave back, reach the caller's message.
-template <class Result>
-void TakeAnswer(const Result& result, contracts::VersionDTO& answer) {
-  if (result.GetStatus().Ok() || result->ByteSizeLong() != 0) answer = *result;
-}
-
 // The ways to send a query; each owes the same outcome.
 enum class Form { Generic, OnArena, Async };
 
@@ -218,12 +212,12 @@ Outcome SendIn(Form form, const Client& client, contracts::VersionDTO& answer) {
       google::protobuf::Arena arena;
       const auto result = client.Send(Query(), arena);
       EXPECT_EQ(result->GetArena(), &arena);
-      TakeAnswer(result, answer);
+      if (result.GetStatus().Ok() || result->ByteSizeLong() != 0) answer = *result;
       return result.GetStatus();
     }
     case Form::Async: {
       auto result = client.SendAsync(Query()).Get();
-      TakeAnswer(result, answer);
+      if (result.GetStatus().Ok() || result->ByteSizeLong() != 0) answer = *result;
       return result.GetStatus();
     }
   }
