@@ -28,7 +28,8 @@ Query QueryWithFactory() {
 }
 
 template <class Query, class Answer>
-void ExpectTypedRead(vrex::stub::StubServer& server, const std::string& endpoint) {
+void ExpectTypedRead(vrex::stub::StubServer& server) {
+  const std::string endpoint = Query::descriptor()->name();  // named after its query
   SCOPED_TRACE(endpoint);
   server.ClearJournal();
   vrex::stub::CannedAnswer answer;
@@ -50,24 +51,17 @@ void ExpectTypedRead(vrex::stub::StubServer& server, const std::string& endpoint
 }
 
 TEST_F(StubFixture, EveryTypedReadReachesItsEndpointAndReturnsItsType) {
-  ExpectTypedRead<dc::ApiVersionQuery, dc::VersionDTO>(server, "ApiVersionQuery");
-  ExpectTypedRead<dc::SimpleTopologyQuery, dc::SimpleTopologyContainer>(server,
-                                                                        "SimpleTopologyQuery");
-  ExpectTypedRead<dc::GeneralInformationByIdQuery, dc::GeneralInformationContainer>(
-      server, "GeneralInformationByIdQuery");
-  ExpectTypedRead<dc::GeneralInformationQuery, dc::GeneralInformationContainer>(
-      server, "GeneralInformationQuery");
-  ExpectTypedRead<dc::ResultDbIdNameTablesQuery, dc::IdNameTableStore>(server,
-                                                                       "ResultDbIdNameTablesQuery");
-  ExpectTypedRead<dc::ProtocolCrossReferenceQuery, dc::ProtocolCrossReferenceStore>(
-      server, "ProtocolCrossReferenceQuery");
-  ExpectTypedRead<dc::MeasurementByIdQuery, dc::MeasurementContainer>(server,
-                                                                      "MeasurementByIdQuery");
-  ExpectTypedRead<dc::MeasurementQuery, dc::MeasurementContainer>(server, "MeasurementQuery");
-  ExpectTypedRead<dc::VectorTrackOfMeasurementsByIdQuery, dc::VectorTrackOfMeasurementsContainer>(
-      server, "VectorTrackOfMeasurementsByIdQuery");
-  ExpectTypedRead<dc::VectorTrackOfMeasurementsQuery, dc::VectorTrackOfMeasurementsContainer>(
-      server, "VectorTrackOfMeasurementsQuery");
+  ExpectTypedRead<dc::ApiVersionQuery, dc::VersionDTO>(server);
+  ExpectTypedRead<dc::SimpleTopologyQuery, dc::SimpleTopologyContainer>(server);
+  ExpectTypedRead<dc::GeneralInformationByIdQuery, dc::GeneralInformationContainer>(server);
+  ExpectTypedRead<dc::GeneralInformationQuery, dc::GeneralInformationContainer>(server);
+  ExpectTypedRead<dc::ResultDbIdNameTablesQuery, dc::IdNameTableStore>(server);
+  ExpectTypedRead<dc::ProtocolCrossReferenceQuery, dc::ProtocolCrossReferenceStore>(server);
+  ExpectTypedRead<dc::MeasurementByIdQuery, dc::MeasurementContainer>(server);
+  ExpectTypedRead<dc::MeasurementQuery, dc::MeasurementContainer>(server);
+  using Tracks = dc::VectorTrackOfMeasurementsContainer;
+  ExpectTypedRead<dc::VectorTrackOfMeasurementsByIdQuery, Tracks>(server);
+  ExpectTypedRead<dc::VectorTrackOfMeasurementsQuery, Tracks>(server);
 }
 
 TEST_F(StubFixture, BaseUrlIsJoinedUnchanged) {
