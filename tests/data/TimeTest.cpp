@@ -67,9 +67,8 @@ TEST(TimeTest, MinMaxIsAnExtremeNeverOneUnit) {
             system_clock::time_point::min());
   EXPECT_EQ(FromSystemTime(system_clock::time_point::max()).scale(),
             bcl::DateTime_TimeSpanScale_MINMAX);
-  for (const std::int64_t odd : {0, 2, -2}) {
+  for (const std::int64_t odd : {0, 2, -2})
     EXPECT_FALSE(ToInstant(MakeTime(odd, bcl::DateTime_TimeSpanScale_MINMAX)).Ok()) << odd;
-  }
   bcl::TimeSpan longest;
   longest.set_value(1);
   longest.set_scale(bcl::TimeSpan_TimeSpanScale_MINMAX);

@@ -47,6 +47,8 @@ TEST(MockTransport, StandsInForTheServerInAnApplicationsTest) {
   EXPECT_THAT(DescribeServer(client),
               ::testing::HasSubstr("Could not resolve host (CodeCategory_Backend, NoDetailCode) "
                                    "after 3 attempts"));
+  auto later = client.SendAsync(contracts::ApiVersionQuery());  // a transport without PostAsync
+  ASSERT_TRUE(later.WaitFor(std::chrono::seconds(30)) && !later.Get());
 }
 
 }  // namespace
