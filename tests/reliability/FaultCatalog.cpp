@@ -1,7 +1,8 @@
 #include "FaultCatalog.h"
 
 #include <chrono>
-#include <utility>
+
+#include "StubFixture.h"
 
 namespace vrex::reliability {
 
@@ -10,27 +11,18 @@ namespace {
 using Event = Outcome::Event;
 using stub::CannedAnswer;
 using stub::Delivery;
+using testing::Answer;
 
 // Long enough that only the server's stop (or the client) ends it.
 constexpr std::chrono::minutes kForever{10};
 // A short silence the established Post can afford to wait out.
 constexpr std::chrono::milliseconds kBriefSilence{100};
 
-CannedAnswer Answer(int status, std::string body, std::string contentType,
-                    Delivery delivery = Delivery::Whole,
-                    std::chrono::milliseconds delay = std::chrono::milliseconds(0)) {
-  CannedAnswer answer;
-  answer.status = status;
-  answer.body = std::move(body);
-  answer.contentType = std::move(contentType);
+CannedAnswer VersionAnswer(Delivery delivery, std::chrono::milliseconds delay) {
+  CannedAnswer answer = Answer(200, ServerVersion().SerializeAsString());
   answer.delivery = delivery;
   answer.delay = delay;
   return answer;
-}
-
-CannedAnswer VersionAnswer(Delivery delivery, std::chrono::milliseconds delay) {
-  return Answer(200, ServerVersion().SerializeAsString(), "application/x-protobuf", delivery,
-                delay);
 }
 
 // The version's encoding cut inside its DevelopmentName: every byte is sent,

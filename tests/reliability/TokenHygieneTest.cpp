@@ -10,9 +10,9 @@
 #include "ApiVersionQuery.pb.h"
 #include "Endpoints.h"
 #include "FaultCatalog.h"
+#include "StubFixture.h"
 #include "VrexClient.h"
 #include "vrex/Client.h"
-#include "vrex/stub/StubServer.h"
 
 namespace vrex::reliability {
 namespace {
@@ -23,10 +23,8 @@ constexpr std::size_t kTokenWindow = 20;
 
 // The answer of a proxy that lists the request's headers, token included.
 stub::CannedAnswer QuotingHeaders(int status, const stub::JournalEntry& request) {
-  stub::CannedAnswer answer;
-  answer.status = status;
-  answer.contentType = "text/html";
-  answer.body = "<html><body><h1>Request rejected</h1><pre>\n";
+  stub::CannedAnswer answer =
+      testing::Answer(status, "<html><body><h1>Request rejected</h1><pre>\n", "text/html");
   for (const stub::HeaderField& header : request.headers) {
     answer.body += header.name + ": " + header.value + "\n";
   }
@@ -61,8 +59,7 @@ void Arm(stub::StubServer& server, const Exposure& exposure) {
     return;
   }
   server.ClearResponder("ApiVersionQuery");
-  stub::CannedAnswer answer;
-  answer.body = ServerVersion().SerializeAsString();
+  stub::CannedAnswer answer = testing::Answer(200, ServerVersion().SerializeAsString());
   answer.delivery = exposure.delivery;
   server.SetAnswer("ApiVersionQuery", answer);
 }
@@ -85,14 +82,9 @@ std::string TokenReceivedBy(const stub::StubServer& server) {
   return *journal.front().FindHeader(kTokenHeader);
 }
 
-class TokenHygiene : public ::testing::Test {
+class TokenHygiene : public StubFixture {
  protected:
-  void SetUp() override { server.Start(); }
-  void TearDown() override { server.Stop(); }
-
   std::string BaseUrl(const Exposure& exposure) const { return BaseUrlOf(exposure.target, server); }
-
-  stub::StubServer server;
 };
 
 TEST_F(TokenHygiene, EstablishedCallsNeverPrintTheBuildsToken) {

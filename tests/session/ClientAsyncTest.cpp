@@ -47,21 +47,18 @@ contracts::GeneralInformationQuery QueryFor(const std::string& factory) {
   return query;
 }
 
-class ClientAsync : public ::testing::Test {
+class ClientAsync : public StubFixture {
  protected:
   void SetUp() override {
     server.SetResponder("GeneralInformationQuery", EchoFactory);
-    server.Start();
+    StubFixture::SetUp();
   }
-  void TearDown() override { server.Stop(); }
 
   ClientOptions Options() const {
     ClientOptions options = QuickOptions(server.BaseUrl());
     options.totalTimeout = std::chrono::milliseconds(500);  // how the "Slow-" calls end
     return options;
   }
-
-  stub::StubServer server;
 };
 
 template <class R>

@@ -1,7 +1,9 @@
 // File answers written to a file that appears only when the download
 // succeeds (the catalog test streams them to a callback).
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -111,6 +113,24 @@ TEST_F(ClientDownload, ATransferBrokenOffMidwayLeavesNoFileAndIsNotRepeated) {
   EXPECT_EQ(outcome.GetEvent(), Outcome::Event::BrokenAnswer);
   EXPECT_EQ(outcome.Attempts(), 1);  // bytes were delivered already
   EXPECT_EQ(server_.Journal().size(), 1u);
+  EXPECT_EQ(FilesInDirectory(), 0u);
+}
+
+// A full disk shows only when the file is closed while a small answer waits
+// in the write buffer; a file size limit of two bytes plays the full disk.
+TEST_F(ClientDownload, AFileThatCannotBeWrittenIsReportedAndLeavesNothing) {
+  server_.SetAnswer("CsvExportFileQuery", vrex::testing::Answer(200, "a;b\n", "text/csv"));
+  std::signal(SIGXFSZ, SIG_IGN);  // a write past the limit fails instead of ending the process
+  rlimit unlimited{};
+  getrlimit(RLIMIT_FSIZE, &unlimited);
+  const rlimit twoBytes{2, unlimited.rlim_max};
+  setrlimit(RLIMIT_FSIZE, &twoBytes);
+  const Outcome outcome =
+      vrex::Client(vrex::testing::QuickOptions(server_.BaseUrl()))
+          .DownloadToFile(contracts::CsvExportFileQuery(), directory_.Path() / "a.csv");
+  setrlimit(RLIMIT_FSIZE, &unlimited);
+  EXPECT_EQ(outcome.GetEvent(), Outcome::Event::FileFailed);
+  EXPECT_NE(outcome.Message().find("cannot write"), std::string::npos) << outcome.Message();
   EXPECT_EQ(FilesInDirectory(), 0u);
 }
 

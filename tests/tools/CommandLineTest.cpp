@@ -27,7 +27,7 @@ namespace vrex::cli {
 namespace {
 
 namespace dc = ::Korvan::KQ::DataContracts;
-using testing::BodyAnswer;
+using testing::Answer;
 using ::testing::HasSubstr;
 using ::testing::Not;
 using testing::PlantServerTest;
@@ -73,7 +73,7 @@ const std::string kSecret = "s3cret-gateway-token";
 const std::string kSpectrum = "|--clavis=Idle/FFT/Mic-1/Gearbox/Spectrum/MIC-4189-A";
 
 SetUp Serve(const std::string& type, int status, const std::string& body = "") {
-  return [=](PlantServerTest& test) { test.server.SetAnswer(type, BodyAnswer(status, body)); };
+  return [=](PlantServerTest& test) { test.server.SetAnswer(type, Answer(status, body)); };
 }
 
 // An answer to `type` written as JSON of `messageType`.
@@ -327,7 +327,7 @@ using Catalog = PlantServerTest;
 // reaches the server as the template describes it; a query's answer prints.
 TEST_F(Catalog, EveryRequestIsCallableFromItsTemplate) {
   for (const RequestInfo& request : Requests()) {
-    if (request.kind == RequestKind::File) server.SetAnswer(request.name, BodyAnswer(200, "RIFF"));
+    if (request.kind == RequestKind::File) server.SetAnswer(request.name, Answer(200, "RIFF"));
   }
   for (const RequestInfo& request : Requests()) {
     const std::string type(request.name);

@@ -21,14 +21,6 @@ VrexRun RunVrexInProcess(const std::vector<std::string>& arguments, const std::s
   return run;
 }
 
-stub::CannedAnswer BodyAnswer(int status, std::string body, std::string contentType) {
-  stub::CannedAnswer answer;
-  answer.status = status;
-  answer.body = std::move(body);
-  answer.contentType = std::move(contentType);
-  return answer;
-}
-
 void PlantServerTest::SetUp() {
   ASSERT_TRUE(server.LoadAnswers(VREX_STUB_SAMPLE_PLANT).Ok());
   server.Start();

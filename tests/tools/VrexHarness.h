@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "ScratchDirectory.h"
-#include "vrex/stub/StubServer.h"
+#include "StubFixture.h"
 
 namespace vrex::testing {
 
@@ -23,10 +23,6 @@ struct VrexRun {
 /// and help wrapped at `columns`.
 VrexRun RunVrexInProcess(const std::vector<std::string>& arguments, const std::string& input = "",
                          std::size_t columns = 80);
-
-/// An answer of `status` with exactly `body`.
-stub::CannedAnswer BodyAnswer(int status, std::string body,
-                              std::string contentType = "application/x-protobuf");
 
 class PlantServerTest : public ::testing::Test {
  public:
