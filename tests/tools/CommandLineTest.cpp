@@ -123,7 +123,8 @@ Check Sent(std::string type, std::string parts) {
 
 const std::string kSampleLog = R"({"Factory": "Plant-North", "Line": "Line-A", "LogEntries": [{
     "Level": "Warning", "SourceContext": "ArchiveWriter", "Message": "Disk \"D\" almost full, 95%",
-    "Exception": "IOException: no space", "Timestamp": {"value": "1710223091", "scale": "SECONDS", "kind": "UTC"}}]})";
+    "Exception": "IOException: no space", "Timestamp": {"value": "1710223091", "scale": "SECONDS", "kind": "UTC"}}],
+    "LastModified": {"value": "1710223091", "scale": "SECONDS", "kind": "UTC"}})";
 
 const std::vector<Case> kCases = {
     {"VersionNotAccepted", "version|{url}", 7, "5.0.0: NOT accepted", "",
@@ -185,8 +186,8 @@ const std::vector<Case> kCases = {
      "s^2,\r\n|Order map/MIC-4189-A,Matrix,4,order,3000,rpm,50.3,dB re 2e-05 "
      "Pa,\r\n|ACC-356B,Invalid,,,,,,,invalid: Sensor overload at 3800 rpm\r\n"},
     {"LogEntriesAndTheirQuery", "log|" + kLineA + "|--level=Warning|--source=ArchiveWriter", 0,
-     "Log of Plant-North / Line-A|2024-03-12T06:58:11+01:00  Warning  ArchiveWriter|exception: "
-     "IOException: no space",
+     "Log of Plant-North / Line-A, last changed 2024-03-12T06:58:11+01:00\n"
+     "|2024-03-12T06:58:11+01:00  Warning  ArchiveWriter|exception: IOException: no space",
      "", Serve("LogEntryQuery", "LogEntryContainer", kSampleLog),
      Sent("LogEntryQuery", R"("Level":"Warning"|"SourceContext":"ArchiveWriter"|!"TestBench"|)"
                            R"(!"FromTime")")},
@@ -277,7 +278,8 @@ const std::vector<Case> kCases = {
     {"NoCommand", "", 2, "", "--help"},
     {"CompletionForBash", "completion|bash", 0,
      "complete -F _vrex vrex\n| plot |--waterfall|MeasurementQuery|Warning|--output) "
-     "COMPREPLY=($(compgen -W \"json binary text\""},
+     "COMPREPLY=($(compgen -W \"json binary text\"|Version\" -- \"$current\")); return ;;\n"
+     "      esac\n      words=\"--area --family --help --json -h\" ;;"},
     {"CompletionForAnotherShell", "completion|zsh", 2, "", "zsh"},
     {"PlotScriptOnly", "plot|" + kLineA + kSpectrum + "|--script-only|-o|{dir}/s.png", 0, "",
      "wrote |s.gp` draws ", nullptr,
