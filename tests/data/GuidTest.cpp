@@ -11,7 +11,7 @@ constexpr GuidBytes kBytes = {0x33, 0x22, 0x11, 0x00, 0x55, 0x44, 0x77, 0x66,
                               0x88, 0x99, 0xaa, 0xbb, 0xcc, 0xdd, 0xee, 0xff};
 
 TEST(GuidTest, KnownIdentifierMapsToItsBytesAndHalves) {
-  const Result<bcl::Guid> parsed = ParseGuid("00112233-4455-6677-8899-AABBCCDDEEFF");
+  const Result<bcl::Guid> parsed = ParseGuid("00112233-4455-6677-8899-aabbccDDEEFF");
   ASSERT_TRUE(parsed.Ok()) << parsed.GetStatus().Message();
   EXPECT_EQ(parsed.Value().lo(), 0x6677445500112233ULL);
   EXPECT_EQ(parsed.Value().hi(), 0xffeeddccbbaa9988ULL);
