@@ -116,8 +116,7 @@ TEST_F(ClientDownload, ATransferBrokenOffMidwayLeavesNoFileAndIsNotRepeated) {
   EXPECT_EQ(FilesInDirectory(), 0u);
 }
 
-// A full disk shows only when the file is closed while a small answer waits
-// in the write buffer; a file size limit of two bytes plays the full disk.
+// A full disk (here a 2-byte file size limit) shows on closing while a small answer is buffered.
 TEST_F(ClientDownload, AFileThatCannotBeWrittenIsReportedAndLeavesNothing) {
   server_.SetAnswer("CsvExportFileQuery", vrex::testing::Answer(200, "a;b\n", "text/csv"));
   std::signal(SIGXFSZ, SIG_IGN);  // a write past the limit fails instead of ending the process

@@ -38,13 +38,12 @@ TEST(ClientWire, SendsTheHeadersAndBodiesOfTheEstablishedApi) {
   EXPECT_EQ(seen[2].path, "http://results.example/api/ApiVersionQuery");
   const std::string bodies[] = {"{}", withFactory.SerializeAsString()};
   const std::string contentTypes[] = {"application/json", "application/x-protobuf"};
-  const std::string userAgents[] = {"lVrexClient", "plant-dashboard/2"};
   for (std::size_t i = 0; i < 2; ++i) {
     EXPECT_EQ(seen[i].path, "/api/ApiVersionQuery");
     EXPECT_EQ(seen[i].body, bodies[i]);
     EXPECT_EQ(*seen[i].FindHeader("Content-Type"), contentTypes[i]);
     EXPECT_EQ(*seen[i].FindHeader("accept"), "application/x-protobuf");
-    EXPECT_EQ(*seen[i].FindHeader("User-Agent"), userAgents[i]);
+    EXPECT_EQ(*seen[i].FindHeader("User-Agent"), i == 0 ? "lVrexClient" : "plant-dashboard/2");
   }
   EXPECT_EQ(seen[0].FindHeader("GatewayApiAuthentication")->size(), 300u);  // the build's token
   EXPECT_EQ(*seen[1].FindHeader("GatewayApiAuthentication"), "session-test-token");

@@ -54,8 +54,7 @@ TEST(StubExecutable, StartsOnlyWithGoodDataPrintsItsPortAndStopsOnSigterm) {
   const std::string output = refused.ReadRest(std::chrono::seconds(5));
   EXPECT_THAT(output, HasSubstr((data.Path() / "ApiVersionQuery.json").string()));
   EXPECT_THAT(output, ::testing::Not(HasSubstr("listening")));
-  ChildProcess misspelt(VREX_STUB_EXECUTABLE, {"--prot", "0"});
-  const auto status = misspelt.Wait(kPatience);
+  const auto status = ChildProcess(VREX_STUB_EXECUTABLE, {"--prot", "0"}).Wait(kPatience);
   EXPECT_TRUE(status && WIFEXITED(*status) && WEXITSTATUS(*status) != 0) << "ran with a bad option";
 
   ChildProcess stub(VREX_STUB_EXECUTABLE, {"--port", "0"});
