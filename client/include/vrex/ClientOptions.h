@@ -99,8 +99,9 @@ struct ClientOptions {
   std::size_t maxConnectionsPerHost = 8;
   std::size_t maxRequestsInFlight = 64;
   ParseOptions parsing;
-  /// Unset: nothing is traced. The value of "GatewayApiAuthentication" is
-  /// shown as "***", never as the token.
+  /// Unset: nothing is traced. The values of "GatewayApiAuthentication",
+  /// "Authorization" and "Proxy-Authorization", the token wherever it shows
+  /// and URL passwords are shown as "***" (vrex/data/SecretMask.h).
   WireTraceHandler onWireTrace;
 };
 
