@@ -3,8 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <condition_variable>
 #include <memory>
+#include <mutex>
+#include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "AddShiftCommand.pb.h"
@@ -26,13 +30,15 @@ constexpr std::chrono::seconds kHangBound{30};
 constexpr std::chrono::minutes kForever{10};
 
 // How the stub answers a GeneralInformationQuery, by the factory it names:
-// "Fail-..." with 500, "Slow-..." after kForever, anything else with one
-// test whose serial is the factory, after a few milliseconds that vary.
+// "Fail-..." with 500, "Busy-..." with 503 (retried), "Slow-..." after
+// kForever, anything else with one test whose serial is the factory, after a
+// few milliseconds that vary.
 stub::CannedAnswer EchoFactory(const stub::JournalEntry& request) {
   contracts::GeneralInformationQuery query;
   query.ParseFromString(request.body);
   const std::string& factory = query.factory();
   if (factory.rfind("Fail-", 0) == 0) return Answer(500);
+  if (factory.rfind("Busy-", 0) == 0) return Answer(503);
   contracts::GeneralInformationContainer answer;
   answer.add_values()->set_serial(factory);
   stub::CannedAnswer canned = stub::MessageAnswer(answer);
@@ -123,6 +129,131 @@ TEST_F(ClientAsync, DestroyingTheClientEndsEveryCallUnderWayAsCancelled) {
   const Outcome command = GetWithin(commands[0]);
   EXPECT_TRUE(command.Ok() || command.GetEvent() == Event::Cancelled) << command.Message();
 }
+
+// Bound on a cancelled call's end, far below the back-off and the queue's
+// wait it is cancelled in: only a call that ended at its cancellation meets it.
+constexpr std::chrono::seconds kCancelBound{10};
+
+TEST_F(ClientAsync, CancellingEndsAQueuedOrBackingOffCallAtOnce) {
+  ClientOptions options = Options();
+  options.totalTimeout = std::chrono::minutes(5);  // how long the slow calls hold their connection
+  options.maxConnectionsPerHost = 2;
+  options.retry.maxAttempts = 2;
+  options.retry.initialDelay = options.retry.maxDelay = std::chrono::minutes(1);  // 30 to 60 s
+  options.retry.maxTotalTime = std::chrono::minutes(5);
+  const Client client(options);
+  const auto requestsReach = [&](std::size_t count) {
+    for (int wait = 0; wait < 3000 && server.Journal().size() < count; ++wait) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+  };
+  auto backingOff = client.SendAsync(QueryFor("Busy-1"));
+  auto slow = client.SendAsync(QueryFor("Slow-1"));
+  requestsReach(2);
+  std::this_thread::sleep_for(std::chrono::milliseconds(100));  // the 503 arrives, the back-off starts
+  auto alsoSlow = client.SendAsync(QueryFor("Slow-2"));
+  requestsReach(3);
+  auto queued = client.SendAsync(QueryFor("Plant-Q"));  // both connections are busy
+
+  backingOff.Cancel();
+  queued.Cancel();
+
+  ASSERT_TRUE(backingOff.WaitFor(kCancelBound)) << "the back-off ran on";
+  ASSERT_TRUE(queued.WaitFor(kCancelBound)) << "the call stayed in the queue";
+  EXPECT_EQ(backingOff.Get().GetStatus().GetEvent(), Event::Cancelled);
+  EXPECT_EQ(queued.Get().GetStatus().GetEvent(), Event::Cancelled);
+  EXPECT_EQ(server.Journal().size(), 3u);
+}
+
+// The last copy of a client let go while calls are under way: in the
+// callback of one of them (`releasing`), or on the test's thread once the
+// server saw `requestsFirst` requests. Every callback must run exactly once,
+// before the destructor returns, and the wire trace must stay silent after it.
+struct LetGo {
+  std::string name;
+  std::size_t connections;
+  int maxAttempts;
+  std::vector<std::string> factories;  ///< one call each, started in this order
+  std::optional<std::size_t> cancelled;  ///< a call cancelled at once
+  std::optional<std::size_t> releasing;
+  std::size_t requestsFirst = 0;
+};
+
+void PrintTo(const LetGo& row, std::ostream* out) { *out << row.name; }
+
+// What the calls of one round saw; shared with the callbacks and the trace.
+struct Round {
+  std::mutex mutex;
+  std::condition_variable changed;
+  std::vector<int> callbacks;
+  int late = 0;  // callbacks and trace lines after the destructor returned
+  bool released = false;
+  std::unique_ptr<Client> client;
+
+  void Release() {
+    client.reset();
+    const std::lock_guard<std::mutex> lock(mutex);
+    released = true;
+    changed.notify_all();
+  }
+};
+
+class ClientLetGo : public ClientAsync, public ::testing::WithParamInterface<LetGo> {};
+
+TEST_P(ClientLetGo, EveryCallbackRunsOnceBeforeTheDestructorReturns) {
+  constexpr int kRounds = 20;
+  const LetGo& row = GetParam();
+  for (int roundNumber = 0; roundNumber < kRounds; ++roundNumber) {
+    auto round = std::make_shared<Round>();
+    round->callbacks.assign(row.factories.size(), 0);
+    ClientOptions options = Options();
+    options.maxConnectionsPerHost = row.connections;
+    options.retry.maxAttempts = row.maxAttempts;
+    options.onWireTrace = [round](WireTraceKind, std::string_view) {
+      const std::lock_guard<std::mutex> lock(round->mutex);
+      round->late += round->released ? 1 : 0;
+    };
+    round->client = std::make_unique<Client>(options);
+    server.ClearJournal();
+    std::vector<CallCanceller> calls;
+    for (std::size_t i = 0; i < row.factories.size(); ++i) {
+      calls.push_back(round->client->SendAsync(QueryFor(row.factories[i]), [round, i, &row](auto) {
+        {
+          const std::lock_guard<std::mutex> lock(round->mutex);
+          ++round->callbacks[i];
+          round->late += round->released ? 1 : 0;
+        }
+        if (row.releasing == i) round->Release();
+      }));
+    }
+    if (row.cancelled) calls[*row.cancelled].Cancel();
+    if (!row.releasing) {
+      for (int wait = 0; wait < 3000 && server.Journal().size() < row.requestsFirst; ++wait) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+      }
+      round->Release();
+    }
+
+    std::unique_lock<std::mutex> lock(round->mutex);
+    ASSERT_TRUE(round->changed.wait_for(lock, kHangBound, [&] { return round->released; }));
+    EXPECT_EQ(round->callbacks, std::vector<int>(row.factories.size(), 1)) << roundNumber;
+    EXPECT_EQ(round->late, 0) << roundNumber;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Lifetimes, ClientLetGo,
+    ::testing::Values(
+        LetGo{"InTheCallbackOfARunningCall", 2, 1, {"Plant-A", "Slow-1", "Slow-2", "Slow-3"},
+              std::nullopt, 0},
+        LetGo{"InTheCallbackOfAQueuedCall", 1, 1, {"Plant-A", "Plant-B", "Slow-1", "Slow-2"},
+              std::nullopt, 1},
+        LetGo{"InTheCallbackOfACancelledQueuedCall", 1, 1, {"Slow-0", "Slow-1", "Slow-2"}, 1, 1},
+        LetGo{"InTheCallbackOfARetriedCall", 3, 3, {"Busy-A", "Slow-1", "Busy-B", "Slow-2"},
+              std::nullopt, 0},
+        LetGo{"OnAnotherThreadDuringRetries", 2, 1000, {"Busy-A", "Busy-B", "Busy-C"},
+              std::nullopt, std::nullopt, 12}),
+    [](const auto& info) { return info.param.name; });
 
 }  // namespace
 }  // namespace vrex::testing
