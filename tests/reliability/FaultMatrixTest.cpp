@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <future>
 #include <memory>
@@ -11,8 +12,11 @@
 
 #include "ApiVersionQuery.pb.h"
 #include "BoundedCall.h"
+#include "DeleteShiftCommand.pb.h"
 #include "Endpoints.h"
 #include "FaultCatalog.h"
+#include "GeneralInformationQuery.pb.h"
+#include "StubFixture.h"
 #include "VrexClient.h"
 #include "vrex/Client.h"
 #include "vrex/stub/StubServer.h"
@@ -22,6 +26,7 @@ namespace {
 
 using ::testing::HasSubstr;
 using ::testing::Not;
+using Event = Outcome::Event;
 
 constexpr std::string_view kTransferFailureLine = "curl_easy_perform() failed: ";
 
@@ -253,6 +258,77 @@ TEST_P(SessionClientFault, EveryFormGivesTheDocumentedOutcomeWithinItsTimeOut) {
 
 INSTANTIATE_TEST_SUITE_P(FaultMatrix, SessionClientFault, ::testing::ValuesIn(Faults()),
                          PrintFaultName);
+
+// A server that takes a request on a kept-alive connection and closes it
+// without an answer, as one restarting would. libcurl would send the request
+// again on a fresh connection by itself; only the client's own attempts may.
+struct ClosedAfterRequest {
+  std::string name;
+  std::string requestType;
+  std::function<Outcome(const Client&)> call;
+  int maxAttempts;
+  std::size_t requests;  ///< of `requestType` the server received
+  Outcome::Event event;
+};
+
+void PrintTo(const ClosedAfterRequest& row, std::ostream* out) { *out << row.name; }
+
+Outcome SendCommand(const Client& client) { return client.Send(contracts::DeleteShiftCommand()); }
+Outcome SendCommandAsync(const Client& client) {
+  return client.SendAsync(contracts::DeleteShiftCommand()).Get();
+}
+Outcome SendQuery(const Client& client) {
+  return client.Send(contracts::GeneralInformationQuery()).GetStatus();
+}
+Outcome SendQueryAsync(const Client& client) {
+  return client.SendAsync(contracts::GeneralInformationQuery()).Get().GetStatus();
+}
+
+class KeptAliveConnectionClosed : public ::testing::TestWithParam<ClosedAfterRequest> {};
+
+TEST_P(KeptAliveConnectionClosed, EachAttemptReachesTheServerAtMostOnce) {
+  const ClosedAfterRequest& row = GetParam();
+  stub::StubServer server;
+  server.SetAnswer("ApiVersionQuery", testing::Answer(200));
+  server.SetResponder(row.requestType, [taken = std::make_shared<std::atomic<int>>(0)](
+                                           const stub::JournalEntry&) {
+    stub::CannedAnswer answer = testing::Answer(200);
+    if (++*taken == 1) answer.delivery = stub::Delivery::CloseWithoutAnswer;
+    return answer;
+  });
+  server.Start();
+  ClientOptions options = MatrixOptions(server.BaseUrl());
+  options.retry.maxAttempts = row.maxAttempts;
+  options.retry.initialDelay = options.retry.maxDelay = std::chrono::milliseconds(1);
+  const Client client(options);
+  // The same form first leaves a kept-alive connection behind.
+  const bool async = row.name.find("Async") != std::string::npos;
+  ASSERT_TRUE(async ? client.SendAsync(Query()).Get().Ok() : client.Send(Query()).Ok());
+
+  const Outcome outcome = RunBounded([&] { return row.call(client); }, [&] { server.Stop(); });
+
+  EXPECT_EQ(outcome.GetEvent(), row.event) << outcome.Message();
+  const auto journal = server.Journal();
+  ASSERT_EQ(journal.size(), 1 + row.requests);
+  EXPECT_EQ(journal[1].connection, journal[0].connection) << "not sent on the kept-alive one";
+  server.Stop();
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    FaultMatrix, KeptAliveConnectionClosed,
+    ::testing::Values(
+        ClosedAfterRequest{"Command", "DeleteShiftCommand", SendCommand, 3, 1, Event::NoAnswer},
+        ClosedAfterRequest{"CommandAsync", "DeleteShiftCommand", SendCommandAsync, 3, 1,
+                           Event::NoAnswer},
+        ClosedAfterRequest{"QueryWithoutRetries", "GeneralInformationQuery", SendQuery, 1, 1,
+                           Event::NoAnswer},
+        ClosedAfterRequest{"QueryWithoutRetriesAsync", "GeneralInformationQuery", SendQueryAsync,
+                           1, 1, Event::NoAnswer},
+        ClosedAfterRequest{"QueryWithRetries", "GeneralInformationQuery", SendQuery, 3, 2,
+                           Event::Succeeded},
+        ClosedAfterRequest{"QueryWithRetriesAsync", "GeneralInformationQuery", SendQueryAsync, 3,
+                           2, Event::Succeeded}),
+    [](const auto& info) { return info.param.name; });
 
 }  // namespace
 }  // namespace vrex::reliability
