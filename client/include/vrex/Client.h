@@ -122,7 +122,10 @@ class VREX_EXPORT Client {
   // only once every call's `onDone` has run (its result is in), each exactly
   // once; let go inside an `onDone`, the others' run there, before the
   // destructor returns. Nothing of the client runs the caller's code after
-  // that: the wire trace handler is not called again either.
+  // that: the wire trace handler is not called again either. Only a
+  // download's chunk or progress handler, which runs inside its transfer,
+  // must not let the last copy go (the destructor would wait for that very
+  // transfer).
 
   /// Sends a query; the result arrives in the AsyncCall.
   template <class Query, std::enable_if_t<kIsQuery<Query>, int> = 0>
