@@ -130,53 +130,47 @@ TEST_F(ClientAsync, DestroyingTheClientEndsEveryCallUnderWayAsCancelled) {
   EXPECT_TRUE(command.Ok() || command.GetEvent() == Event::Cancelled) << command.Message();
 }
 
-// Bound on a cancelled call's end, far below the back-off and the queue's
-// wait it is cancelled in: only a call that ended at its cancellation meets it.
-constexpr std::chrono::seconds kCancelBound{10};
+void AwaitRequests(const stub::StubServer& server, std::size_t count) {
+  for (int wait = 0; wait < 3000 && server.Journal().size() < count; ++wait) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+}
 
+// A back-off of 30 to 60 s and a queue behind calls that hold both
+// connections for minutes: only calls that end when cancelled end within 10 s.
 TEST_F(ClientAsync, CancellingEndsAQueuedOrBackingOffCallAtOnce) {
   ClientOptions options = Options();
-  options.totalTimeout = std::chrono::minutes(5);  // how long the slow calls hold their connection
-  options.maxConnectionsPerHost = 2;
-  options.retry.maxAttempts = 2;
-  options.retry.initialDelay = options.retry.maxDelay = std::chrono::minutes(1);  // 30 to 60 s
-  options.retry.maxTotalTime = std::chrono::minutes(5);
+  options.totalTimeout = options.retry.maxTotalTime = std::chrono::minutes(5);
+  options.maxConnectionsPerHost = options.retry.maxAttempts = 2;
+  options.retry.initialDelay = options.retry.maxDelay = std::chrono::minutes(1);
   const Client client(options);
-  const auto requestsReach = [&](std::size_t count) {
-    for (int wait = 0; wait < 3000 && server.Journal().size() < count; ++wait) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-  };
   auto backingOff = client.SendAsync(QueryFor("Busy-1"));
   auto slow = client.SendAsync(QueryFor("Slow-1"));
-  requestsReach(2);
-  std::this_thread::sleep_for(std::chrono::milliseconds(100));  // the 503 arrives, the back-off starts
+  AwaitRequests(server, 2);
+  std::this_thread::sleep_for(std::chrono::milliseconds(100));  // the 503 comes, back-off starts
   auto alsoSlow = client.SendAsync(QueryFor("Slow-2"));
-  requestsReach(3);
-  auto queued = client.SendAsync(QueryFor("Plant-Q"));  // both connections are busy
-
+  AwaitRequests(server, 3);
+  auto queued = client.SendAsync(QueryFor("Plant-Q"));
   backingOff.Cancel();
   queued.Cancel();
-
-  ASSERT_TRUE(backingOff.WaitFor(kCancelBound)) << "the back-off ran on";
-  ASSERT_TRUE(queued.WaitFor(kCancelBound)) << "the call stayed in the queue";
-  EXPECT_EQ(backingOff.Get().GetStatus().GetEvent(), Event::Cancelled);
-  EXPECT_EQ(queued.Get().GetStatus().GetEvent(), Event::Cancelled);
+  for (auto* call : {&backingOff, &queued}) {
+    ASSERT_TRUE(call->WaitFor(std::chrono::seconds(10)));
+    EXPECT_EQ(call->Get().GetStatus().GetEvent(), Event::Cancelled);
+  }
   EXPECT_EQ(server.Journal().size(), 3u);
 }
 
 // The last copy of a client let go while calls are under way: in the
-// callback of one of them (`releasing`), or on the test's thread once the
-// server saw `requestsFirst` requests. Every callback must run exactly once,
-// before the destructor returns, and the wire trace must stay silent after it.
+// callback of call `releasing`, or (none) on the test's thread once the
+// server saw 12 requests. Every callback must run exactly once before the
+// destructor returns, and the wire trace must be silent after it.
 struct LetGo {
   std::string name;
   std::size_t connections;
   int maxAttempts;
-  std::vector<std::string> factories;  ///< one call each, started in this order
-  std::optional<std::size_t> cancelled;  ///< a call cancelled at once
+  std::vector<std::string> factories;  ///< one call each, in this order
   std::optional<std::size_t> releasing;
-  std::size_t requestsFirst = 0;
+  std::optional<std::size_t> cancelled;  ///< a call cancelled at once
 };
 
 void PrintTo(const LetGo& row, std::ostream* out) { *out << row.name; }
@@ -187,55 +181,59 @@ struct Round {
   std::condition_variable changed;
   std::vector<int> callbacks;
   int late = 0;  // callbacks and trace lines after the destructor returned
-  bool released = false;
+  bool started = false;  // every call is started: the test's thread is done with the client
+  bool gone = false;
   std::unique_ptr<Client> client;
 
-  void Release() {
-    client.reset();
+  void Note(std::optional<std::size_t> call) {
     const std::lock_guard<std::mutex> lock(mutex);
-    released = true;
+    late += gone ? 1 : 0;
+    if (call) ++callbacks[*call];
+  }
+  bool Await(const bool& flag) {
+    std::unique_lock<std::mutex> lock(mutex);
+    return changed.wait_for(lock, kHangBound, [&] { return flag; });
+  }
+  void Set(bool& flag) {
+    const std::lock_guard<std::mutex> lock(mutex);
+    flag = true;
     changed.notify_all();
+  }
+  void Release() {
+    Await(started);
+    client.reset();
+    Set(gone);
   }
 };
 
 class ClientLetGo : public ClientAsync, public ::testing::WithParamInterface<LetGo> {};
 
 TEST_P(ClientLetGo, EveryCallbackRunsOnceBeforeTheDestructorReturns) {
-  constexpr int kRounds = 20;
   const LetGo& row = GetParam();
-  for (int roundNumber = 0; roundNumber < kRounds; ++roundNumber) {
+  for (int roundNumber = 0; roundNumber < 20; ++roundNumber) {
     auto round = std::make_shared<Round>();
     round->callbacks.assign(row.factories.size(), 0);
     ClientOptions options = Options();
     options.maxConnectionsPerHost = row.connections;
     options.retry.maxAttempts = row.maxAttempts;
-    options.onWireTrace = [round](WireTraceKind, std::string_view) {
-      const std::lock_guard<std::mutex> lock(round->mutex);
-      round->late += round->released ? 1 : 0;
-    };
+    options.onWireTrace = [round](WireTraceKind, std::string_view) { round->Note({}); };
     round->client = std::make_unique<Client>(options);
     server.ClearJournal();
     std::vector<CallCanceller> calls;
     for (std::size_t i = 0; i < row.factories.size(); ++i) {
       calls.push_back(round->client->SendAsync(QueryFor(row.factories[i]), [round, i, &row](auto) {
-        {
-          const std::lock_guard<std::mutex> lock(round->mutex);
-          ++round->callbacks[i];
-          round->late += round->released ? 1 : 0;
-        }
+        round->Note(i);
         if (row.releasing == i) round->Release();
       }));
     }
     if (row.cancelled) calls[*row.cancelled].Cancel();
+    round->Set(round->started);
     if (!row.releasing) {
-      for (int wait = 0; wait < 3000 && server.Journal().size() < row.requestsFirst; ++wait) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-      }
+      AwaitRequests(server, 12);
       round->Release();
     }
-
-    std::unique_lock<std::mutex> lock(round->mutex);
-    ASSERT_TRUE(round->changed.wait_for(lock, kHangBound, [&] { return round->released; }));
+    ASSERT_TRUE(round->Await(round->gone));
+    const std::lock_guard<std::mutex> lock(round->mutex);
     EXPECT_EQ(round->callbacks, std::vector<int>(row.factories.size(), 1)) << roundNumber;
     EXPECT_EQ(round->late, 0) << roundNumber;
   }
@@ -244,15 +242,11 @@ TEST_P(ClientLetGo, EveryCallbackRunsOnceBeforeTheDestructorReturns) {
 INSTANTIATE_TEST_SUITE_P(
     Lifetimes, ClientLetGo,
     ::testing::Values(
-        LetGo{"InTheCallbackOfARunningCall", 2, 1, {"Plant-A", "Slow-1", "Slow-2", "Slow-3"},
-              std::nullopt, 0},
-        LetGo{"InTheCallbackOfAQueuedCall", 1, 1, {"Plant-A", "Plant-B", "Slow-1", "Slow-2"},
-              std::nullopt, 1},
+        LetGo{"InTheCallbackOfARunningCall", 2, 1, {"Plant-A", "Slow-1", "Slow-2", "Slow-3"}, 0},
+        LetGo{"InTheCallbackOfAQueuedCall", 1, 1, {"Plant-A", "Plant-B", "Slow-1", "Slow-2"}, 1},
         LetGo{"InTheCallbackOfACancelledQueuedCall", 1, 1, {"Slow-0", "Slow-1", "Slow-2"}, 1, 1},
-        LetGo{"InTheCallbackOfARetriedCall", 3, 3, {"Busy-A", "Slow-1", "Busy-B", "Slow-2"},
-              std::nullopt, 0},
-        LetGo{"OnAnotherThreadDuringRetries", 2, 1000, {"Busy-A", "Busy-B", "Busy-C"},
-              std::nullopt, std::nullopt, 12}),
+        LetGo{"InTheCallbackOfARetriedCall", 3, 3, {"Busy-A", "Slow-1", "Busy-B", "Slow-2"}, 0},
+        LetGo{"OnAnotherThreadDuringRetries", 2, 1000, {"Busy-A", "Busy-B", "Busy-C"}}),
     [](const auto& info) { return info.param.name; });
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "internal/CallRegistry.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 namespace vrex::internal {
@@ -48,7 +49,8 @@ CallRegistry::Ending::Ending(CallRegistry& registry) : registry_(registry) {
 }
 
 CallRegistry::Ending::~Ending() {
-  callbacksHere.erase(std::find(callbacksHere.rbegin(), callbacksHere.rend(), &registry_).base() - 1);
+  const auto innermost = std::find(callbacksHere.rbegin(), callbacksHere.rend(), &registry_);
+  callbacksHere.erase(std::next(innermost).base());
   const std::lock_guard<std::mutex> lock(registry_.mutex_);
   --registry_.underWay_;
   registry_.ended_.notify_all();

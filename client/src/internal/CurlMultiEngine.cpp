@@ -342,7 +342,9 @@ CurlMultiEngine::~CurlMultiEngine() {
   thread_.detach();
 }
 
-bool CurlMultiEngine::OnLoopThread() const { return thread_.get_id() == std::this_thread::get_id(); }
+bool CurlMultiEngine::OnLoopThread() const {
+  return thread_.get_id() == std::this_thread::get_id();
+}
 
 void CurlMultiEngine::Submit(AsyncExchange exchange) { loop_->Submit(std::move(exchange)); }
 
