@@ -70,11 +70,10 @@ std::vector<Seed> SlicedParseSeeds(std::vector<Seed> answerSeeds) {
   // Field 1 once more, as a message and as a number, each tag in 5 bytes with
   // bits beyond 32 that the parser drops.
   const std::string fiveByteTags("\x8a\x80\x80\x80\x70\x00\x88\x80\x80\x80\x70\x07", 12);
-  const std::size_t plain = answerSeeds.size();
-  for (std::size_t i = 0; i < plain; ++i) {
-    answerSeeds[i].bytes.insert(answerSeeds[i].bytes.begin() + 1, kChunkOf8Bytes);
-    Seed longTags{"five-byte-tags-" + answerSeeds[i].name, answerSeeds[i].bytes + fiveByteTags};
-    answerSeeds.push_back(std::move(longTags));
+  for (std::size_t i = 0, plain = answerSeeds.size(); i < plain; ++i) {
+    Seed& seed = answerSeeds[i];  // not used after the push_back, which may move it
+    seed.bytes.insert(seed.bytes.begin() + 1, kChunkOf8Bytes);
+    answerSeeds.push_back({"five-byte-tags-" + seed.name, seed.bytes + fiveByteTags});
   }
   return answerSeeds;
 }

@@ -4,7 +4,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <chrono>
 #include <future>
 #include <memory>
@@ -260,46 +259,42 @@ TEST_P(SessionClientFault, EveryFormGivesTheDocumentedOutcomeWithinItsTimeOut) {
 INSTANTIATE_TEST_SUITE_P(FaultMatrix, SessionClientFault, ::testing::ValuesIn(Faults()),
                          PrintFaultName);
 
-// A server that takes a request on a kept-alive connection and closes it
-// without an answer, as one restarting would. libcurl would send the request
-// again on a fresh connection by itself; only the client's own attempts may.
-struct ClosedAfterRequest {
-  std::string name;
-  bool command;
+// A server takes a request on a connection kept alive after a first call of
+// the same form, and closes it without an answer, as a restarting one would.
+// libcurl would send the request again on a fresh connection by itself; only
+// the client's own attempts may.
+struct ClosedUnanswered {
+  std::string name;  ///< "Command...", "Query..."; "...Async": with SendAsync
   int maxAttempts;
   std::size_t requests;  ///< of the command or query that the server received
   Event event;
 };
 
-void PrintTo(const ClosedAfterRequest& row, std::ostream* out) { *out << row.name; }
-
-class KeptAliveConnectionClosed : public ::testing::TestWithParam<ClosedAfterRequest> {};
+class KeptAliveConnectionClosed : public ::testing::TestWithParam<ClosedUnanswered> {};
 
 TEST_P(KeptAliveConnectionClosed, EachAttemptReachesTheServerAtMostOnce) {
-  const ClosedAfterRequest& row = GetParam();
-  const std::string type = row.command ? "DeleteShiftCommand" : "GeneralInformationQuery";
+  const ClosedUnanswered& row = GetParam();
+  const bool command = row.name.rfind("Command", 0) == 0;
+  const bool async = row.name.find("Async") != std::string::npos;
   stub::StubServer server;
   server.SetAnswer("ApiVersionQuery", testing::Answer(200));
-  server.SetResponder(type, [taken = std::make_shared<std::atomic<int>>(0)](const auto&) {
-    stub::CannedAnswer answer = testing::Answer(200);
-    if (++*taken == 1) answer.delivery = stub::Delivery::CloseWithoutAnswer;
-    return answer;
-  });
+  stub::CannedAnswer closing = testing::Answer(200);
+  closing.delivery = stub::Delivery::CloseWithoutAnswer;
+  server.AddCase({command ? "DeleteShiftCommand" : "GeneralInformationQuery", "closing", "",
+                  {closing, testing::Answer(200)}});
   server.Start();
   ClientOptions options = MatrixOptions(server.BaseUrl());
   options.retry.maxAttempts = row.maxAttempts;
   const Client client(options);
-  const bool async = row.name.find("Async") != std::string::npos;
-  // A first call of the same form leaves a kept-alive connection behind.
   ASSERT_TRUE(async ? client.SendAsync(Query()).Get().Ok() : client.Send(Query()).Ok());
 
+  const contracts::DeleteShiftCommand deletion;
+  const contracts::GeneralInformationQuery query;
   const Outcome outcome = RunBounded(
       [&] {
-        const contracts::DeleteShiftCommand command;
-        if (row.command) return async ? client.SendAsync(command).Get() : client.Send(command);
         contracts::GeneralInformationContainer answer;
-        return async ? client.SendAsync(contracts::GeneralInformationQuery()).Get().GetStatus()
-                     : client.Send(contracts::GeneralInformationQuery(), answer);
+        if (command) return async ? client.SendAsync(deletion).Get() : client.Send(deletion);
+        return async ? client.SendAsync(query).Get().GetStatus() : client.Send(query, answer);
       },
       [&] { server.Stop(); });
 
@@ -311,12 +306,12 @@ TEST_P(KeptAliveConnectionClosed, EachAttemptReachesTheServerAtMostOnce) {
 
 INSTANTIATE_TEST_SUITE_P(
     FaultMatrix, KeptAliveConnectionClosed,
-    ::testing::Values(ClosedAfterRequest{"Command", true, 3, 1, Event::NoAnswer},
-                      ClosedAfterRequest{"CommandAsync", true, 3, 1, Event::NoAnswer},
-                      ClosedAfterRequest{"QueryWithoutRetries", false, 1, 1, Event::NoAnswer},
-                      ClosedAfterRequest{"QueryWithoutRetriesAsync", false, 1, 1, Event::NoAnswer},
-                      ClosedAfterRequest{"QueryWithRetries", false, 3, 2, Event::Succeeded},
-                      ClosedAfterRequest{"QueryWithRetriesAsync", false, 3, 2, Event::Succeeded}),
+    ::testing::Values(ClosedUnanswered{"Command", 3, 1, Event::NoAnswer},
+                      ClosedUnanswered{"CommandAsync", 3, 1, Event::NoAnswer},
+                      ClosedUnanswered{"QueryOnce", 1, 1, Event::NoAnswer},
+                      ClosedUnanswered{"QueryOnceAsync", 1, 1, Event::NoAnswer},
+                      ClosedUnanswered{"QueryRetried", 3, 2, Event::Succeeded},
+                      ClosedUnanswered{"QueryRetriedAsync", 3, 2, Event::Succeeded}),
     [](const auto& info) { return info.param.name; });
 
 }  // namespace

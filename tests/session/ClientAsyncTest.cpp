@@ -2,16 +2,16 @@
 // failures kept to their own call, cancellation and destruction under way.
 #include <gtest/gtest.h>
 
+#include <array>
+#include <atomic>
 #include <chrono>
-#include <condition_variable>
+#include <future>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include "AddShiftCommand.pb.h"
 #include "GeneralInformationContainer.pb.h"
 #include "GeneralInformationQuery.pb.h"
 #include "TestSupport.h"
@@ -111,98 +111,34 @@ TEST_F(ClientAsync, CancelledCallsEndAsCancelledAndOthersGoOn) {
   EXPECT_EQ(GetWithin(alsoSlow).GetStatus().GetEvent(), Event::Cancelled);
 }
 
-TEST_F(ClientAsync, DestroyingTheClientEndsEveryCallUnderWayAsCancelled) {
-  std::vector<AsyncCall<Result<contracts::GeneralInformationContainer, Outcome>>> calls;
-  std::vector<AsyncCall<Outcome>> commands;
-  {
-    ClientOptions options = Options();
-    options.totalTimeout = std::chrono::minutes(5);
-    options.maxConnectionsPerHost = 2;  // the rest still wait in the queue
-    const Client client(options);
-    for (int i = 0; i < 6; ++i) calls.push_back(client.SendAsync(QueryFor("Slow-" + std::to_string(i))));
-    commands.push_back(client.SendAsync(contracts::AddShiftCommand()));
-  }
-  for (auto& call : calls) {
-    EXPECT_EQ(GetWithin(call).GetStatus().GetEvent(), Event::Cancelled);
-  }
-  // Done before the client went, or cancelled with it: either way it ended.
-  const Outcome command = GetWithin(commands[0]);
-  EXPECT_TRUE(command.Ok() || command.GetEvent() == Event::Cancelled) << command.Message();
-}
-
-void AwaitRequests(const stub::StubServer& server, std::size_t count) {
-  for (int wait = 0; wait < 3000 && server.Journal().size() < count; ++wait) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(1));
-  }
-}
-
-// A back-off of 30 to 60 s and a queue behind calls that hold both
-// connections for minutes: only calls that end when cancelled end within 10 s.
-TEST_F(ClientAsync, CancellingEndsAQueuedOrBackingOffCallAtOnce) {
-  ClientOptions options = Options();
-  options.totalTimeout = options.retry.maxTotalTime = std::chrono::minutes(5);
-  options.maxConnectionsPerHost = options.retry.maxAttempts = 2;
-  options.retry.initialDelay = options.retry.maxDelay = std::chrono::minutes(1);
-  const Client client(options);
-  auto backingOff = client.SendAsync(QueryFor("Busy-1"));
-  auto slow = client.SendAsync(QueryFor("Slow-1"));
-  AwaitRequests(server, 2);
-  std::this_thread::sleep_for(std::chrono::milliseconds(100));  // the 503 comes, back-off starts
-  auto alsoSlow = client.SendAsync(QueryFor("Slow-2"));
-  AwaitRequests(server, 3);
-  auto queued = client.SendAsync(QueryFor("Plant-Q"));
-  backingOff.Cancel();
-  queued.Cancel();
-  for (auto* call : {&backingOff, &queued}) {
-    ASSERT_TRUE(call->WaitFor(std::chrono::seconds(10)));
-    EXPECT_EQ(call->Get().GetStatus().GetEvent(), Event::Cancelled);
-  }
-  EXPECT_EQ(server.Journal().size(), 3u);
-}
-
-// The last copy of a client let go while calls are under way: in the
-// callback of call `releasing`, or (none) on the test's thread once the
-// server saw 12 requests. Every callback must run exactly once before the
-// destructor returns, and the wire trace must be silent after it.
+// The last copy of a client let go in the callback of call `releasing`, or
+// on the test's thread, after call `cancelled` was cancelled. Every callback
+// must run once before the destructor returns, and a cancelled call end long
+// before its back-off (60 to 120 s) or queue (behind calls that never end).
 struct LetGo {
   std::string name;
   std::size_t connections;
   int maxAttempts;
+  int backOffSeconds;  ///< each wait is between half of it and all of it
   std::vector<std::string> factories;  ///< one call each, in this order
-  std::optional<std::size_t> releasing;
-  std::optional<std::size_t> cancelled;  ///< a call cancelled at once
+  std::optional<std::size_t> releasing, cancelled;
+  std::size_t requestsFirst = 0;  ///< the server saw them before the cancel or let-go
 };
 
-void PrintTo(const LetGo& row, std::ostream* out) { *out << row.name; }
-
-// What the calls of one round saw; shared with the callbacks and the trace.
+// What one round saw; shared with the callbacks and the trace.
 struct Round {
-  std::mutex mutex;
-  std::condition_variable changed;
-  std::vector<int> callbacks;
-  int late = 0;  // callbacks and trace lines after the destructor returned
-  bool started = false;  // every call is started: the test's thread is done with the client
-  bool gone = false;
+  std::array<std::atomic<int>, 4> callbacks{};
+  std::atomic<int> faults{0};  // callbacks or trace lines after the destructor, wrong ends
+  std::atomic<bool> gone{false};
+  std::promise<void> started, released;  // started: the test's thread is done with the client
+  std::shared_future<void> whenStarted = started.get_future().share();
   std::unique_ptr<Client> client;
 
-  void Note(std::optional<std::size_t> call) {
-    const std::lock_guard<std::mutex> lock(mutex);
-    late += gone ? 1 : 0;
-    if (call) ++callbacks[*call];
-  }
-  bool Await(const bool& flag) {
-    std::unique_lock<std::mutex> lock(mutex);
-    return changed.wait_for(lock, kHangBound, [&] { return flag; });
-  }
-  void Set(bool& flag) {
-    const std::lock_guard<std::mutex> lock(mutex);
-    flag = true;
-    changed.notify_all();
-  }
   void Release() {
-    Await(started);
+    whenStarted.wait();
     client.reset();
-    Set(gone);
+    gone = true;
+    released.set_value();
   }
 };
 
@@ -212,41 +148,50 @@ TEST_P(ClientLetGo, EveryCallbackRunsOnceBeforeTheDestructorReturns) {
   const LetGo& row = GetParam();
   for (int roundNumber = 0; roundNumber < 20; ++roundNumber) {
     auto round = std::make_shared<Round>();
-    round->callbacks.assign(row.factories.size(), 0);
+    auto whenReleased = round->released.get_future();
     ClientOptions options = Options();
+    options.totalTimeout = options.retry.maxTotalTime = std::chrono::minutes(5);
     options.maxConnectionsPerHost = row.connections;
     options.retry.maxAttempts = row.maxAttempts;
-    options.onWireTrace = [round](WireTraceKind, std::string_view) { round->Note({}); };
+    options.retry.initialDelay = options.retry.maxDelay = std::chrono::seconds(row.backOffSeconds);
+    options.onWireTrace = [round](WireTraceKind, auto) { round->faults += round->gone; };
     round->client = std::make_unique<Client>(options);
     server.ClearJournal();
     std::vector<CallCanceller> calls;
     for (std::size_t i = 0; i < row.factories.size(); ++i) {
-      calls.push_back(round->client->SendAsync(QueryFor(row.factories[i]), [round, i, &row](auto) {
-        round->Note(i);
+      calls.push_back(round->client->SendAsync(QueryFor(row.factories[i]), [=, &row](auto result) {
+        round->faults += round->gone;
+        ++round->callbacks[i];
+        const bool slow = row.factories[i][0] == 'S';  // never answered: it can only be cancelled
+        round->faults += slow && result.GetStatus().GetEvent() != Event::Cancelled;
         if (row.releasing == i) round->Release();
       }));
     }
-    if (row.cancelled) calls[*row.cancelled].Cancel();
-    round->Set(round->started);
-    if (!row.releasing) {
-      AwaitRequests(server, 12);
-      round->Release();
+    for (int wait = 0; wait < 3000 && server.Journal().size() < row.requestsFirst; ++wait) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
-    ASSERT_TRUE(round->Await(round->gone));
-    const std::lock_guard<std::mutex> lock(round->mutex);
-    EXPECT_EQ(round->callbacks, std::vector<int>(row.factories.size(), 1)) << roundNumber;
-    EXPECT_EQ(round->late, 0) << roundNumber;
+    if (row.requestsFirst > 0) std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    if (row.cancelled) calls[*row.cancelled].Cancel();
+    round->started.set_value();
+    if (!row.releasing) round->Release();
+
+    ASSERT_EQ(whenReleased.wait_for(kHangBound), std::future_status::ready) << roundNumber;
+    for (std::size_t i = 0; i < row.factories.size(); ++i) EXPECT_EQ(round->callbacks[i], 1) << i;
+    EXPECT_EQ(round->faults, 0) << roundNumber;
   }
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Lifetimes, ClientLetGo,
     ::testing::Values(
-        LetGo{"InTheCallbackOfARunningCall", 2, 1, {"Plant-A", "Slow-1", "Slow-2", "Slow-3"}, 0},
-        LetGo{"InTheCallbackOfAQueuedCall", 1, 1, {"Plant-A", "Plant-B", "Slow-1", "Slow-2"}, 1},
-        LetGo{"InTheCallbackOfACancelledQueuedCall", 1, 1, {"Slow-0", "Slow-1", "Slow-2"}, 1, 1},
-        LetGo{"InTheCallbackOfARetriedCall", 3, 3, {"Busy-A", "Slow-1", "Busy-B", "Slow-2"}, 0},
-        LetGo{"OnAnotherThreadDuringRetries", 2, 1000, {"Busy-A", "Busy-B", "Busy-C"}}),
+        LetGo{"InTheCallbackOfARunningCall", 2, 1, 0, {"Plant-A", "Slow-1", "Slow-2"}, 0},
+        LetGo{"InTheCallbackOfAQueuedCall", 1, 1, 0, {"Plant-A", "Plant-B", "Slow-1"}, 1},
+        LetGo{"InTheCallbackOfACancelledQueuedCall", 1, 1, 0, {"Slow-0", "Slow-1", "Slow-2"}, 1, 1},
+        LetGo{"InTheCallbackOfACallCancelledInItsBackOff", 2, 2, 120,
+              {"Busy-A", "Slow-1", "Slow-2"}, 0, 0, 2},
+        LetGo{"InTheCallbackOfARetriedCall", 3, 3, 0, {"Busy-A", "Slow-1", "Busy-B", "Slow-2"}, 0},
+        LetGo{"OnAnotherThreadDuringRetries", 2, 1000, 0, {"Busy-A", "Busy-B", "Busy-C"},
+              std::nullopt, std::nullopt, 12}),
     [](const auto& info) { return info.param.name; });
 
 }  // namespace
