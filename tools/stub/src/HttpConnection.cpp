@@ -145,7 +145,13 @@ void HttpConnection::OnRequest() {
   JournalEntry& request = parser_->Request();
   request.connection = id_;
   const bool keepAlive = parser_->keep_alive();
-  Answer(context_.handler.Answer(std::move(request)), keepAlive);
+  context_.handler.Answer(std::move(request), [self = shared_from_this(), keepAlive](
+                                                  std::shared_ptr<const CannedAnswer> answer) {
+    // At once when the answer comes on the connection's own thread.
+    asio::dispatch(self->socket_.get_executor(), [self, keepAlive, answer]() {
+      self->Guarded([&] { self->Answer(answer, keepAlive); });
+    });
+  });
 }
 
 void HttpConnection::Refuse(const beast::error_code& error) {
@@ -161,8 +167,11 @@ void HttpConnection::Refuse(const beast::error_code& error) {
     Log("a request head over " + std::to_string(kHeadLimit) + " bytes is refused with 431");
     Answer(std::make_shared<CannedAnswer>(TextAnswer(431, "request head too large")), false);
   } else {
-    Answer(std::make_shared<CannedAnswer>(TextAnswer(400, "bad request: " + error.message())),
-           false);
+    const std::string cause = error == http::error::bad_transfer_encoding
+                                  ? "Transfer-Encoding other than chunked, or with Content-Length"
+                                  : error.message();
+    Log("a malformed request is refused with 400: " + cause);
+    Answer(std::make_shared<CannedAnswer>(TextAnswer(400, "bad request: " + cause)), false);
   }
 }
 
