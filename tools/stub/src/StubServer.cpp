@@ -52,6 +52,7 @@ class StubServer::Impl final : public RequestHandler {
     if (blocking) {
       blocking->stop();  // the calls under way end, the others are dropped
       blocking->join();
+      blocking.reset();  // before the connections' registry goes with the listener
     }
     listener_.reset();
     const std::lock_guard lock(blockingMutex_);

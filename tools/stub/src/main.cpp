@@ -66,7 +66,7 @@ void AddClientBounds(CLI::App& app, vrex::stub::StubServerOptions& options) {
                  "Connections open at once; beyond it the longest idle one closes (default 512)")
       ->check(CLI::Range(1, 100000));
   app.add_option("--journal-entries", options.journalEntries,
-                 "Requests the journal keeps; older ones are dropped and counted (default 10000)")
+                 "Requests the journal keeps; older ones are dropped and counted (default 100000)")
       ->check(CLI::Range(1, 100000000));
   app.add_option("--journal-size", options.journalBytes,
                  "Bytes of requests the journal keeps: 512K, 64M or plain bytes (default 64M)")

@@ -75,7 +75,7 @@ struct StubServerOptions {
   std::size_t maxConnections = 512;
   /// The journal keeps the newest requests within both bounds (the newest
   /// one always) and counts those it drops.
-  std::size_t journalEntries = 10'000;
+  std::size_t journalEntries = 100'000;
   std::uint64_t journalBytes = std::uint64_t{64} << 20;  ///< heads and bodies
   /// Empty: lines go to the standard error stream, prefixed "vrex-stub: ".
   LogSink log;
