@@ -45,8 +45,8 @@ std::function<std::string(const std::string&)> ByteSize() {
   };
 }
 
-// The bounds that keep clients that misbehave from hanging the stub; each
-// one logs a line on stderr when it applies.
+// The bounds that keep clients that misbehave from hanging the stub (each
+// one logs a line on stderr when it applies), and who may use its admin API.
 void AddClientBounds(CLI::App& app, vrex::stub::StubServerOptions& options) {
   app.add_option("--max-request-size", options.maxRequestBytes,
                  "Largest request body: 512K, 64M or plain bytes; a larger one gets 413 "
@@ -94,7 +94,7 @@ CommandLine ParseCommandLine(int argc, char** argv) {
          "--record-timeout",
          [&line](double seconds) { line.recordTimeout = Milliseconds(seconds); },
          "Seconds the live server may stay silent before it is given up (default 5)")
-      ->check(CLI::PositiveNumber);
+      ->check(CLI::Range(0.001, 86400.0));  // below a millisecond it would be none
   app.add_flag("--verbose", line.verbose, "Print every request and its status on stderr");
   try {
     app.parse(argc, argv);
