@@ -173,7 +173,9 @@ TEST(StubExecutable, RecordsFromUnderAPathServesMeanwhileAndNeitherStoresNorFail
       changed.notify_all();
       changed.wait_for(lock, 3 * kPatience, [&] { return released; });  // beyond a raw client's
     }
-    out.set_content("refused: " + in.get_header_value("GatewayApiAuthentication"), "text/plain");
+    out.set_content("refused: " + in.get_header_value("GatewayApiAuthentication") + " " +
+                        in.get_header_value("Authorization").substr(7),  // after "Bearer "
+                    "text/plain");
   });
   const int livePort = live.bind_to_any_port("127.0.0.1");
   std::thread serving([&] { live.listen_after_bind(); });
@@ -188,7 +190,8 @@ TEST(StubExecutable, RecordsFromUnderAPathServesMeanwhileAndNeitherStoresNorFail
   const auto ask = [&](const char* type) {
     return vrex::testing::ExchangeRaw(
         port, "POST /api/" + std::string(type) + " HTTP/1.1\r\nGatewayApiAuthentication: " +
-                  kToken + "\r\nConnection: close\r\nContent-Length: 0\r\n\r\n");
+                  kToken + "\r\nAuthorization: Bearer bearer-credential\r\n"
+                  "Connection: close\r\nContent-Length: 0\r\n\r\n");
   };
 
   std::string held;
@@ -212,7 +215,8 @@ TEST(StubExecutable, RecordsFromUnderAPathServesMeanwhileAndNeitherStoresNorFail
   }
   changed.notify_all();
   holder.join();
-  EXPECT_EQ(vrex::testing::BodyOf(held), std::string("refused: ") + kToken) << "returned unchanged";
+  EXPECT_EQ(vrex::testing::BodyOf(held), std::string("refused: ") + kToken + " bearer-credential")
+      << "returned unchanged";
   const std::string unrecorded = ask("ApiVersionQuery");
   EXPECT_EQ(vrex::testing::StatusOf(unrecorded), 200) << unrecorded;
   recorder.Signal(SIGTERM);
@@ -228,6 +232,7 @@ TEST(StubExecutable, RecordsFromUnderAPathServesMeanwhileAndNeitherStoresNorFail
   const std::string recorded = replay.Cases()[0].answers.at(0).body;
   EXPECT_THAT(recorded, ::testing::StartsWith("refused: ***"));
   EXPECT_THAT(recorded, ::testing::Not(HasSubstr(kToken)));
+  EXPECT_THAT(recorded, ::testing::Not(HasSubstr("bearer-credential")));
 }
 
 }  // namespace

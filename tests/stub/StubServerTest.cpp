@@ -98,6 +98,8 @@ CannedAnswer Answer(std::string body, Delivery delivery = Delivery::Whole, std::
 
 TEST(StubServerLifeCycle, ServesOnAnEphemeralPortUntilStoppedStartsAgainAndRefusesMisuse) {
   StubServer server;
+  server.SetBlockingResponder("ApiVersionQuery",
+                              [](const JournalEntry&) { return TextAnswer(200, "v"); });
   EXPECT_THROW(server.ServeConnection(-1), std::logic_error);
   EXPECT_THROW(server.SetAnswer("MeasurmentQuery", CannedAnswer{}), std::invalid_argument);
   EXPECT_THROW(server.SetResponder("ApiVersionQery", {}), std::invalid_argument);
