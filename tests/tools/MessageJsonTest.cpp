@@ -20,12 +20,14 @@ TEST(MessageFromJson, FailuresNameTheirCause) {
       {"LogEntryQuery", R"({"Level": "Loud"})", "Loud"},
       {"NoSuchType", "{}", "no contract message is named \"NoSuchType\""},
       {"", "{}", "no contract message is named \"\""},
+      {"GetShiftQuery", R"({"Names": [{}, ["Late"]]})", "a list holds a list"},
   };
   for (const auto& [type, json, message] : cases) {
     const auto result = MessageFromJson(type, json);
     EXPECT_FALSE(result.Ok()) << json;
     EXPECT_THAT(result.GetStatus().Message(), HasSubstr(message));
   }
+  EXPECT_TRUE(MessageFromJson("GetShiftQuery", R"({"Names": ["a\"[[", "[[b"]})").Ok());
 }
 
 }  // namespace

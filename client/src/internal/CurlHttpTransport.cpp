@@ -7,47 +7,52 @@
 #include "internal/CurlTransfer.h"
 #include "internal/GatewayToken.h"
 #include "vrex/CurlTransport.h"
+#include "vrex/data/SecretMask.h"
 
 namespace vrex {
-
-std::shared_ptr<Transport> MakeCurlTransport(const ClientOptions& options) {
-  return std::make_shared<internal::CurlHttpTransport>(options);
-}
 
 namespace internal {
 
 namespace {
 
-// The request headers as sent, with the gateway token replaced, so that a
-// trace can be shown and kept without leaking it.
-std::string MaskToken(std::string_view headers) {
-  constexpr std::string_view kName = "GatewayApiAuthentication:";
-  std::string masked(headers);
-  const std::size_t name = masked.find(kName);
-  if (name == std::string::npos) {
-    return masked;
-  }
-  const std::size_t valueStart = name + kName.size();
-  const std::size_t lineEnd = masked.find_first_of("\r\n", valueStart);
-  masked.replace(valueStart, (lineEnd == std::string::npos ? masked.size() : lineEnd) - valueStart,
-                 " ***");
-  return masked;
-}
+constexpr std::string_view kAuthenticationName = "GatewayApiAuthentication: ";
 
-// libcurl's debug callback; `context` is the handler of the transport's options.
+// Stands for a transport when the options break a rule: every exchange
+// fails on this side, before anything is sent.
+class RefusingTransport final : public Transport {
+ public:
+  explicit RefusingTransport(std::string problem) : problem_(std::move(problem)) {}
+  HttpResponse Post(const HttpRequest&) override {
+    HttpResponse response;
+    response.failure = TransferFailure::ClientFailed;
+    response.transportError = problem_;
+    return response;
+  }
+  HttpResponse PostStreaming(const HttpRequest& request, const StreamHandler&) override {
+    return Post(request);
+  }
+
+ private:
+  std::string problem_;
+};
+
+// libcurl's debug callback; `context` is the transport's TraceTarget. No
+// secret passes: neither the token, wherever it shows, nor credentials in
+// headers or URLs.
+template <class Target>
 int TraceWire(CURL*, curl_infotype type, char* data, std::size_t size, void* context) {
-  const auto& handler = *static_cast<const WireTraceHandler*>(context);
-  const std::string_view text(data, size);
+  const auto& target = *static_cast<const Target*>(context);
+  const auto masked = [&] { return data::MaskSecrets({data, size}, target.token); };
   try {
     switch (type) {
       case CURLINFO_TEXT:
-        handler(WireTraceKind::Info, text);
+        (*target.handler)(WireTraceKind::Info, masked());
         break;
       case CURLINFO_HEADER_OUT:
-        handler(WireTraceKind::RequestHeaders, MaskToken(text));
+        (*target.handler)(WireTraceKind::RequestHeaders, masked());
         break;
       case CURLINFO_HEADER_IN:
-        handler(WireTraceKind::ResponseHeader, text);
+        (*target.handler)(WireTraceKind::ResponseHeader, masked());
         break;
       default:  // bodies and TLS records are not traced
         break;
@@ -68,8 +73,10 @@ void SetText(CURL* handle, CURLoption option, const std::string& value) {
 
 CurlHttpTransport::CurlHttpTransport(const ClientOptions& options)
     : options_(options),
-      authenticationHeader_("GatewayApiAuthentication: " +
+      authenticationHeader_(std::string(kAuthenticationName) +
                             options.token.value_or(internal::gatewayAuthenticationToken)),
+      trace_{&options_.onWireTrace,
+             std::string_view(authenticationHeader_).substr(kAuthenticationName.size())},
       pool_([this](CURL* handle) { Configure(handle); }) {
   options_.token.reset();
   EnsureCurlGlobalInit();
@@ -108,8 +115,8 @@ void CurlHttpTransport::Configure(CURL* handle) const {
     curl_easy_setopt(handle, CURLOPT_ACCEPT_ENCODING, options_.acceptEncoding->c_str());
   }
   if (options_.onWireTrace) {
-    curl_easy_setopt(handle, CURLOPT_DEBUGFUNCTION, &TraceWire);
-    curl_easy_setopt(handle, CURLOPT_DEBUGDATA, &options_.onWireTrace);
+    curl_easy_setopt(handle, CURLOPT_DEBUGFUNCTION, &TraceWire<TraceTarget>);
+    curl_easy_setopt(handle, CURLOPT_DEBUGDATA, &trace_);
     curl_easy_setopt(handle, CURLOPT_VERBOSE, 1L);
   }
 }
@@ -166,4 +173,12 @@ void CurlHttpTransport::WakeUp() {
 }
 
 }  // namespace internal
+
+std::shared_ptr<Transport> MakeCurlTransport(const ClientOptions& options) {
+  if (std::string problem = ClientOptionsProblem(options); !problem.empty()) {
+    return std::make_shared<internal::RefusingTransport>(std::move(problem));
+  }
+  return std::make_shared<internal::CurlHttpTransport>(options);
+}
+
 }  // namespace vrex

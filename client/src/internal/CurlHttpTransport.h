@@ -40,8 +40,16 @@ class CurlHttpTransport final : public Transport {
   HttpResponse Perform(const HttpRequest& request, const StreamHandler* onChunk);
   CurlMultiEngine& Engine();
 
+  /// What libcurl's debug callback needs: where the trace goes, and the
+  /// token to mask wherever it shows (a server may echo it back).
+  struct TraceTarget {
+    const WireTraceHandler* handler;
+    std::string_view token;
+  };
+
   ClientOptions options_;  // without the token, which lives in the header lists only
   std::string authenticationHeader_;
+  TraceTarget trace_;
   std::mutex headersMutex_;
   std::map<std::string, HeaderList, std::less<>> headers_;  // by content type
   CurlHandlePool pool_;
