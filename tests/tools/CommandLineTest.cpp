@@ -231,7 +231,7 @@ const std::vector<Case> kCases = {
        EXPECT_EQ(run.err + run.out, "");
      }},
     {"DownloadFailureKeepsTheOldFile", "download|{url}|CsvExportFileQuery|-o|{dir}/t.csv", 4, "",
-     "HTTP 404",
+     "HTTP 404 Not Found|!ApiPipeline",
      [](PlantServerTest& test) {
        test.scratch.Write("t.csv", "old");
        Serve("CsvExportFileQuery", 404)(test);
@@ -276,21 +276,26 @@ const std::vector<Case> kCases = {
     {"TemplateHasEveryField", "template|MeasurementQuery", 0,
      "\"Exclude\"|\"scale\": \"SECONDS\"|\"kind\": \"UTC\""},
     {"NoCommand", "", 2, "", "--help"},
+    {"MistypedCommandNamesTheClosest", "tset|{url}", 2, "", "no command \"tset\"; did you mean tests?"},
+    {"LastZeroRefused", "tests|" + kLineA + "|--last=0", 2, "", "1 or more|!000000", nullptr,
+     NothingSent()},
     {"CompletionForBash", "completion|bash", 0,
      "complete -F _vrex vrex\n| plot |--waterfall|MeasurementQuery|Warning|--output) "
      "COMPREPLY=($(compgen -W \"json binary text\"|Version\" -- \"$current\")); return ;;\n"
      "      esac\n      words=\"--area --family --help --json -h\" ;;"},
     {"CompletionForAnotherShell", "completion|zsh", 2, "", "zsh"},
-    {"PlotScriptOnly", "plot|" + kLineA + kSpectrum + "|--script-only|-o|{dir}/s.png", 0, "",
+    {"PlotScriptOnly", "plot|" + kLineA + kSpectrum + "|--script-only|-o|{dir}/s.PNG", 0, "",
      "wrote |s.gp` draws ", nullptr,
      [](const VrexRun&, const PlantServerTest& test) {
        const std::string script = Contents(test.scratch.Path() / "s.gp");
        EXPECT_THAT(script, HasSubstr("$data1 << EOD\n0 41.2\n250 55.8\n"));
-       EXPECT_THAT(script, HasSubstr("/s.png'\nset output output\n"));
+       EXPECT_THAT(script, HasSubstr("/s.PNG'\nset output output\n"));
      }},
-    {"PlotWithoutGnuplot", "plot|" + kLineA + kSpectrum + "|-o|s.png|--gnuplot=/no/gnuplot", 1, "",
-     "/no/gnuplot is not installed|sudo apt-get install gnuplot-nox|--script-only", nullptr,
+    {"PlotWithoutGnuplot", "plot|" + kLineA + kSpectrum + "|-o|s.png|--gnuplot=no-gnuplot", 1, "",
+     "no-gnuplot is not installed|sudo apt-get install gnuplot-nox|--script-only", nullptr,
      NothingSent()},
+    {"PlotWithAWrongGnuplotPath", "plot|" + kLineA + kSpectrum + "|-o|s.png|--gnuplot=/no/gp", 1,
+     "", "cannot run /no/gp: No such file|!installed"},
     {"PlotWithFailingGnuplot",
      "plot|" + kLineA + kSpectrum + "|-o|{dir}/s.svg|--gnuplot=/bin/false", 1, "", "gnuplot failed",
      nullptr,

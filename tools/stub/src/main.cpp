@@ -77,6 +77,7 @@ CommandLine ParseCommandLine(int argc, char** argv) {
                  "Live server URL: forward every request to it and write each distinct "
                  "request with its answer as a case into --data");
   app.add_flag("--verbose", line.verbose, "Print every request and its status on stderr");
+  app.set_version_flag("--version", "vrex-stub " VREX_STUB_VERSION);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

@@ -8,6 +8,7 @@
 #include "MeasurementRequest.h"
 #include "PendingFile.h"
 #include "PlotScript.h"
+#include "vrex/data/Text.h"
 
 namespace vrex::cli {
 
@@ -26,9 +27,11 @@ struct PlotArguments {
   std::string gnuplot = "gnuplot";
 };
 
+// Extensions in any case: out.PNG is a PNG.
 bool EndsWith(const std::string& text, const std::string& ending) {
   return text.size() >= ending.size() &&
-         text.compare(text.size() - ending.size(), ending.size(), ending) == 0;
+         data::EqualsIgnoringCase(std::string_view(text).substr(text.size() - ending.size()),
+                                  ending);
 }
 
 // The script of --script-only: the picture's name with ".gp" for its extension.
@@ -88,9 +91,7 @@ ExitCode Run(const PlotArguments& arguments, Console& console) {
   }
   const std::string gnuplot = arguments.scriptOnly ? "" : FindProgram(arguments.gnuplot);
   if (!arguments.scriptOnly && gnuplot.empty()) {
-    console.err << "vrex: " << arguments.gnuplot << " is not installed; " << kGnuplotInstallHint
-                << '\n';
-    return ExitCode::Failure;
+    return Fail(ExitCode::Failure, Error(WhyNotRunnable(arguments.gnuplot)), console);
   }
   const Client client(MakeClientOptions(arguments.server, console));
   const auto prepared = PrepareMeasurementRequest(arguments.selection, arguments.ids,

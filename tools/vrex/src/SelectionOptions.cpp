@@ -24,7 +24,15 @@ void AddLineArguments(CLI::App& command, SelectionArguments& arguments, bool lin
 
 void AddSelectionArguments(CLI::App& command, SelectionArguments& arguments) {
   AddLineArguments(command, arguments);
-  command.add_option("--last", arguments.last, "Only the last N tests")->check(CLI::PositiveNumber);
+  command.add_option("--last", arguments.last, "Only the last N tests")
+      ->check(CLI::Validator(
+          [](const std::string& text) {
+            return text.find_first_not_of("0123456789") == std::string::npos &&
+                           text.find_first_not_of('0') != std::string::npos
+                       ? std::string()
+                       : "a count of tests, 1 or more, not \"" + text + "\"";
+          },
+          "N"));
   command.add_option("--bench", arguments.benches, "Only tests of this bench (repeatable)");
   command.add_option("--serial", arguments.serials, "Only tests of this serial (repeatable)");
 }
