@@ -10,6 +10,7 @@
 #include <sstream>
 
 #include "Commands.h"
+#include "DisabledMembers.h"
 #include "ProgressBar.h"
 #include "vrex/MessageJson.h"
 #include "vrex/RequestCatalog.h"
@@ -57,7 +58,7 @@ Result<std::unique_ptr<google::protobuf::Message>> ReadRequest(std::string_view 
   if (!text.Ok()) {
     return RequestResult::Failure(text.GetStatus().Message());
   }
-  auto request = MessageFromJson(requestType, text.Value());
+  auto request = MessageFromJson(requestType, WithoutDisabledMembers(text.Value()));
   if (!request.Ok()) {
     return RequestResult::Failure(request.GetStatus().Message() + " \u2014 `vrex template " + type +
                                   "` shows the fields, `vrex describe " + type + "` their types");
