@@ -287,7 +287,9 @@ const std::vector<Case> kCases = {
      NothingSent()},
     {"CompletionForBash", "completion|bash", 0,
      "complete -F _vrex vrex\n| plot |--waterfall|MeasurementQuery|Warning|--output) "
-     "COMPREPLY=($(compgen -W \"json binary text\"|Version\" -- \"$current\")); return ;;\n"
+     "COMPREPLY=($(compgen -W \"binary json text\"|Version\" -- \"$current\")); return ;;\n"
+     "|--data|-d) COMPREPLY=($(compgen -f -P @ -- \"${current#@}\"))|--answer-type) "
+     "COMPREPLY=($(compgen -W \"AddErrorGroupCommand |"
      "      esac\n      words=\"--area --family --help --json -h\" ;;"},
     {"CompletionForAnotherShell", "completion|zsh", 2, "", "zsh"},
     {"PlotScriptOnly", "plot|" + kLineA + kSpectrum + "|--script-only|-o|{dir}/s.PNG", 0, "",
