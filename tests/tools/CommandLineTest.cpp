@@ -136,7 +136,19 @@ const std::vector<Case> kCases = {
      "(America/Chicago, "
      "UTC-06:00; benches Etc/UTC|\u2502   \u2502   \u2514\u2500\u2500 Bench-3\n"},
     {"TestsInTheLinesZone", "tests|" + kLineA, 0,
-     "TIME (Europe/Berlin)|1001  2024-03-12T06:58:11+01:00  SN-24-0003141|NOK"},
+     "TIME (Europe/Berlin)|1001  2024-03-12T06:58:11+01:00  SN-24-0003141|NOK", "!asked"},
+    {"TestsContradictingTheFiltersNoted",
+     "tests|" + kLineA + "|--last=3|--bench=Bench-1|--serial=SN-24-0003142", 0, "",
+     "note: asked for the last 3, got 4\n|asked for bench Bench-1, got test 1003 of bench Bench-2|"
+     "asked for serial SN-24-0003142, got test 1001 of serial SN-24-0003141"},
+    {"TestsOutsideTheWindowNoted",
+     "measurements|" + kLineA + "|--from=2024-03-12T07:00|--until=2024-03-12T07:02", 0, "",
+     "asked for tests from 2024-03-12T07:00:00+01:00 until 2024-03-12T07:02:00+01:00, got test "
+     "1001 of 2024-03-12T06:58:11+01:00\n"},
+    {"TestsOfOtherIdentifiersNoted", "measurements|" + kLineA + "|--id=1001|--id=1003", 0, "",
+     "note: asked for tests 1001, 1003, got test 1002\n"},
+    {"TestsAsJsonWithIsoTimes", "tests|" + kLineA + "|--json", 0,
+     "\"value\": \"1710223091\",|\"MeasurementTimeIso\": \"2024-03-12T05:58:11Z\",\n"},
     {"TestsOfALineWithoutZoneInUtc", "tests|" + kLineA, 0, "TIME (UTC)|2024-03-12T05:58:11Z", "",
      Serve("SimpleTopologyQuery", "SimpleTopologyContainer",
            R"({"Values": [{"Name": "Plant-North", "Lines": [{"Name": "Line-A"}]}]})")},
@@ -179,13 +191,13 @@ const std::vector<Case> kCases = {
     {"MeasurementsById", "measurements|" + kLineA + "|--id=1002|--id=1004" + kSpectrum, 0,
      "Test 1004", "", nullptr, Sent("MeasurementByIdQuery", R"("Identifier":[1002,1004])")},
     {"MeasurementsAsCsvOneRowPerPoint", "measurements|" + kLineA + "|--csv", 0,
-     "test_id,serial,quantity,kind,x,x_unit,z,z_unit,y,y_unit,note\r\n"
-     "|1002,SN-24-0003142,Run-Up/Level/Mic-1/Gearbox/RMS/MIC-4189-A,Scalar,1500,rpm,,,81.3,dB re "
-     "2e-05 Pa,\r\n|Spectrum/MIC-4189-A,Vector,250,Hz,,,64.7,dB re 2e-05 Pa,\r\n"
-     "|1001,SN-24-0003141,Run-Up/Tracker/Acc-1/Housing/Order 2 "
-     "level/ACC-356A,ScalarTrack,3800,rpm,,,0.29,m/s^2,\r\n|VectorTrack,500,Hz,3000,rpm,0.27,m/"
-     "s^2,\r\n|Order map/MIC-4189-A,Matrix,4,order,3000,rpm,50.3,dB re 2e-05 "
-     "Pa,\r\n|ACC-356B,Invalid,,,,,,,invalid: Sensor overload at 3800 rpm\r\n"},
+     "test_id,serial,result,quantity,kind,x,x_unit,z,z_unit,y,y_unit,limit,note\r\n"
+     "|1002,SN-24-0003142,NOK,Run-Up/Level/Mic-1/Gearbox/RMS/MIC-4189-A,Scalar,1500,rpm,,,81.3,dB "
+     "re 2e-05 Pa,78,\r\n|Spectrum/MIC-4189-A,Vector,250,Hz,,,64.7,dB re 2e-05 Pa,62,\r\n"
+     "|1001,SN-24-0003141,OK,Run-Up/Tracker/Acc-1/Housing/Order 2 "
+     "level/ACC-356A,ScalarTrack,3800,rpm,,,0.29,m/s^2,0.5,\r\n|VectorTrack,500,Hz,3000,rpm,0.27,m/"
+     "s^2,0.3,\r\n|Order map/MIC-4189-A,Matrix,4,order,3000,rpm,50.3,dB re 2e-05 "
+     "Pa,70,\r\n|ACC-356B,Invalid,,,,,,,,invalid: Sensor overload at 3800 rpm\r\n"},
     {"LogEntriesAndTheirQuery", "log|" + kLineA + "|--level=Warning|--source=ArchiveWriter", 0,
      "Log of Plant-North / Line-A, last changed 2024-03-12T06:58:11+01:00\n"
      "|2024-03-12T06:58:11+01:00  Warning  ArchiveWriter|exception: IOException: no space",

@@ -3,6 +3,7 @@
 #include <memory>
 #include <variant>
 
+#include "AnswerChecks.h"
 #include "Commands.h"
 #include "Gnuplot.h"
 #include "MeasurementRequest.h"
@@ -104,6 +105,11 @@ ExitCode Run(const PlotArguments& arguments, Console& console) {
       code != ExitCode::Ok) {
     return code;
   }
+  std::visit(
+      [&](const auto& query) {
+        NoterOfContradictions(query, *prepared.Value().zone, console)(answer.Value());
+      },
+      prepared.Value().request);
   const dc::ClavisFilter& quantities = prepared.Value().quantities;
   const auto script = BuildPlotScript(
       answer.Value(), {quantities.items().begin(), quantities.items().end()}, options);

@@ -1,6 +1,7 @@
 #include <memory>
 #include <variant>
 
+#include "AnswerChecks.h"
 #include "AnswerCsv.h"
 #include "AnswerTables.h"
 #include "Commands.h"
@@ -31,9 +32,10 @@ ExitCode RunTests(const TestArguments& arguments, Console& console) {
     return csv ? TestsCsv(tests, zone.Get(console)) : RenderTestTable(tests, zone.Get(console));
   };
   if (!arguments.ids.empty()) {
-    return SendAndPrint(
-        client, MakeByIdQuery<dc::GeneralInformationByIdQuery>(arguments.selection, arguments.ids),
-        arguments.server, arguments.json, console, render);
+    const auto query =
+        MakeByIdQuery<dc::GeneralInformationByIdQuery>(arguments.selection, arguments.ids);
+    return SendAndPrint(client, query, arguments.server, arguments.json, console, render,
+                        NoterOfContradictions(query, zone, console));
   }
   const auto filters = BuildSelectionFilters(arguments.selection, zone.Get(console),
                                              std::chrono::system_clock::now());
@@ -42,7 +44,8 @@ ExitCode RunTests(const TestArguments& arguments, Console& console) {
   }
   dc::GeneralInformationQuery query;
   ApplySelection(arguments.selection, filters.Value(), query);
-  return SendAndPrint(client, query, arguments.server, arguments.json, console, render);
+  return SendAndPrint(client, query, arguments.server, arguments.json, console, render,
+                      NoterOfContradictions(query, zone, console));
 }
 
 ExitCode RunMeasurements(const TestArguments& arguments, Console& console) {
@@ -60,7 +63,8 @@ ExitCode RunMeasurements(const TestArguments& arguments, Console& console) {
   };
   return std::visit(
       [&](const auto& query) {
-        return SendAndPrint(client, query, arguments.server, arguments.json, console, render);
+        return SendAndPrint(client, query, arguments.server, arguments.json, console, render,
+                            NoterOfContradictions(query, zone, console));
       },
       prepared.Value().request);
 }
