@@ -175,6 +175,18 @@ const std::vector<Case> kCases = {
      "test,1,false\r\n"},
     {"TestsWindowBackwards", "tests|" + kLineA + "|--from=2024-03-12|--until=2024-03-11", 2, "",
      "--until lies before --from"},
+    {"TestsAfterASilentTopologyShareItsTimeOut", "tests|" + kLineA + "|--since=2h|--timeout=0.5|--retries=0",
+     9, "", "waiting for the line's topology (SimpleTopologyQuery|none was left for "
+     "GeneralInformationQuery",
+     [](PlantServerTest& test) {
+       stub::CannedAnswer silent;
+       silent.delay = std::chrono::seconds(30);
+       silent.delivery = stub::Delivery::CloseWithoutAnswer;
+       test.server.SetAnswer("SimpleTopologyQuery", silent);
+     },
+     [](const VrexRun&, const PlantServerTest& test) {
+       EXPECT_TRUE(test.Received("GeneralInformationQuery").empty());
+     }},
     {"TestsWithoutLine", "tests|{url}|--factory=F", 2, "", "--line is required", nullptr,
      NothingSent()},
     {"TestsCsvOrJson", "tests|" + kLineA + "|--csv|--json", 2, "", "excludes"},

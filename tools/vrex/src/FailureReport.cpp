@@ -19,7 +19,8 @@ const std::vector<ExitCodeMeaning>& ExitCodeTable() {
       {ExitCode::VersionNotAccepted, "version not accepted (vrex version)"},
       {ExitCode::FileFailed, "the downloaded file could not be written"},
       {ExitCode::TimedOut, "connected, but the answer did not come or finish within --timeout"},
-      {ExitCode::BrokenAnswer, "the server answered, but not in readable HTTP (cut short, malformed)"},
+      {ExitCode::BrokenAnswer,
+       "the server answered, but not in readable HTTP (cut short, malformed)"},
       {ExitCode::TooLarge, "the answer was larger than --max-answer-size"},
   };
   return table;
@@ -156,7 +157,8 @@ std::string DescribeFailure(const Outcome& outcome, std::string_view baseUrl,
              std::string(TransportHint(reason + " " + outcome.ErrorText())) + ")";
     }
     case Outcome::Event::NoAnswer:
-      return url + " took the request but gave no answer: " + outcome.ErrorText() +
+      return url + " took " + outcome.RequestType() +
+             " but gave no answer: " + outcome.ErrorText() +
              " \u2014 the server may be overloaded or stuck; see its log, or raise --timeout";
     case Outcome::Event::ReceiveTimedOut:
       return "the answer from " + url + " did not finish in time: " + outcome.ErrorText() +

@@ -43,6 +43,11 @@ Result<MeasurementRequest> BuildMeasurementRequest(const SelectionArguments& sel
 
 }  // namespace
 
+std::string RequestName(const MeasurementRequest& request) {
+  return std::holds_alternative<dc::MeasurementQuery>(request) ? "MeasurementQuery"
+                                                               : "MeasurementByIdQuery";
+}
+
 void AddTestChoiceArguments(CLI::App& command, SelectionArguments& selection,
                             std::vector<int>& ids) {
   AddSelectionArguments(command, selection);

@@ -9,6 +9,7 @@
 #include "MeasurementRequest.h"
 #include "PendingFile.h"
 #include "PlotScript.h"
+#include "SharedDeadline.h"
 #include "vrex/data/Text.h"
 
 namespace vrex::cli {
@@ -94,13 +95,16 @@ ExitCode Run(const PlotArguments& arguments, Console& console) {
   if (!arguments.scriptOnly && gnuplot.empty()) {
     return Fail(ExitCode::Failure, Error(WhyNotRunnable(arguments.gnuplot)), console);
   }
-  const Client client(MakeClientOptions(arguments.server, console));
+  const SharedDeadline deadline(arguments.server, console);
   const auto prepared = PrepareMeasurementRequest(arguments.selection, arguments.ids,
-                                                  arguments.claves, client, console);
+                                                  arguments.claves, deadline.First(), console);
   if (!prepared.Ok()) {
     return UsageError(prepared.GetStatus().Message(), console);
   }
-  const auto answer = Fetch(client, prepared.Value().request);
+  const auto client =
+      deadline.ForTheRest(RequestName(prepared.Value().request), LineZoneLookUp::kWaitedFor);
+  if (!client) return ExitCode::TimedOut;
+  const auto answer = Fetch(*client, prepared.Value().request);
   if (const ExitCode code = ReportOutcome(answer.GetStatus(), arguments.server, console);
       code != ExitCode::Ok) {
     return code;

@@ -78,6 +78,10 @@ void ApplySelection(const SelectionArguments& arguments, const SelectionFilters&
 /// `console.err`) when the topology cannot be read or lacks the line.
 class LineZoneLookUp {
  public:
+  /// What a request sent after Get waited for, for messages.
+  static constexpr const char* kWaitedFor =
+      "the line's topology (SimpleTopologyQuery, for its time zone)";
+
   LineZoneLookUp(const Client& client, std::string factory, std::string line);
   const LineTimeZone& Get(Console& console);
 

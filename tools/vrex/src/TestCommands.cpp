@@ -8,6 +8,7 @@
 #include "GeneralInformationByIdQuery.pb.h"
 #include "GeneralInformationQuery.pb.h"
 #include "MeasurementRequest.h"
+#include "SharedDeadline.h"
 
 namespace vrex::cli {
 
@@ -25,7 +26,8 @@ struct TestArguments {
 };
 
 ExitCode RunTests(const TestArguments& arguments, Console& console) {
-  const Client client(MakeClientOptions(arguments.server, console));
+  const SharedDeadline deadline(arguments.server, console);
+  const Client& client = deadline.First();
   LineZoneLookUp zone(client, arguments.selection.factory, arguments.selection.line);
   const auto render = [&zone, &console,
                        csv = arguments.csv](const dc::GeneralInformationContainer& tests) {
@@ -44,17 +46,22 @@ ExitCode RunTests(const TestArguments& arguments, Console& console) {
   }
   dc::GeneralInformationQuery query;
   ApplySelection(arguments.selection, filters.Value(), query);
-  return SendAndPrint(client, query, arguments.server, arguments.json, console, render,
+  const auto rest = deadline.ForTheRest("GeneralInformationQuery", LineZoneLookUp::kWaitedFor);
+  if (!rest) return ExitCode::TimedOut;
+  return SendAndPrint(*rest, query, arguments.server, arguments.json, console, render,
                       NoterOfContradictions(query, zone, console));
 }
 
 ExitCode RunMeasurements(const TestArguments& arguments, Console& console) {
-  const Client client(MakeClientOptions(arguments.server, console));
+  const SharedDeadline deadline(arguments.server, console);
   const auto prepared = PrepareMeasurementRequest(arguments.selection, arguments.ids,
-                                                  arguments.claves, client, console);
+                                                  arguments.claves, deadline.First(), console);
   if (!prepared.Ok()) {
     return UsageError(prepared.GetStatus().Message(), console);
   }
+  const auto client =
+      deadline.ForTheRest(RequestName(prepared.Value().request), LineZoneLookUp::kWaitedFor);
+  if (!client) return ExitCode::TimedOut;
   LineZoneLookUp& zone = *prepared.Value().zone;
   const auto render = [&zone, &console,
                        csv = arguments.csv](const dc::MeasurementContainer& measurements) {
@@ -63,7 +70,7 @@ ExitCode RunMeasurements(const TestArguments& arguments, Console& console) {
   };
   return std::visit(
       [&](const auto& query) {
-        return SendAndPrint(client, query, arguments.server, arguments.json, console, render,
+        return SendAndPrint(*client, query, arguments.server, arguments.json, console, render,
                             NoterOfContradictions(query, zone, console));
       },
       prepared.Value().request);
