@@ -114,6 +114,8 @@ ExitCode Run(const PlotArguments& arguments, Console& console) {
         NoterOfContradictions(query, *prepared.Value().zone, console)(answer.Value());
       },
       prepared.Value().request);
+  options.line = arguments.selection.factory + " / " + arguments.selection.line;
+  options.zone = prepared.Value().zone->Get(console);
   const dc::ClavisFilter& quantities = prepared.Value().quantities;
   const auto script = BuildPlotScript(
       answer.Value(), {quantities.items().begin(), quantities.items().end()}, options);
