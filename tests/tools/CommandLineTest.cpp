@@ -175,9 +175,11 @@ const std::vector<Case> kCases = {
      "test,1,false\r\n"},
     {"TestsWindowBackwards", "tests|" + kLineA + "|--from=2024-03-12|--until=2024-03-11", 2, "",
      "--until lies before --from"},
-    {"TestsAfterASilentTopologyShareItsTimeOut", "tests|" + kLineA + "|--since=2h|--timeout=0.5|--retries=0",
-     9, "", "waiting for the line's topology (SimpleTopologyQuery|none was left for "
-     "GeneralInformationQuery",
+    {"TestsAfterASilentTopologyShareItsTimeOut",
+     "tests|" + kLineA + "|--since=2h|--timeout=0.5|--retries=0|-v", 9, "",
+     "* waiting for the line's topology (SimpleTopologyQuery|waiting for the line's "
+     "topology (SimpleTopologyQuery, for its time zone) took all of --timeout (0.5 s), none was "
+     "left for GeneralInformationQuery",
      [](PlantServerTest& test) {
        stub::CannedAnswer silent;
        silent.delay = std::chrono::seconds(30);
@@ -300,13 +302,16 @@ const std::vector<Case> kCases = {
      "no message or enumeration named \"MeasurmentQuery\""},
     {"TemplateHasEveryField", "template|MeasurementQuery", 0,
      "\"Exclude\"|\"scale\": \"SECONDS\"|\"kind\": \"UTC\"|\"//Bench\": {|\"Factory\": \"\""},
-    {"TemplateSentUneditedSelectsNothing", "call|{url}|MeasurementQuery|-d|@{dir}/t.json", 0, "", "",
+    {"TemplateSentUneditedSelectsNothing", "call|{url}|MeasurementQuery|-d|@{dir}/t.json", 0, "",
+     "",
      [](PlantServerTest& test) {
-       test.scratch.Write("t.json", testing::RunVrexInProcess({"template", "MeasurementQuery"}).out);
+       test.scratch.Write("t.json",
+                          testing::RunVrexInProcess({"template", "MeasurementQuery"}).out);
      },
      Sent("MeasurementQuery", "!Bench|!Time|!LastN|!Clavis")},
     {"NoCommand", "", 2, "", "--help"},
-    {"MistypedCommandNamesTheClosest", "tset|{url}", 2, "", "no command \"tset\"; did you mean tests?"},
+    {"MistypedCommandNamesTheClosest", "tset|{url}", 2, "",
+     "no command \"tset\"; did you mean tests?"},
     {"LastZeroRefused", "tests|" + kLineA + "|--last=0", 2, "", "1 or more|!000000", nullptr,
      NothingSent()},
     {"CompletionForBash", "completion|bash", 0,

@@ -67,9 +67,10 @@ ExitCode Run(const LogArguments& arguments, Console& console) {
   const Client& client = deadline.First();
   const SelectionArguments& selection = arguments.selection;
   const bool namesLine = !selection.factory.empty() && !selection.line.empty();
-  const LineTimeZone zone =
-      namesLine ? LineZoneLookUp(client, selection.factory, selection.line).Get(console)
-                : LineTimeZone::Utc();
+  const LineTimeZone zone = namesLine ? LineZoneLookUp(client, selection.factory, selection.line,
+                                                       arguments.server.verbose)
+                                            .Get(console)
+                                      : LineTimeZone::Utc();
   const auto query = BuildLogQuery(arguments, zone);
   if (!query.Ok()) {
     console.err << "vrex: " << query.GetStatus().Message() << '\n';

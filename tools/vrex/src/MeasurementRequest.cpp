@@ -59,12 +59,13 @@ void AddTestChoiceArguments(CLI::App& command, SelectionArguments& selection,
 Result<PreparedRequest> PrepareMeasurementRequest(const SelectionArguments& selection,
                                                   const std::vector<int>& ids,
                                                   const std::vector<std::string>& claves,
-                                                  const Client& client, Console& console) {
+                                                  const Client& client, Console& console,
+                                                  bool verbose) {
   const auto quantities = BuildClavisFilter(claves);
   if (!quantities.Ok()) {
     return Result<PreparedRequest>::Failure(quantities.GetStatus());
   }
-  auto zone = std::make_shared<LineZoneLookUp>(client, selection.factory, selection.line);
+  auto zone = std::make_shared<LineZoneLookUp>(client, selection.factory, selection.line, verbose);
   // Requests by identifier do not depend on the zone: they go out while the
   // topology is still on its way.
   auto request =

@@ -53,6 +53,7 @@ struct PreparedRequest {
 Result<PreparedRequest> PrepareMeasurementRequest(const SelectionArguments& selection,
                                                   const std::vector<int>& ids,
                                                   const std::vector<std::string>& claves,
-                                                  const Client& client, Console& console);
+                                                  const Client& client, Console& console,
+                                                  bool verbose = false);
 
 }  // namespace vrex::cli

@@ -96,8 +96,9 @@ ExitCode Run(const PlotArguments& arguments, Console& console) {
     return Fail(ExitCode::Failure, Error(WhyNotRunnable(arguments.gnuplot)), console);
   }
   const SharedDeadline deadline(arguments.server, console);
-  const auto prepared = PrepareMeasurementRequest(arguments.selection, arguments.ids,
-                                                  arguments.claves, deadline.First(), console);
+  const auto prepared =
+      PrepareMeasurementRequest(arguments.selection, arguments.ids, arguments.claves,
+                                deadline.First(), console, arguments.server.verbose);
   if (!prepared.Ok()) {
     return UsageError(prepared.GetStatus().Message(), console);
   }

@@ -88,15 +88,18 @@ Result<SelectionFilters> BuildSelectionFilters(const SelectionArguments& argumen
   return Result<SelectionFilters>::Success(std::move(filters));
 }
 
-LineZoneLookUp::LineZoneLookUp(const Client& client, std::string factory, std::string line)
+LineZoneLookUp::LineZoneLookUp(const Client& client, std::string factory, std::string line,
+                               bool verbose)
     : topology_(client.SendAsync(dc::SimpleTopologyQuery())),
       factory_(std::move(factory)),
-      line_(std::move(line)) {}
+      line_(std::move(line)),
+      verbose_(verbose) {}
 
 const LineTimeZone& LineZoneLookUp::Get(Console& console) {
   if (zone_) {
     return *zone_;
   }
+  if (verbose_ && !topology_.IsReady()) console.err << "* waiting for " << kWaitedFor << "\n";
   const auto topology = topology_.Get();
   const dc::Line* found = topology.Ok() ? FindLine(topology.Value(), factory_, line_) : nullptr;
   if (topology.Ok() && found == nullptr) {

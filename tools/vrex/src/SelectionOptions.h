@@ -82,7 +82,8 @@ class LineZoneLookUp {
   static constexpr const char* kWaitedFor =
       "the line's topology (SimpleTopologyQuery, for its time zone)";
 
-  LineZoneLookUp(const Client& client, std::string factory, std::string line);
+  /// With `verbose`, Get says on stderr when it has to wait.
+  LineZoneLookUp(const Client& client, std::string factory, std::string line, bool verbose = false);
   const LineTimeZone& Get(Console& console);
 
  private:
@@ -91,6 +92,7 @@ class LineZoneLookUp {
   std::string factory_;
   std::string line_;
   std::optional<LineTimeZone> zone_;
+  bool verbose_;
 };
 
 }  // namespace vrex::cli

@@ -28,7 +28,8 @@ struct TestArguments {
 ExitCode RunTests(const TestArguments& arguments, Console& console) {
   const SharedDeadline deadline(arguments.server, console);
   const Client& client = deadline.First();
-  LineZoneLookUp zone(client, arguments.selection.factory, arguments.selection.line);
+  LineZoneLookUp zone(client, arguments.selection.factory, arguments.selection.line,
+                      arguments.server.verbose);
   const auto render = [&zone, &console,
                        csv = arguments.csv](const dc::GeneralInformationContainer& tests) {
     return csv ? TestsCsv(tests, zone.Get(console)) : RenderTestTable(tests, zone.Get(console));
@@ -54,8 +55,9 @@ ExitCode RunTests(const TestArguments& arguments, Console& console) {
 
 ExitCode RunMeasurements(const TestArguments& arguments, Console& console) {
   const SharedDeadline deadline(arguments.server, console);
-  const auto prepared = PrepareMeasurementRequest(arguments.selection, arguments.ids,
-                                                  arguments.claves, deadline.First(), console);
+  const auto prepared =
+      PrepareMeasurementRequest(arguments.selection, arguments.ids, arguments.claves,
+                                deadline.First(), console, arguments.server.verbose);
   if (!prepared.Ok()) {
     return UsageError(prepared.GetStatus().Message(), console);
   }
