@@ -143,6 +143,15 @@ TEST(PlotScript, CircleTheCellsOfAMatrixAboveItsUpperLimit) {
   EXPECT_THAT(script.Value().data, HasSubstr("EOD\n$data3 << EOD\n2 3000\nEOD\n"));
 }
 
+TEST(PlotScript, TestsOfOneColourByIdentifierTakeTheNextFreeColour) {
+  dc::MeasurementContainer answer = SampleMeasurements();
+  (*answer.mutable_measurements())[1010] = answer.measurements().at(1002);
+  const auto script = BuildPlotScript(answer, {data::ParseClavis(kVector).Value()}, kPng);
+  ASSERT_TRUE(script.Ok());
+  EXPECT_THAT(script.Value().commands, HasSubstr("lt 3 title '1002 "));
+  EXPECT_THAT(script.Value().commands, HasSubstr("lt 4 title '1010 "));
+}
+
 TEST(PlotScript, QuotesTextForGnuplot) { EXPECT_EQ(GnuplotString("it's\nhere"), "'it''s here'"); }
 
 class PlotPicture : public testing::PlantServerTest {};

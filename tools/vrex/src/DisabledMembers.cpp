@@ -55,8 +55,8 @@ std::string DisableTopLevelMembers(std::string json, const std::vector<std::stri
     if (at != std::string::npos) json.insert(at + margin.size(), kDisabledPrefix);
   }
   json.insert(1, margin.substr(0, margin.size() - 1) +
-                     "\"//\": \"Members named //... are not sent: remove the // of each filter "
-                     "to use (a filter present restricts what is selected).\",");
+                     "\"//\": \"Members named \\\"//...\\\" are not sent: remove the // of each "
+                     "filter to use (a filter present restricts what is selected).\",");
   return json;
 }
 
