@@ -145,6 +145,8 @@ const std::vector<Case> kCases = {
      "measurements|" + kLineA + "|--from=2024-03-12T07:00|--until=2024-03-12T07:02", 0, "",
      "asked for tests from 2024-03-12T07:00:00+01:00 until 2024-03-12T07:02:00+01:00, got test "
      "1001 of 2024-03-12T06:58:11+01:00\n"},
+    {"TestsOnTheWindowsEdgesNotNoted",
+     "tests|" + kLineA + "|--from=2024-03-12T06:58:11|--until=2024-03-12T07:05:02", 0, "", "!note"},
     {"TestsOfOtherIdentifiersNoted", "measurements|" + kLineA + "|--id=1001|--id=1003", 0, "",
      "note: asked for tests 1001, 1003, got test 1002\n"},
     {"TestsAsJsonWithIsoTimes", "tests|" + kLineA + "|--json", 0,
