@@ -1,7 +1,5 @@
 #include "JsonTimes.h"
 
-#include <regex>
-
 #include "LineTimeZone.h"
 #include "bcl.pb.h"
 #include "vrex/MessageJson.h"
@@ -9,24 +7,35 @@
 
 namespace vrex::cli {
 
+// A scan rather than a regular expression: answers run to megabytes, and
+// std::regex recurses per character of a match.
 std::string WithIsoTimes(const std::string& json) {
-  // A member whose value is an object without nested objects that names a scale or a value.
-  static const std::regex kFlatObject(R"re("(\w+)": (\{[^{}]*"(scale|value)"[^{}]*\}))re");
+  constexpr std::string_view kObjectMember = "\": {";
   std::string result;
   std::size_t copied = 0;
-  for (auto match = std::sregex_iterator(json.begin(), json.end(), kFlatObject);
-       match != std::sregex_iterator(); ++match) {
+  for (std::size_t at = json.find(kObjectMember); at != std::string::npos;
+       at = json.find(kObjectMember, at + 1)) {
+    // A time is an object without objects inside that names a value or a scale.
+    const std::size_t open = at + kObjectMember.size() - 1;
+    const std::size_t close = json.find_first_of("{}", open + 1);
+    const std::size_t nameStart = json.rfind('"', at - 1);
+    if (close == std::string::npos || json[close] != '}' || nameStart == std::string::npos) {
+      continue;
+    }
+    const std::string object = json.substr(open, close + 1 - open);
     bcl::DateTime time;
-    if (!MergeJsonInto((*match)[2].str(), time).empty() || !data::ToInstant(time).Ok()) continue;
-    const std::size_t end = static_cast<std::size_t>(match->position() + match->length());
-    const std::size_t lineStart = json.rfind('\n', static_cast<std::size_t>(match->position()));
+    if ((object.find("\"value\"") == std::string::npos &&
+         object.find("\"scale\"") == std::string::npos) ||
+        !MergeJsonInto(object, time).empty() || !data::ToInstant(time).Ok()) {
+      continue;
+    }
+    const std::size_t lineStart = json.rfind('\n', nameStart);
     const std::string indent =
-        lineStart == std::string::npos
-            ? ""
-            : json.substr(lineStart, static_cast<std::size_t>(match->position()) - lineStart);
-    result += json.substr(copied, end - copied) + "," + (indent.empty() ? " " : indent) + "\"" +
-              (*match)[1].str() + "Iso\": \"" + LineTimeZone::Utc().Format(time) + "\"";
-    copied = end;
+        lineStart == std::string::npos ? " " : json.substr(lineStart, nameStart - lineStart);
+    result += json.substr(copied, close + 1 - copied) + "," + indent +
+              json.substr(nameStart, at - nameStart) + "Iso\": \"" +
+              LineTimeZone::Utc().Format(time) + "\"";
+    copied = close + 1;
   }
   return result + json.substr(copied);
 }
