@@ -294,9 +294,10 @@ std::vector<std::string> Filters(const Descriptor& type) {
 
 /// The skeleton of the contract message `typeName` as proto3 JSON; parsing
 /// it back gives a message of that type. Filters are written disabled
-/// ("//Bench"), so that the skeleton sent as it is selects nothing. Times are written with scale
-/// SECONDS and kind UTC so that only their value needs editing. Types that
-/// contain themselves are cut off after the first repetition.
+/// ("//Bench"), so that the skeleton sent as it is selects nothing. Times
+/// are written with scale SECONDS and kind UTC so that only their value
+/// needs editing. Types that contain themselves are cut off after the first
+/// repetition.
 Result<std::string> BuildJsonTemplate(std::string_view typeName) {
   const Descriptor* type = FindContractMessage(typeName);
   if (type == nullptr) {
