@@ -150,7 +150,7 @@ const std::vector<Case> kCases = {
     {"TestsOfOtherIdentifiersNoted", "measurements|" + kLineA + "|--id=1001|--id=1003", 0, "",
      "note: asked for tests 1001, 1003, got test 1002\n"},
     {"TestsAsJsonWithIsoTimes", "tests|" + kLineA + "|--json", 0,
-     "\"value\": \"1710223091\",|\"MeasurementTimeIso\": \"2024-03-12T05:58:11Z\",\n"},
+     "\"value\": \"1710223091\",|   },\n   \"MeasurementTimeIso\": \"2024-03-12T05:58:11Z\",\n"},
     {"TestsOfALineWithoutZoneInUtc", "tests|" + kLineA, 0, "TIME (UTC)|2024-03-12T05:58:11Z", "",
      Serve("SimpleTopologyQuery", "SimpleTopologyContainer",
            R"({"Values": [{"Name": "Plant-North", "Lines": [{"Name": "Line-A"}]}]})")},
