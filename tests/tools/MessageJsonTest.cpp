@@ -20,8 +20,8 @@ TEST(MessageFromJson, FailuresNameTheirCause) {
       {"LogEntryQuery", R"({"Level": "Loud"})", "field Level: expected one of Trace, Debug"},
       {"MeasurementQuery", R"({"LastN": {"TopN": 1.5}})", "LastN.TopN: expected a 32-bit integer"},
       {"MeasurementQuery", R"({"Time": []})", "field Time: expected a single value, got a list"},
-      {"GetShiftQuery", R"({"Names": ["a"]} x)", "not JSON: parsing terminated before end of "
-                                                 "input near \"x\""},
+      {"GetShiftQuery", R"({"Names": ["a"]} x)",
+       "not JSON: parsing terminated before end of input near \"x\""},
       {"NoSuchType", "{}", "no contract message is named \"NoSuchType\""},
       {"", "{}", "no contract message is named \"\""},
   };
@@ -29,7 +29,8 @@ TEST(MessageFromJson, FailuresNameTheirCause) {
     const auto result = MessageFromJson(type, json);
     EXPECT_FALSE(result.Ok()) << json;
     EXPECT_THAT(result.GetStatus().Message(), HasSubstr(message));
-    EXPECT_THAT(result.GetStatus().Message(), ::testing::Not(::testing::ContainsRegex("\n|TYPE_|/")));
+    EXPECT_THAT(result.GetStatus().Message(),
+                ::testing::Not(::testing::ContainsRegex("\n|TYPE_|/")));
   }
 }
 

@@ -40,19 +40,20 @@ struct RequestTraits {
 // Answer is void for commands and files: they have no answer message.
 // AnswerIsDeclared fails to compile, naming the header to include, where a
 // query is sent without its answer's class.
-#define VREX_REQUEST_TRAITS(Request, Kind, AnswerType, AnswerHeader)                    \
-  template <>                                                                           \
-  struct RequestTraits<::Korvan::KQ::DataContracts::Request> {                          \
-    static constexpr bool kIsRequest = true;                                            \
-    static constexpr RequestKind kKind = RequestKind::Kind;                             \
-    static constexpr std::string_view kName = #Request;                                 \
-    using Answer = AnswerType;                                                          \
-    template <class A = Answer>                                                         \
-    static constexpr bool AnswerIsDeclared() {                                          \
-      static_assert(internal::kIsComplete<A>, "sending " #Request " needs its answer's " \
-                                              "class: #include \"" AnswerHeader "\"");    \
-      return true;                                                                      \
-    }                                                                                   \
+#define VREX_REQUEST_TRAITS(Request, Kind, AnswerType, AnswerHeader)                          \
+  template <>                                                                                 \
+  struct RequestTraits<::Korvan::KQ::DataContracts::Request> {                                \
+    static constexpr bool kIsRequest = true;                                                  \
+    static constexpr RequestKind kKind = RequestKind::Kind;                                   \
+    static constexpr std::string_view kName = #Request;                                       \
+    using Answer = AnswerType;                                                                \
+    template <class A = Answer>                                                               \
+    static constexpr bool AnswerIsDeclared() {                                                \
+      static_assert(internal::kIsComplete<A>,                                                 \
+                    "sending " #Request " needs its answer's class: #include \"" AnswerHeader \
+                    "\"");                                                                    \
+      return true;                                                                            \
+    }                                                                                         \
   };
 #define VREX_QUERY(Area, Request, Answer) \
   VREX_REQUEST_TRAITS(Request, Query, ::Korvan::KQ::DataContracts::Answer, #Answer ".pb.h")

@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "AnswerTables.h"
-
 #include "vrex/data/Time.h"
 
 namespace vrex::cli {

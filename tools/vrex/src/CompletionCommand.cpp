@@ -135,10 +135,9 @@ std::string CommandCase(const CLI::App& command, const CatalogWords& catalog) {
       pattern += (pattern.empty() ? "" : "|") + name;
       if (completion.empty()) completion = ValueCompletion(command.get_name(), name, catalog);
     }
-    text +=
-        "        " + pattern + ") " +
-        (completion.empty() ? "" : "COMPREPLY=($(compgen " + completion + ")); ") +
-        "return ;;\n";
+    text += "        " + pattern + ") " +
+            (completion.empty() ? "" : "COMPREPLY=($(compgen " + completion + ")); ") +
+            "return ;;\n";
   }
   return text + "      esac\n      words=\"" + CommandWords(command, catalog) + "\" ;;\n";
 }
