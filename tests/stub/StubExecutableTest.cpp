@@ -60,6 +60,8 @@ TEST(StubExecutable, StartsOnlyWithGoodDataPrintsItsPortAndStopsOnSigterm) {
   EXPECT_THAT(output, ::testing::Not(HasSubstr("listening")));
   const auto status = ChildProcess(VREX_STUB_EXECUTABLE, {"--prot", "0"}).Wait(kPatience);
   EXPECT_TRUE(status && WIFEXITED(*status) && WEXITSTATUS(*status) != 0) << "ran with a bad option";
+  ChildProcess version(VREX_STUB_EXECUTABLE, {"--version"});
+  EXPECT_TRUE(ExitsWith(version, 0) && version.ReadRest(kPatience).rfind("vrex-stub ", 0) == 0);
 
   ChildProcess stub(VREX_STUB_EXECUTABLE, {"--port", "0"});
   const int port = AnnouncedPort(stub);

@@ -18,6 +18,7 @@
 #include <future>
 #include <iterator>
 #include <mutex>
+#include <regex>
 #include <sstream>
 #include <thread>
 
@@ -146,7 +147,21 @@ const std::vector<Case> kCases = {
      "(America/Chicago, "
      "UTC-06:00; benches Etc/UTC|\u2502   \u2502   \u2514\u2500\u2500 Bench-3\n"},
     {"TestsInTheLinesZone", "tests|" + kLineA, 0,
-     "TIME (Europe/Berlin)|1001  2024-03-12T06:58:11+01:00  SN-24-0003141|NOK"},
+     "TIME (Europe/Berlin)|1001  2024-03-12T06:58:11+01:00  SN-24-0003141|NOK", "!note"},
+    {"TestsContradictingTheFiltersNoted",
+     "tests|" + kLineA + "|--last=3|--bench=Bench-1|--serial=SN-24-0003142", 0, "",
+     "note: asked for the last 3, got 4\n|asked for bench Bench-1, got test 1003 of bench Bench-2|"
+     "asked for serial SN-24-0003142, got test 1001 of serial SN-24-0003141"},
+    {"TestsOutsideTheWindowNoted",
+     "measurements|" + kLineA + "|--from=2024-03-12T07:00|--until=2024-03-12T07:02", 0, "",
+     "asked for tests from 2024-03-12T07:00:00+01:00 until 2024-03-12T07:02:00+01:00, got test "
+     "1001 of 2024-03-12T06:58:11+01:00\n"},
+    {"TestsOnTheWindowsEdgesNotNoted",
+     "tests|" + kLineA + "|--from=2024-03-12T06:58:11|--until=2024-03-12T07:05:02", 0, "", "!note"},
+    {"TestsOfOtherIdentifiersNoted", "measurements|" + kLineA + "|--id=1001|--id=1003", 0, "",
+     "note: asked for tests 1001, 1003, got test 1002\n"},
+    {"TestsAsJsonWithIsoTimes", "tests|" + kLineA + "|--json", 0,
+     "\"value\": \"1710223091\",|   },\n   \"MeasurementTimeIso\": \"2024-03-12T05:58:11Z\",\n"},
     {"TestsOfALineWithoutZoneInUtc", "tests|" + kLineA, 0, "TIME (UTC)|2024-03-12T05:58:11Z", "",
      Serve("SimpleTopologyQuery", "SimpleTopologyContainer",
            R"({"Values": [{"Name": "Plant-North", "Lines": [{"Name": "Line-A"}]}]})")},
@@ -173,6 +188,20 @@ const std::vector<Case> kCases = {
      "test,1,false\r\n"},
     {"TestsWindowBackwards", "tests|" + kLineA + "|--from=2024-03-12|--until=2024-03-11", 2, "",
      "--until lies before --from"},
+    {"TestsAfterASilentTopologyShareItsTimeOut",
+     "tests|" + kLineA + "|--since=2h|--timeout=0.5|--retries=0|-v", 9, "",
+     "* waiting for the line's topology (SimpleTopologyQuery|waiting for the line's "
+     "topology (SimpleTopologyQuery, for its time zone) took all of --timeout (0.5 s), none was "
+     "left for GeneralInformationQuery",
+     [](PlantServerTest& test) {
+       stub::CannedAnswer silent;
+       silent.delay = std::chrono::seconds(30);
+       silent.delivery = stub::Delivery::CloseWithoutAnswer;
+       test.server.SetAnswer("SimpleTopologyQuery", silent);
+     },
+     [](const VrexRun&, const PlantServerTest& test) {
+       EXPECT_TRUE(test.Received("GeneralInformationQuery").empty());
+     }},
     {"TestsWithoutLine", "tests|{url}|--factory=F", 2, "", "--line is required", nullptr,
      NothingSent()},
     {"TestsCsvOrJson", "tests|" + kLineA + "|--csv|--json", 2, "", "excludes"},
@@ -189,13 +218,13 @@ const std::vector<Case> kCases = {
     {"MeasurementsById", "measurements|" + kLineA + "|--id=1002|--id=1004" + kSpectrum, 0,
      "Test 1004", "", nullptr, Sent("MeasurementByIdQuery", R"("Identifier":[1002,1004])")},
     {"MeasurementsAsCsvOneRowPerPoint", "measurements|" + kLineA + "|--csv", 0,
-     "test_id,serial,quantity,kind,x,x_unit,z,z_unit,y,y_unit,note\r\n"
-     "|1002,SN-24-0003142,Run-Up/Level/Mic-1/Gearbox/RMS/MIC-4189-A,Scalar,1500,rpm,,,81.3,dB re "
-     "2e-05 Pa,\r\n|Spectrum/MIC-4189-A,Vector,250,Hz,,,64.7,dB re 2e-05 Pa,\r\n"
-     "|1001,SN-24-0003141,Run-Up/Tracker/Acc-1/Housing/Order 2 "
-     "level/ACC-356A,ScalarTrack,3800,rpm,,,0.29,m/s^2,\r\n|VectorTrack,500,Hz,3000,rpm,0.27,m/"
-     "s^2,\r\n|Order map/MIC-4189-A,Matrix,4,order,3000,rpm,50.3,dB re 2e-05 "
-     "Pa,\r\n|ACC-356B,Invalid,,,,,,,invalid: Sensor overload at 3800 rpm\r\n"},
+     "test_id,serial,result,quantity,kind,x,x_unit,z,z_unit,y,y_unit,limit,note\r\n"
+     "|1002,SN-24-0003142,NOK,Run-Up/Level/Mic-1/Gearbox/RMS/MIC-4189-A,Scalar,1500,rpm,,,81.3,dB "
+     "re 2e-05 Pa,78,\r\n|Spectrum/MIC-4189-A,Vector,250,Hz,,,64.7,dB re 2e-05 Pa,62,\r\n"
+     "|1001,SN-24-0003141,OK,Run-Up/Tracker/Acc-1/Housing/Order 2 "
+     "level/ACC-356A,ScalarTrack,3800,rpm,,,0.29,m/s^2,0.5,\r\n|VectorTrack,500,Hz,3000,rpm,0.27,m/"
+     "s^2,0.3,\r\n|Order map/MIC-4189-A,Matrix,4,order,3000,rpm,50.3,dB re 2e-05 "
+     "Pa,70,\r\n|ACC-356B,Invalid,,,,,,,,invalid: Sensor overload at 3800 rpm\r\n"},
     {"LogEntriesAndTheirQuery", "log|" + kLineA + "|--level=Warning|--source=ArchiveWriter", 0,
      "Log of Plant-North / Line-A, last changed 2024-03-12T06:58:11+01:00\n"
      "|2024-03-12T06:58:11+01:00  Warning  ArchiveWriter|exception: IOException: no space",
@@ -271,7 +300,7 @@ const std::vector<Case> kCases = {
        EXPECT_EQ(run.err + run.out, "");
      }},
     {"DownloadFailureKeepsTheOldFile", "download|{url}|CsvExportFileQuery|-o|{dir}/t.csv", 4, "",
-     "HTTP 404",
+     "HTTP 404 Not Found|!ApiPipeline",
      [](PlantServerTest& test) {
        test.scratch.Write("t.csv", "old");
        Serve("CsvExportFileQuery", 404)(test);
@@ -314,23 +343,38 @@ const std::vector<Case> kCases = {
     {"DescribeAnUnknownType", "describe|MeasurmentQuery", 2, "",
      "no message or enumeration named \"MeasurmentQuery\""},
     {"TemplateHasEveryField", "template|MeasurementQuery", 0,
-     "\"Exclude\"|\"scale\": \"SECONDS\"|\"kind\": \"UTC\""},
+     "\"Exclude\"|\"scale\": \"SECONDS\"|\"kind\": \"UTC\"|\"//Bench\": {|\"Factory\": \"\""},
+    {"TemplateSentUneditedSelectsNothing", "call|{url}|MeasurementQuery|-d|@{dir}/t.json", 0, "",
+     "",
+     [](PlantServerTest& test) {
+       test.scratch.Write("t.json",
+                          testing::RunVrexInProcess({"template", "MeasurementQuery"}).out);
+     },
+     Sent("MeasurementQuery", "!Bench|!Time|!LastN|!Clavis")},
     {"NoCommand", "", 2, "", "--help"},
+    {"MistypedCommandNamesTheClosest", "tset|{url}", 2, "",
+     "no command \"tset\"; did you mean tests?"},
+    {"LastZeroRefused", "tests|" + kLineA + "|--last=0", 2, "", "1 or more|!000000", nullptr,
+     NothingSent()},
     {"CompletionForBash", "completion|bash", 0,
      "complete -F _vrex vrex\n| plot |--waterfall|MeasurementQuery|Warning|--output) "
-     "COMPREPLY=($(compgen -W \"json binary text\"|Version\" -- \"$current\")); return ;;\n"
+     "COMPREPLY=($(compgen -W \"binary json text\"|Version\" -- \"$current\")); return ;;\n"
+     "|--data|-d) COMPREPLY=($(compgen -f -P @ -- \"${current#@}\"))|--answer-type) "
+     "COMPREPLY=($(compgen -W \"AddErrorGroupCommand |"
      "      esac\n      words=\"--area --family --help --json -h\" ;;"},
     {"CompletionForAnotherShell", "completion|zsh", 2, "", "zsh"},
-    {"PlotScriptOnly", "plot|" + kLineA + kSpectrum + "|--script-only|-o|{dir}/s.png", 0, "",
+    {"PlotScriptOnly", "plot|" + kLineA + kSpectrum + "|--script-only|-o|{dir}/s.PNG", 0, "",
      "wrote |s.gp` draws ", nullptr,
      [](const VrexRun&, const PlantServerTest& test) {
        const std::string script = Contents(test.scratch.Path() / "s.gp");
        EXPECT_THAT(script, HasSubstr("$data1 << EOD\n0 41.2\n250 55.8\n"));
-       EXPECT_THAT(script, HasSubstr("/s.png'\nset output output\n"));
+       EXPECT_THAT(script, HasSubstr("/s.PNG'\nset output output\n"));
      }},
-    {"PlotWithoutGnuplot", "plot|" + kLineA + kSpectrum + "|-o|s.png|--gnuplot=/no/gnuplot", 1, "",
-     "/no/gnuplot is not installed|sudo apt-get install gnuplot-nox|--script-only", nullptr,
+    {"PlotWithoutGnuplot", "plot|" + kLineA + kSpectrum + "|-o|s.png|--gnuplot=no-gnuplot", 1, "",
+     "no-gnuplot is not installed|sudo apt-get install gnuplot-nox|--script-only", nullptr,
      NothingSent()},
+    {"PlotWithAWrongGnuplotPath", "plot|" + kLineA + kSpectrum + "|-o|s.png|--gnuplot=/no/gp", 1,
+     "", "cannot run /no/gp: No such file|!installed"},
     {"PlotWithFailingGnuplot",
      "plot|" + kLineA + kSpectrum + "|-o|{dir}/s.svg|--gnuplot=/bin/false", 1, "", "gnuplot failed",
      nullptr,
@@ -376,14 +420,18 @@ TEST_F(Catalog, EveryRequestIsCallableFromItsTemplate) {
     SCOPED_TRACE(type);
     const auto skeleton = Vrex({"template", type});
     server.ClearJournal();
-    const auto call = Vrex({"call", "{url}", type, "-d", "@-"}, skeleton.out);
+    // With every filter turned on, so that the filters' shapes are sent too.
+    const std::string json = std::regex_replace(
+        std::regex_replace(skeleton.out, std::regex(R"(\n *"//":[^\n]*)"), ""),
+        std::regex(R"("//)"), "\"");
+    const auto call = Vrex({"call", "{url}", type, "-d", "@-"}, json);
     ASSERT_EQ(call.exitCode, 0) << call.err;
     if (request.kind == RequestKind::Query) {
       EXPECT_TRUE(MessageFromJson(request.answerType, call.out).Ok()) << call.out;
     }
     const auto received = Received(type);
     ASSERT_EQ(received.size(), 1U);
-    const auto sent = MessageFromJson(type, skeleton.out);
+    const auto sent = MessageFromJson(type, json);
     ASSERT_TRUE(sent.Ok());
     std::unique_ptr<google::protobuf::Message> parsed(sent.Value()->New());
     ASSERT_TRUE(received[0].body == "{}" || parsed->ParseFromString(received[0].body));

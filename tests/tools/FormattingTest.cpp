@@ -45,8 +45,8 @@ TEST(ExitCodes, FollowTheOutcome) {
 TEST(FailureMessages, NameTheCauseAndANextStep) {
   const std::vector<std::pair<Outcome, std::string>> cases = {
       {MakeOutcome(Event::HttpStatusFailed, 401),
-       "server rejected the request: HTTP 401 (ApiPipeline_Unauthorized) \u2014 check the gateway "
-       "token (--token or VREX_TOKEN)"},
+       "server rejected the request: HTTP 401 Unauthorized \u2014 check the gateway token "
+       "(--token or VREX_TOKEN)"},
       {MakeOutcome(Event::TransportFailed, 0, "Operation timed out after 500 ms"),
        "raise --timeout"},
       {MakeOutcome(Event::TransportFailed, 0, "SSL certificate problem: self-signed"), "--cacert"},

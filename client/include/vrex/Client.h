@@ -52,6 +52,7 @@ class VREX_EXPORT Client {
   /// Sends a query and returns its answer, of the type the catalog names.
   template <class Query, std::enable_if_t<kIsQuery<Query>, int> = 0>
   Result<AnswerOf<Query>, Outcome> Send(const Query& query) const {
+    static_assert(RequestTraits<Query>::AnswerIsDeclared());
     auto answer = std::make_unique<AnswerOf<Query>>();
     Outcome outcome =
         Exchange(RequestTraits<Query>::kName, RequestKind::Query, query, answer.get());
@@ -62,6 +63,7 @@ class VREX_EXPORT Client {
   /// must outlive the result.
   template <class Query, std::enable_if_t<kIsQuery<Query>, int> = 0>
   Result<AnswerOf<Query>, Outcome> Send(const Query& query, google::protobuf::Arena& arena) const {
+    static_assert(RequestTraits<Query>::AnswerIsDeclared());
     auto* answer = google::protobuf::Arena::CreateMessage<AnswerOf<Query>>(&arena);
     Outcome outcome = Exchange(RequestTraits<Query>::kName, RequestKind::Query, query, answer);
     return Result<AnswerOf<Query>, Outcome>(answer, std::move(outcome));
@@ -138,6 +140,7 @@ class VREX_EXPORT Client {
   template <class Query, std::enable_if_t<kIsQuery<Query>, int> = 0>
   CallCanceller SendAsync(const Query& query,
                           std::function<void(Result<AnswerOf<Query>, Outcome>)> onDone) const {
+    static_assert(RequestTraits<Query>::AnswerIsDeclared());
     using Answer = AnswerOf<Query>;
     auto answer = std::make_shared<Answer>();
     return StartExchange(RequestTraits<Query>::kName, RequestKind::Query, query, answer.get(),
@@ -152,6 +155,7 @@ class VREX_EXPORT Client {
   template <class Query, std::enable_if_t<kIsQuery<Query>, int> = 0>
   AsyncCall<Result<AnswerOf<Query>, Outcome>> SendAsync(const Query& query,
                                                         google::protobuf::Arena& arena) const {
+    static_assert(RequestTraits<Query>::AnswerIsDeclared());
     using Answer = AnswerOf<Query>;
     auto* answer = google::protobuf::Arena::CreateMessage<Answer>(&arena);
     return Promised<Result<Answer, Outcome>>([&](auto onDone) {

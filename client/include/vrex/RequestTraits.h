@@ -8,6 +8,7 @@
 // request and its answer (or vrex/Contracts.h for all of them).
 
 #include <string_view>
+#include <type_traits>
 
 #include "vrex/RequestCatalog.h"
 
@@ -22,6 +23,13 @@ namespace Korvan::KQ::DataContracts {
 
 namespace vrex {
 
+namespace internal {
+template <class T, class = void>
+inline constexpr bool kIsComplete = false;
+template <class T>
+inline constexpr bool kIsComplete<T, std::void_t<decltype(sizeof(T))>> = true;
+}  // namespace internal
+
 /// Specialised for every request of the catalog; `kIsRequest` is false for
 /// any other type.
 template <class Request>
@@ -30,18 +38,27 @@ struct RequestTraits {
 };
 
 // Answer is void for commands and files: they have no answer message.
-#define VREX_REQUEST_TRAITS(Request, Kind, AnswerType)         \
-  template <>                                                  \
-  struct RequestTraits<::Korvan::KQ::DataContracts::Request> { \
-    static constexpr bool kIsRequest = true;                   \
-    static constexpr RequestKind kKind = RequestKind::Kind;    \
-    static constexpr std::string_view kName = #Request;        \
-    using Answer = AnswerType;                                 \
+// AnswerIsDeclared fails to compile, naming the header to include, where a
+// query is sent without its answer's class.
+#define VREX_REQUEST_TRAITS(Request, Kind, AnswerType, AnswerHeader)                          \
+  template <>                                                                                 \
+  struct RequestTraits<::Korvan::KQ::DataContracts::Request> {                                \
+    static constexpr bool kIsRequest = true;                                                  \
+    static constexpr RequestKind kKind = RequestKind::Kind;                                   \
+    static constexpr std::string_view kName = #Request;                                       \
+    using Answer = AnswerType;                                                                \
+    template <class A = Answer>                                                               \
+    static constexpr bool AnswerIsDeclared() {                                                \
+      static_assert(internal::kIsComplete<A>,                                                 \
+                    "sending " #Request " needs its answer's class: #include \"" AnswerHeader \
+                    "\"");                                                                    \
+      return true;                                                                            \
+    }                                                                                         \
   };
 #define VREX_QUERY(Area, Request, Answer) \
-  VREX_REQUEST_TRAITS(Request, Query, ::Korvan::KQ::DataContracts::Answer)
-#define VREX_COMMAND(Area, Request) VREX_REQUEST_TRAITS(Request, Command, void)
-#define VREX_FILE(Area, Request) VREX_REQUEST_TRAITS(Request, File, void)
+  VREX_REQUEST_TRAITS(Request, Query, ::Korvan::KQ::DataContracts::Answer, #Answer ".pb.h")
+#define VREX_COMMAND(Area, Request) VREX_REQUEST_TRAITS(Request, Command, void, "")
+#define VREX_FILE(Area, Request) VREX_REQUEST_TRAITS(Request, File, void, "")
 #include "vrex/RequestList.inc"
 #undef VREX_REQUEST_TRAITS
 

@@ -3,6 +3,7 @@
 #include <google/protobuf/descriptor.h>
 #include <google/protobuf/util/json_util.h>
 
+#include "internal/JsonParseError.h"
 #include "vrex/ContractTypes.h"
 
 namespace vrex {
@@ -17,27 +18,6 @@ using google::protobuf::MessageFactory;
 template <typename T>
 Result<T> Failure(std::string error) {
   return Result<T>::Failure(std::move(error));
-}
-
-// The JSON parser says "(Time.Items[0]) Nope: Cannot find field."; people
-// read "unknown field \"Nope\" in Time.Items[0]" more easily.
-std::string DescribeUnknownField(const std::string& parserText) {
-  constexpr std::string_view kSuffix = ": Cannot find field.";
-  if (parserText.size() <= kSuffix.size() ||
-      parserText.compare(parserText.size() - kSuffix.size(), kSuffix.size(), kSuffix) != 0) {
-    return parserText;
-  }
-  std::string location;
-  std::string field = parserText.substr(0, parserText.size() - kSuffix.size());
-  if (!field.empty() && field.front() == '(') {
-    const std::size_t close = field.find(") ");
-    if (close != std::string::npos) {
-      location = field.substr(1, close - 1);
-      field.erase(0, close + 2);
-    }
-  }
-  std::string text = "unknown field \"" + field + "\"";
-  return location.empty() ? text : text + " in " + location;
 }
 
 // The JSON parser reads [["a", ["b"]], "c"] as the list a, b, c; no field of
@@ -79,7 +59,7 @@ std::string MergeJsonInto(std::string_view json, Message& message) {
   }
   const std::string error(status.message());
   return error.empty() ? "the text is not JSON of " + message.GetTypeName()
-                       : DescribeUnknownField(error);
+                       : internal::DescribeJsonParseError(error);
 }
 
 Result<std::unique_ptr<Message>> MessageFromJson(std::string_view typeName, std::string_view json) {

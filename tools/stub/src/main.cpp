@@ -96,6 +96,7 @@ CommandLine ParseCommandLine(int argc, char** argv) {
          "Seconds the live server may stay silent before it is given up (default 5)")
       ->check(CLI::Range(0.001, 86400.0));  // below a millisecond it would be none
   app.add_flag("--verbose", line.verbose, "Print every request and its status on stderr");
+  app.set_version_flag("--version", "vrex-stub " VREX_STUB_VERSION);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

@@ -26,7 +26,21 @@ std::string TestsCsv(const dc::GeneralInformationContainer& tests, const LineTim
 
 namespace {
 
-// The rows of one value of one test; `lead` holds test_id, serial and quantity.
+// The first upper limit's curves: the limit column shows it point by point.
+std::vector<Curve> UpperLimit(const dc::MeasurementValue& value) {
+  for (LimitCurves& limit : LimitsOf(value)) {
+    if (limit.type == en::UpperLimit) return std::move(limit.curves);
+  }
+  return {};
+}
+
+// The limit at point `i` of row `r`, or "" where the limit has none.
+std::string LimitAt(const std::vector<Curve>& limit, std::size_t r, std::size_t i) {
+  return r < limit.size() && i < limit[r].y.size() ? FloatText(limit[r].y[i]) : "";
+}
+
+// The rows of one value of one test; `lead` holds test_id, serial, result
+// and quantity.
 std::string ValueRows(const std::vector<std::string>& lead, const dc::MeasurementValue* value) {
   const auto row = [&lead](std::vector<std::string> rest) {
     std::vector<std::string> fields = lead;
@@ -34,21 +48,24 @@ std::string ValueRows(const std::vector<std::string>& lead, const dc::Measuremen
     return CsvRecord(fields);
   };
   if (value == nullptr) {
-    return row({"", "", "", "", "", "", "", "not sent"});
+    return row({"", "", "", "", "", "", "", "", "not sent"});
   }
   const ValueCurves curves = CurvesOf(*value);
   const std::string kind = DescribeKind(*value);
   if (curves.curves.empty()) {
-    return row({kind, "", "", "", "", "", "", SummariseValue(*value)});
+    return row({kind, "", "", "", "", "", "", "", SummariseValue(*value)});
   }
+  const std::vector<Curve> limit = UpperLimit(*value);
   const std::string xUnit = DescribeUnit(curves.xUnit);
   const std::string zUnit = curves.curves.front().z ? DescribeUnit(curves.zUnit) : "";
   const std::string yUnit = DescribeUnit(curves.yUnit);
   std::string rows;
-  for (const Curve& curve : curves.curves) {
+  for (std::size_t r = 0; r < curves.curves.size(); ++r) {
+    const Curve& curve = curves.curves[r];
     const std::string z = curve.z ? AxisText(*curve.z) : "";
     for (std::size_t i = 0; i < curve.y.size(); ++i) {
       rows += row({kind, AxisText(curve.x[i]), xUnit, z, zUnit, FloatText(curve.y[i]), yUnit,
+                   LimitAt(limit, r, i),
                    value->invalid().empty() ? "" : "invalid: " + value->invalid()});
     }
   }
@@ -58,14 +75,14 @@ std::string ValueRows(const std::vector<std::string>& lead, const dc::Measuremen
 }  // namespace
 
 std::string MeasurementsCsv(const dc::MeasurementContainer& container) {
-  std::string csv = CsvRecord({"test_id", "serial", "quantity", "kind", "x", "x_unit", "z",
-                               "z_unit", "y", "y_unit", "note"});
+  std::string csv = CsvRecord({"test_id", "serial", "result", "quantity", "kind", "x", "x_unit",
+                               "z", "z_unit", "y", "y_unit", "limit", "note"});
   for (const auto& [id, measurement] : TestsInOrder(container)) {
     for (const data::MeasurementEntry& entry :
          data::PairByHandle(measurement->measurementvalues())) {
       const std::string quantity = entry.key != nullptr ? data::DescribeClavis(*entry.key) : "";
-      csv += ValueRows({std::to_string(id), measurement->generalinformation().serial(), quantity},
-                       entry.value);
+      const dc::GeneralInformation& test = measurement->generalinformation();
+      csv += ValueRows({std::to_string(id), test.serial(), test.result(), quantity}, entry.value);
     }
   }
   return csv;

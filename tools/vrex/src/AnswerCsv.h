@@ -16,8 +16,9 @@ namespace vrex::cli {
 std::string TestsCsv(const Korvan::KQ::DataContracts::GeneralInformationContainer& tests,
                      const LineTimeZone& zone);
 
-/// test_id, serial, quantity, kind, x, x_unit, z, z_unit, y, y_unit, note:
-/// a row per point of every value (a scalar's x is its position), tests in
+/// test_id, serial, result, quantity, kind, x, x_unit, z, z_unit, y,
+/// y_unit, limit, note: a row per point of every value (a scalar's x is its
+/// position; limit is the first upper limit's y at that point), tests in
 /// ascending identifier order; an invalid value or one not sent is one row
 /// without numbers whose note says why.
 std::string MeasurementsCsv(const Korvan::KQ::DataContracts::MeasurementContainer& container);

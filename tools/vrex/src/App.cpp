@@ -1,5 +1,8 @@
 #include "App.h"
 
+#include <algorithm>
+
+#include "ClosestWords.h"
 #include "Commands.h"
 #include "HelpFormatter.h"
 #include "vrex/data/SecretMask.h"
@@ -28,6 +31,23 @@ std::string MainFooter() {
          ExitCodeHelp();
 }
 
+// A first word that is no command is most likely a typo of one: name it.
+bool IsUnknownCommand(const CLI::App& app, const std::string& word, Console& console) {
+  std::vector<std::string> commands;
+  for (const CLI::App* command : app.get_subcommands({})) commands.push_back(command->get_name());
+  if (word.empty() || word[0] == '-' ||
+      std::find(commands.begin(), commands.end(), word) != commands.end()) {
+    return false;
+  }
+  std::string guesses;
+  for (const std::string& guess : ClosestWords(word, commands)) {
+    guesses += (guesses.empty() ? "; did you mean " : " or ") + guess;
+  }
+  console.err << "vrex: no command \"" << word << "\"" << (guesses.empty() ? "" : guesses + "?")
+              << " (`vrex --help` lists the commands)\n";
+  return true;
+}
+
 }  // namespace
 
 int RunVrex(int argc, const char* const* argv, Console& console) {
@@ -49,6 +69,9 @@ int RunVrex(int argc, const char* const* argv, Console& console) {
   AddLogCommand(setup);
   AddPlotCommand(setup);
   AddCompletionCommand(setup);
+  if (argc > 1 && IsUnknownCommand(app, argv[1], console)) {
+    return ToInt(ExitCode::Usage);
+  }
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

@@ -11,6 +11,7 @@
 #include "ConnectionOptions.h"
 #include "Console.h"
 #include "FailureReport.h"
+#include "JsonTimes.h"
 #include "vrex/Client.h"
 #include "vrex/MessageJson.h"
 
@@ -56,18 +57,21 @@ CLI::App& AddCommand(const CommandSetup& setup, const CommandText& text,
 ExitCode UsageError(const std::string& text, Console& console);
 
 /// The common shape of a friendly read: sends `query`, reports a failed
-/// outcome, prints the answer with `render` (or as JSON when `json`).
+/// outcome, lets `inspect` look at the answer, prints it with `render` (or
+/// as JSON with ISO 8601 times beside the contract's when `json`).
 template <class Query, class Render>
 ExitCode SendAndPrint(const Client& client, const Query& query, const ServerArguments& server,
-                      bool json, Console& console, Render render) {
+                      bool json, Console& console, Render render,
+                      const std::function<void(const AnswerOf<Query>&)>& inspect = {}) {
   const auto answer = client.Send(query);
   const ExitCode code = ReportOutcome(answer.GetStatus(), server, console);
   if (code != ExitCode::Ok) {
     return code;
   }
+  if (inspect) inspect(answer.Value());
   if (json) {
     const auto text = MessageToJson(answer.Value());
-    console.out << (text.Ok() ? text.Value() : "{}\n");
+    console.out << (text.Ok() ? WithIsoTimes(text.Value()) : "{}\n");
   } else {
     console.out << render(answer.Value());
   }

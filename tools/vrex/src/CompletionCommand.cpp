@@ -83,16 +83,21 @@ std::set<std::string> LogLevels() {
   return levels;
 }
 
-// What follows an option of `command` that takes a value: "-W words", "-f"
-// for a file, or "" for nothing to offer.
+// What compgen offers after an option of `command` that takes a value:
+// words, files, a file after "@" (`-d @query.json`), or "" for nothing.
 std::string ValueCompletion(const std::string& command, const std::string& option,
                             const CatalogWords& catalog) {
-  if (option == "--family" || option == "--area") return "-W \"" + Join(catalog.areas) + "\"";
-  if (option == "--level") return "-W \"" + Join(LogLevels()) + "\"";
-  if (option == "--output" && command == "call") return "-W \"json binary text\"";
+  const auto words = [](const std::set<std::string>& offered) {
+    return "-W \"" + Join(offered) + "\" -- \"$current\"";
+  };
+  if (option == "--family" || option == "--area") return words(catalog.areas);
+  if (option == "--level") return words(LogLevels());
+  if (option == "--answer-type") return words(catalog.messages);
+  if (option == "--output" && command == "call") return words({"binary", "json", "text"});
+  if (option == "-d" || option == "--data") return "-f -P @ -- \"${current#@}\"";
   if (option == "-o" || option == "--output" || option == "--cacert" || option == "--cert" ||
       option == "--key") {
-    return "-f";
+    return "-f -- \"$current\"";
   }
   return "";
 }
@@ -130,10 +135,9 @@ std::string CommandCase(const CLI::App& command, const CatalogWords& catalog) {
       pattern += (pattern.empty() ? "" : "|") + name;
       if (completion.empty()) completion = ValueCompletion(command.get_name(), name, catalog);
     }
-    text +=
-        "        " + pattern + ") " +
-        (completion.empty() ? "" : "COMPREPLY=($(compgen " + completion + " -- \"$current\")); ") +
-        "return ;;\n";
+    text += "        " + pattern + ") " +
+            (completion.empty() ? "" : "COMPREPLY=($(compgen " + completion + ")); ") +
+            "return ;;\n";
   }
   return text + "      esac\n      words=\"" + CommandWords(command, catalog) + "\" ;;\n";
 }

@@ -3,7 +3,6 @@
 #include <array>
 #include <utility>
 
-#include "MessageContainer.pb.h"
 #include "vrex/HttpStatus.h"
 
 namespace vrex::cli {
@@ -20,7 +19,8 @@ const std::vector<ExitCodeMeaning>& ExitCodeTable() {
       {ExitCode::VersionNotAccepted, "version not accepted (vrex version)"},
       {ExitCode::FileFailed, "the downloaded file could not be written"},
       {ExitCode::TimedOut, "connected, but the answer did not come or finish within --timeout"},
-      {ExitCode::BrokenAnswer, "the server answered, but not in readable HTTP (cut short, malformed)"},
+      {ExitCode::BrokenAnswer,
+       "the server answered, but not in readable HTTP (cut short, malformed)"},
       {ExitCode::TooLarge, "the answer was larger than --max-answer-size"},
   };
   return table;
@@ -55,8 +55,6 @@ ExitCode ExitCodeFor(const Outcome& outcome) {
 }
 
 namespace {
-
-namespace enums = ::Korvan::KQ::DataContracts::Enumerator;
 
 bool Contains(std::string_view text, std::string_view part) {
   return text.find(part) != std::string_view::npos;
@@ -118,8 +116,28 @@ std::string_view ServerFailureHint(int status) {
          "its administrator";
 }
 
-std::string CodeName(const Outcome& outcome) {
-  return enums::DetailCode_Name(outcome.Status().detailcode());
+// What a status means over HTTP: the outcome's detail code is the
+// established API's (every 4xx is "Unauthorized" there), not the server's word.
+std::string_view StatusMeaning(int status) {
+  // clang-format off
+  static const std::array<std::pair<int, std::string_view>, 19> meanings = {{
+      {301, "Moved Permanently"}, {302, "Found"}, {303, "See Other"}, {307, "Temporary Redirect"},
+      {308, "Permanent Redirect"}, {400, "Bad Request"}, {401, "Unauthorized"},
+      {403, "Forbidden"}, {404, "Not Found"}, {405, "Method Not Allowed"},
+      {408, "Request Timeout"}, {413, "Content Too Large"}, {415, "Unsupported Media Type"},
+      {429, "Too Many Requests"}, {500, "Internal Server Error"}, {501, "Not Implemented"},
+      {502, "Bad Gateway"}, {503, "Service Unavailable"}, {504, "Gateway Timeout"},
+  }};
+  // clang-format on
+  for (const auto& [code, meaning] : meanings) {
+    if (code == status) return meaning;
+  }
+  return "";
+}
+
+std::string StatusText(int status) {
+  const std::string_view meaning = StatusMeaning(status);
+  return "HTTP " + std::to_string(status) + (meaning.empty() ? "" : " " + std::string(meaning));
 }
 
 }  // namespace
@@ -128,7 +146,7 @@ std::string DescribeFailure(const Outcome& outcome, std::string_view baseUrl,
                             std::string_view systemReason) {
   const std::string url(baseUrl);
   const int status = outcome.HttpStatus();
-  const std::string httpText = "HTTP " + std::to_string(status) + " (" + CodeName(outcome) + ")";
+  const std::string httpText = StatusText(status);
   switch (outcome.GetEvent()) {
     case Outcome::Event::Succeeded:
       return outcome.RequestType() + " succeeded";
@@ -139,7 +157,8 @@ std::string DescribeFailure(const Outcome& outcome, std::string_view baseUrl,
              std::string(TransportHint(reason + " " + outcome.ErrorText())) + ")";
     }
     case Outcome::Event::NoAnswer:
-      return url + " took the request but gave no answer: " + outcome.ErrorText() +
+      return url + " took " + outcome.RequestType() +
+             " but gave no answer: " + outcome.ErrorText() +
              " \u2014 the server may be overloaded or stuck; see its log, or raise --timeout";
     case Outcome::Event::ReceiveTimedOut:
       return "the answer from " + url + " did not finish in time: " + outcome.ErrorText() +

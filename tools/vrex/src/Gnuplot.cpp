@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -51,6 +52,14 @@ std::string FindProgram(const std::string& program) {
     }
   }
   return "";
+}
+
+std::string WhyNotRunnable(const std::string& program) {
+  if (program.find('/') == std::string::npos) {
+    return program + " is not installed; " + kGnuplotInstallHint;
+  }
+  const int failure = access(program.c_str(), X_OK) == 0 ? 0 : errno;
+  return "cannot run " + program + ": " + std::strerror(failure);
 }
 
 Error RunGnuplot(const std::string& path, const std::string& script, const std::string& output) {

@@ -16,6 +16,12 @@ inline constexpr const char* kGnuplotInstallHint =
 /// empty when there is none.
 std::string FindProgram(const std::string& program);
 
+/// Why `program`, which FindProgram did not find, cannot be run: a path
+/// that is not executable ("cannot run /opt/gp: No such file or
+/// directory"), or a name on no directory of PATH (not installed, and how
+/// to install it).
+std::string WhyNotRunnable(const std::string& program);
+
 /// Runs the gnuplot at `path` on `script` with the script's variable
 /// `output` set to `output`; fails with what gnuplot complained about.
 Error RunGnuplot(const std::string& path, const std::string& script, const std::string& output);

@@ -6,6 +6,7 @@
 #include "LogEntryQuery.pb.h"
 #include "LogLevel.pb.h"
 #include "SelectionOptions.h"
+#include "SharedDeadline.h"
 #include "vrex/data/Time.h"
 
 namespace vrex::cli {
@@ -62,18 +63,22 @@ Result<dc::LogEntryQuery> BuildLogQuery(const LogArguments& arguments, const Lin
 }
 
 ExitCode Run(const LogArguments& arguments, Console& console) {
-  const Client client(MakeClientOptions(arguments.server, console));
+  const SharedDeadline deadline(arguments.server, console);
+  const Client& client = deadline.First();
   const SelectionArguments& selection = arguments.selection;
   const bool namesLine = !selection.factory.empty() && !selection.line.empty();
-  const LineTimeZone zone =
-      namesLine ? LineZoneLookUp(client, selection.factory, selection.line).Get(console)
-                : LineTimeZone::Utc();
+  const LineTimeZone zone = namesLine ? LineZoneLookUp(client, selection.factory, selection.line,
+                                                       arguments.server.verbose)
+                                            .Get(console)
+                                      : LineTimeZone::Utc();
   const auto query = BuildLogQuery(arguments, zone);
   if (!query.Ok()) {
     console.err << "vrex: " << query.GetStatus().Message() << '\n';
     return ExitCode::Usage;
   }
-  return SendAndPrint(client, query.Value(), arguments.server, arguments.json, console,
+  const auto rest = deadline.ForTheRest("LogEntryQuery", LineZoneLookUp::kWaitedFor);
+  if (!rest) return ExitCode::TimedOut;
+  return SendAndPrint(*rest, query.Value(), arguments.server, arguments.json, console,
                       [&zone, csv = arguments.csv](const dc::LogEntryContainer& log) {
                         return csv ? LogCsv(log, zone) : RenderLog(log, zone);
                       });

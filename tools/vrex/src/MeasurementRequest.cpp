@@ -43,6 +43,11 @@ Result<MeasurementRequest> BuildMeasurementRequest(const SelectionArguments& sel
 
 }  // namespace
 
+std::string RequestName(const MeasurementRequest& request) {
+  return std::holds_alternative<dc::MeasurementQuery>(request) ? "MeasurementQuery"
+                                                               : "MeasurementByIdQuery";
+}
+
 void AddTestChoiceArguments(CLI::App& command, SelectionArguments& selection,
                             std::vector<int>& ids) {
   AddSelectionArguments(command, selection);
@@ -54,12 +59,13 @@ void AddTestChoiceArguments(CLI::App& command, SelectionArguments& selection,
 Result<PreparedRequest> PrepareMeasurementRequest(const SelectionArguments& selection,
                                                   const std::vector<int>& ids,
                                                   const std::vector<std::string>& claves,
-                                                  const Client& client, Console& console) {
+                                                  const Client& client, Console& console,
+                                                  bool verbose) {
   const auto quantities = BuildClavisFilter(claves);
   if (!quantities.Ok()) {
     return Result<PreparedRequest>::Failure(quantities.GetStatus());
   }
-  auto zone = std::make_shared<LineZoneLookUp>(client, selection.factory, selection.line);
+  auto zone = std::make_shared<LineZoneLookUp>(client, selection.factory, selection.line, verbose);
   // Requests by identifier do not depend on the zone: they go out while the
   // topology is still on its way.
   auto request =

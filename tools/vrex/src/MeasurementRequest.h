@@ -20,6 +20,9 @@ namespace vrex::cli {
 using MeasurementRequest = std::variant<Korvan::KQ::DataContracts::MeasurementByIdQuery,
                                         Korvan::KQ::DataContracts::MeasurementQuery>;
 
+/// "MeasurementQuery" or "MeasurementByIdQuery".
+std::string RequestName(const MeasurementRequest& request);
+
 /// A by-identifier query (tests or measurements) of the selection's line.
 template <class ByIdQuery>
 ByIdQuery MakeByIdQuery(const SelectionArguments& selection, const std::vector<int>& ids) {
@@ -50,6 +53,7 @@ struct PreparedRequest {
 Result<PreparedRequest> PrepareMeasurementRequest(const SelectionArguments& selection,
                                                   const std::vector<int>& ids,
                                                   const std::vector<std::string>& claves,
-                                                  const Client& client, Console& console);
+                                                  const Client& client, Console& console,
+                                                  bool verbose = false);
 
 }  // namespace vrex::cli

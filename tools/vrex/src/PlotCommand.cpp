@@ -3,11 +3,14 @@
 #include <memory>
 #include <variant>
 
+#include "AnswerChecks.h"
 #include "Commands.h"
 #include "Gnuplot.h"
 #include "MeasurementRequest.h"
 #include "PendingFile.h"
 #include "PlotScript.h"
+#include "SharedDeadline.h"
+#include "vrex/data/Text.h"
 
 namespace vrex::cli {
 
@@ -26,9 +29,11 @@ struct PlotArguments {
   std::string gnuplot = "gnuplot";
 };
 
+// Extensions in any case: out.PNG is a PNG.
 bool EndsWith(const std::string& text, const std::string& ending) {
   return text.size() >= ending.size() &&
-         text.compare(text.size() - ending.size(), ending.size(), ending) == 0;
+         data::EqualsIgnoringCase(std::string_view(text).substr(text.size() - ending.size()),
+                                  ending);
 }
 
 // The script of --script-only: the picture's name with ".gp" for its extension.
@@ -88,21 +93,30 @@ ExitCode Run(const PlotArguments& arguments, Console& console) {
   }
   const std::string gnuplot = arguments.scriptOnly ? "" : FindProgram(arguments.gnuplot);
   if (!arguments.scriptOnly && gnuplot.empty()) {
-    console.err << "vrex: " << arguments.gnuplot << " is not installed; " << kGnuplotInstallHint
-                << '\n';
-    return ExitCode::Failure;
+    return Fail(ExitCode::Failure, Error(WhyNotRunnable(arguments.gnuplot)), console);
   }
-  const Client client(MakeClientOptions(arguments.server, console));
-  const auto prepared = PrepareMeasurementRequest(arguments.selection, arguments.ids,
-                                                  arguments.claves, client, console);
+  const SharedDeadline deadline(arguments.server, console);
+  const auto prepared =
+      PrepareMeasurementRequest(arguments.selection, arguments.ids, arguments.claves,
+                                deadline.First(), console, arguments.server.verbose);
   if (!prepared.Ok()) {
     return UsageError(prepared.GetStatus().Message(), console);
   }
-  const auto answer = Fetch(client, prepared.Value().request);
+  const auto client =
+      deadline.ForTheRest(RequestName(prepared.Value().request), LineZoneLookUp::kWaitedFor);
+  if (!client) return ExitCode::TimedOut;
+  const auto answer = Fetch(*client, prepared.Value().request);
   if (const ExitCode code = ReportOutcome(answer.GetStatus(), arguments.server, console);
       code != ExitCode::Ok) {
     return code;
   }
+  std::visit(
+      [&](const auto& query) {
+        NoterOfContradictions(query, *prepared.Value().zone, console)(answer.Value());
+      },
+      prepared.Value().request);
+  options.line = arguments.selection.factory + " / " + arguments.selection.line;
+  options.zone = prepared.Value().zone->Get(console);
   const dc::ClavisFilter& quantities = prepared.Value().quantities;
   const auto script = BuildPlotScript(
       answer.Value(), {quantities.items().begin(), quantities.items().end()}, options);

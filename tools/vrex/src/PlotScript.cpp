@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <array>
+#include <map>
+#include <set>
 #include <utility>
 
 #include "AnswerTables.h"
@@ -25,15 +27,16 @@ constexpr std::size_t kMarkedPoints = 60;
 constexpr std::size_t kTitledRows = 8;
 
 // Line styles 1..8 are the tests; these the limits.
+constexpr std::size_t kTestStyles = 8;
 constexpr int kUpperLimitStyle = 101;
 constexpr int kReferenceStyle = 102;
 
 const char* const kPreamble =
     "set encoding utf8\n"
-    "set grid lc rgb '#dddddd'\n"
+    "set grid lc rgb '#b8b8b8' lw 1 dt 3\n"
     "set border 3 lc rgb '#404040'\n"
     "set tics nomirror\n"
-    "set key outside right top Left reverse samplen 2\n"
+    "set key below Left reverse samplen 2 width 2 height 1\n"
     "set title font ',13'\n"
     "set palette defined (0 '#30123b', 0.25 '#4686fb', 0.5 '#1ae4b6', 0.75 '#faba39', "
     "1 '#7a0403')\n"
@@ -68,6 +71,11 @@ class Figure {
   void AddPanel(std::string commands) { panels_.push_back(std::move(commands)); }
   void Note(std::string note) { notes_.push_back(std::move(note)); }
   bool Empty() const { return panels_.empty(); }
+  bool AnyPanelHas(const std::string& command) const {
+    return std::any_of(panels_.begin(), panels_.end(), [&command](const std::string& panel) {
+      return panel.find(command) != std::string::npos;
+    });
+  }
 
   PlotScript Script(const PlotOptions& options) && {
     PlotScript script;
@@ -80,7 +88,9 @@ class Figure {
         std::string("size ") + std::to_string(kPanelWidth) + "," + std::to_string(height) + "\n" +
         // `gnuplot -e "output='other.png'" FILE.gp` draws elsewhere.
         "if (!exists(\"output\")) output = " + GnuplotString(options.output) +
-        "\nset output output\n" + kPreamble;
+        "\nset output output\n" + kPreamble +
+        // Room on the right for colour bars only when a panel has one.
+        "right = " + (AnyPanelHas("\nset colorbox\n") ? "0.86" : "0.97") + "\n";
     if (panels_.size() > 1) {
       script.commands += "set multiplot layout " + std::to_string(panels_.size()) + ",1\n";
     }
@@ -96,6 +106,24 @@ class Figure {
   std::vector<std::string> notes_;
   int blocks_ = 0;
 };
+
+// Each test's line type (1..8) from its identifier, so that a test has the
+// same colour in every picture; a type already taken in this picture passes
+// to the next free one.
+std::map<int, int> TestStyles(const std::vector<TestValue>& values) {
+  std::map<int, int> styles;
+  std::vector<bool> taken(kTestStyles, false);
+  for (const TestValue& value : values) {
+    std::size_t style =
+        static_cast<std::size_t>(value.id % kTestStyles + kTestStyles) % kTestStyles;
+    for (std::size_t tries = 0; taken[style] && tries < kTestStyles; ++tries) {
+      style = (style + 1) % kTestStyles;
+    }
+    taken[style] = true;
+    styles[value.id] = static_cast<int>(style) + 1;
+  }
+  return styles;
+}
 
 // The physical quantity a unit measures, to name an axis by.
 std::string QuantityOf(en::UnitId unit) {
@@ -145,16 +173,44 @@ std::string Labels(const ValueCurves& curves, const std::string& yFallback) {
          GnuplotString(AxisLabel(curves.yUnit, yFallback)) + "\n";
 }
 
-// What every panel sets, so that nothing carries over from the one before.
+// What every panel sets, so that nothing carries over from the one before:
+// the same left and right edge in every flat panel, colour bar or not, so
+// that the x axes of stacked panels line up.
 std::string PanelStart(const std::string& title) {
   return "set title " + title +
-         "\nset autoscale\nset xtics autofreq\nunset colorbox\nunset cblabel\nset border 3\n";
+         "\nset autoscale\nset xtics autofreq\nunset colorbox\nunset cblabel\nset border 3\n"
+         "set lmargin at screen 0.09\nset rmargin at screen right\n";
 }
 
 // A title of the quantity alone, or of the quantity over the test.
 std::string Title(const std::string& quantity, const std::string& test = "") {
   return test.empty() ? GnuplotString(quantity)
                       : GnuplotString(quantity) + " . \"\\n\" . " + GnuplotString(test);
+}
+
+// Where and when the tests were made: "Plant-North / Line-A, Bench-1,
+// 2024-03-12" (benches and days in the order met; a span of days as its ends).
+std::string Context(const std::vector<TestValue>& values, const PlotOptions& options) {
+  std::vector<std::string> benches;
+  std::set<std::string> days;
+  for (const TestValue& value : values) {
+    if (std::find(benches.begin(), benches.end(), value.test->bench()) == benches.end()) {
+      benches.push_back(value.test->bench());
+    }
+    days.insert(options.zone.Format(value.test->measurementtime()).substr(0, 10));
+  }
+  std::string text = options.line;
+  const auto add = [&text](const std::string& part) {
+    if (!part.empty()) text += (text.empty() ? "" : ", ") + part;
+  };
+  if (benches.size() <= 3) {
+    for (const std::string& bench : benches) add(bench);
+  } else {
+    add(std::to_string(benches.size()) + " benches");
+  }
+  add(days.size() <= 1 ? (days.empty() ? "" : *days.begin())
+                       : *days.begin() + " to " + *days.rbegin());
+  return text;
 }
 
 std::string TestLabel(const TestValue& value) {
@@ -213,30 +269,32 @@ void AddLimitItems(Figure& figure, const std::vector<LimitCurves>& limits,
 }
 
 // Vectors and scalar tracks: one curve per test, the limits dashed.
-void AddCurvesPanel(Figure& figure, const std::string& quantity,
+void AddCurvesPanel(Figure& figure, const std::string& title,
                     const std::vector<TestValue>& values) {
   std::vector<std::string> items;
+  const std::map<int, int> styles = TestStyles(values);
   for (const TestValue& value : values) {
     const Curve& curve = value.curves.curves.front();
     const char* style = curve.y.size() <= kMarkedPoints ? "linespoints" : "lines";
-    items.push_back(figure.Block(CurveRows(curve)) + " using 1:2 with " + style +
-                    Titled(TestLabel(value)));
+    items.push_back(figure.Block(CurveRows(curve)) + " using 1:2 with " + style + " lt " +
+                    std::to_string(styles.at(value.id)) + Titled(TestLabel(value)));
   }
   AddLimitItems(figure, SharedLimits(values), items);
-  figure.AddPanel(PanelStart(Title(quantity)) + "set autoscale xfix\n" +
+  figure.AddPanel(PanelStart(title) + "set autoscale xfix\n" +
                   Labels(values.front().curves, "Value") + PlotCommand(items));
 }
 
 // Scalars: one point per test over the tests, the limits as level lines.
-void AddScalarPanel(Figure& figure, const std::string& quantity,
+void AddScalarPanel(Figure& figure, const std::string& title,
                     const std::vector<TestValue>& values) {
   std::vector<std::string> items;
+  const std::map<int, int> styles = TestStyles(values);
   for (std::size_t i = 0; i < values.size(); ++i) {
     const std::string row = std::to_string(i + 1) + " " +
                             FloatText(values[i].curves.curves.front().y.front()) + " \"" +
                             std::to_string(values[i].id) + "\"\n";
-    items.push_back(figure.Block(row) + " using 1:2:xtic(3) with points ps 2" +
-                    Titled(TestLabel(values[i])));
+    items.push_back(figure.Block(row) + " using 1:2:xtic(3) with points ps 2 lt " +
+                    std::to_string(styles.at(values[i].id)) + Titled(TestLabel(values[i])));
   }
   const std::string right = AxisText(static_cast<double>(values.size()) + 0.5);
   for (const LimitCurves& limit : SharedLimits(values)) {
@@ -245,10 +303,9 @@ void AddScalarPanel(Figure& figure, const std::string& quantity,
                     " using 1:2 with lines ls " + std::to_string(LimitStyle(limit)) +
                     Titled(LimitLabel(limit)));
   }
-  figure.AddPanel(PanelStart(Title(quantity)) + "set xrange [0.5:" + right +
-                  "]\nset xlabel 'Test'\n" + "set ylabel " +
-                  GnuplotString(AxisLabel(values.front().curves.yUnit, "Value")) + "\n" +
-                  PlotCommand(items));
+  figure.AddPanel(PanelStart(title) + "set xrange [0.5:" + right + "]\nset xlabel 'Test'\n" +
+                  "set ylabel " + GnuplotString(AxisLabel(values.front().curves.yUnit, "Value")) +
+                  "\n" + PlotCommand(items));
 }
 
 std::string ZText(const ValueCurves& curves, double z) {
@@ -289,30 +346,44 @@ std::string SharedRange(const std::vector<TestValue>& values) {
   return high > low ? "[" + FloatText(low) + ":" + FloatText(high) + "]" : "[*:*]";
 }
 
+// Curves as "x z y" rows, each ended by `end` (two blank lines: a data set
+// each, no lines across them); a curve without z of its own (a limit for all
+// rows) once at each row's z.
+std::string RowsAtZ(const std::vector<Curve>& curves, const std::vector<Curve>& rows,
+                    const std::string& end = "\n\n") {
+  std::string text;
+  for (const Curve& curve : curves) {
+    for (const Curve& row : rows) {
+      if (curve.z && &row != &rows.front()) break;
+      const double z = curve.z ? *curve.z : *row.z;
+      for (std::size_t i = 0; i < curve.y.size(); ++i) {
+        text += AxisText(curve.x[i]) + " " + AxisText(z) + " " + FloatText(curve.y[i]) + "\n";
+      }
+      text += end;
+    }
+  }
+  return text;
+}
+
 // A vector track: its rows as curves coloured by z, or as a waterfall.
 void AddRowsPanel(Figure& figure, const std::string& title, const TestValue& value,
                   const std::string& range, bool waterfall) {
   const ValueCurves& curves = value.curves;
   const std::string zLabel = AxisLabel(curves.zUnit, "z");
   if (waterfall) {
-    std::string rows;
-    for (const Curve& curve : curves.curves) {
-      for (std::size_t i = 0; i < curve.y.size(); ++i) {
-        rows +=
-            AxisText(curve.x[i]) + " " + AxisText(*curve.z) + " " + FloatText(curve.y[i]) + "\n";
-      }
-      rows += "\n\n";  // a data set per row: no lines across the rows
+    std::vector<std::string> items = {figure.Block(RowsAtZ(curves.curves, curves.curves)) +
+                                      " using 1:2:3:2 with lines lw 1.5 lc palette notitle"};
+    for (const LimitCurves& limit : value.limits) {
+      items.push_back(figure.Block(RowsAtZ(limit.curves, curves.curves)) +
+                      " using 1:2:3 with lines ls " + std::to_string(LimitStyle(limit)) +
+                      Titled(LimitLabel(limit)));
     }
-    figure.AddPanel(PanelStart(title) + "set border 31\nset xlabel " +
-                    GnuplotString(AxisLabel(curves.xUnit, "x")) + "\nset ylabel " +
-                    GnuplotString(zLabel) + "\nset zlabel " +
-                    GnuplotString(AxisLabel(curves.yUnit, "Value")) + " rotate parallel\n" +
-                    "set view 60,30\nset xyplane 0\nset zrange " + range + "\n" +
-                    ColourBar(zLabel, curves.curves) + "set key off\n" +
-                    PlotCommand({figure.Block(rows) + " using 1:2:3:2 with lines lw 1.5 lc palette"
-                                                      " notitle"},
-                                "splot") +
-                    "set key on\n");
+    figure.AddPanel(
+        PanelStart(title) + "set border 31\nset lmargin -1\nset rmargin -1\nset xlabel " +
+        GnuplotString(AxisLabel(curves.xUnit, "x")) + "\nset ylabel " + GnuplotString(zLabel) +
+        "\nset zlabel " + GnuplotString(AxisLabel(curves.yUnit, "Value")) + " rotate parallel\n" +
+        "set view 60,30\nset xyplane 0\nset zrange " + range + "\n" +
+        ColourBar(zLabel, curves.curves) + PlotCommand(items, "splot"));
     return;
   }
   std::vector<std::string> items;
@@ -341,22 +412,22 @@ std::string CellsAbove(const ValueCurves& curves, const LimitCurves& limit) {
 }
 
 // A matrix as a heat map over x and z; cells above an upper limit circled.
+// An SVG draws the map's cells as rectangles ("pixels"): an embedded image
+// would be smoothed by viewers into a gradient the data does not have.
 void AddHeatMapPanel(Figure& figure, const std::string& title, const TestValue& value,
-                     const std::string& range) {
+                     const std::string& range, PlotFormat format) {
   const ValueCurves& curves = value.curves;
-  std::string rows;
-  for (const Curve& curve : curves.curves) {
-    for (std::size_t i = 0; i < curve.y.size(); ++i) {
-      rows += AxisText(curve.x[i]) + " " + AxisText(*curve.z) + " " + FloatText(curve.y[i]) + "\n";
-    }
-    rows += "\n";
-  }
-  std::vector<std::string> items = {figure.Block(rows) + " using 1:2:3 with image notitle"};
+  std::vector<std::string> items = {figure.Block(RowsAtZ(curves.curves, curves.curves, "\n")) +
+                                    " using 1:2:3 with image" +
+                                    (format == PlotFormat::Svg ? " pixels" : "") + " notitle"};
+  // A circle about half a cell wide: it marks the cell without hiding it.
+  const std::size_t cells = std::max(curves.curves.size(), curves.curves.front().y.size());
+  const std::string size = AxisText(std::clamp(6.0 / static_cast<double>(cells), 0.4, 1.5));
   for (const LimitCurves& limit : value.limits) {
     const std::string above = limit.type == en::UpperLimit ? CellsAbove(curves, limit) : "";
     if (!above.empty()) {
-      items.push_back(figure.Block(above) + " using 1:2 with points pt 6 ps 3 lw 2 lc rgb 'black'" +
-                      Titled("above " + LimitLabel(limit)));
+      items.push_back(figure.Block(above) + " using 1:2 with points pt 6 ps " + size +
+                      " lw 1.5 lc rgb 'black'" + Titled("above " + LimitLabel(limit)));
     }
   }
   figure.AddPanel(PanelStart(title) + "set xlabel " + GnuplotString(AxisLabel(curves.xUnit, "x")) +
@@ -414,23 +485,25 @@ Result<PlotScript> BuildPlotScript(const dc::MeasurementContainer& answer,
     const std::string name = data::DescribeClavis(quantity);
     const std::vector<TestValue> values = ValuesOf(answer, quantity, figure);
     if (values.empty()) continue;
+    const auto testTitle = [&](const TestValue& value) {
+      return Title(name, TestLabel(value) + "  \u00b7  " + Context({value}, options));
+    };
     switch (values.front().curves.kind) {
       case en::Scalar:
-        AddScalarPanel(figure, name, values);
+        AddScalarPanel(figure, Title(name, Context(values, options)), values);
         break;
       case en::VectorTrack:
         for (const TestValue& value : values) {
-          AddRowsPanel(figure, Title(name, TestLabel(value)), value, SharedRange(values),
-                       options.waterfall);
+          AddRowsPanel(figure, testTitle(value), value, SharedRange(values), options.waterfall);
         }
         break;
       case en::Matrix:
         for (const TestValue& value : values) {
-          AddHeatMapPanel(figure, Title(name, TestLabel(value)), value, SharedRange(values));
+          AddHeatMapPanel(figure, testTitle(value), value, SharedRange(values), options.format);
         }
         break;
       default:
-        AddCurvesPanel(figure, name, values);
+        AddCurvesPanel(figure, Title(name, Context(values, options)), values);
         break;
     }
   }

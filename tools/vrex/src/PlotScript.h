@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "Clavis.pb.h"
+#include "LineTimeZone.h"
 #include "MeasurementContainer.pb.h"
 #include "vrex/Result.h"
 
@@ -21,6 +22,8 @@ struct PlotOptions {
   PlotFormat format = PlotFormat::Png;
   std::string output;      ///< the picture, unless the variable `output` says otherwise
   bool waterfall = false;  ///< vector tracks in 3D, one line per row
+  std::string line;        ///< "Plant-North / Line-A", for the titles
+  LineTimeZone zone = LineTimeZone::Utc();  ///< of the tests' dates in the titles
 };
 
 struct PlotScript {

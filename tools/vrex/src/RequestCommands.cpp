@@ -6,6 +6,7 @@
 
 #include "BoundedInput.h"
 #include "Commands.h"
+#include "DisabledMembers.h"
 #include "PendingFile.h"
 #include "ProgressBar.h"
 #include "vrex/MessageJson.h"
@@ -44,7 +45,7 @@ Result<std::unique_ptr<google::protobuf::Message>> ReadRequest(std::string_view 
   if (!text.Ok()) {
     return RequestResult::Failure(text.GetStatus().Message());
   }
-  auto request = MessageFromJson(requestType, text.Value());
+  auto request = MessageFromJson(requestType, WithoutDisabledMembers(text.Value()));
   if (!request.Ok()) {
     return RequestResult::Failure(request.GetStatus().Message() + " \u2014 `vrex template " + type +
                                   "` shows the fields, `vrex describe " + type + "` their types");

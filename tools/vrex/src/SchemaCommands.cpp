@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "Commands.h"
+#include "DisabledMembers.h"
 #include "TextTable.h"
 #include "bcl.pb.h"
 #include "vrex/ContractTypes.h"
@@ -278,10 +279,25 @@ void Fill(Message& message, TypePath& path) {
   path.pop_back();
 }
 
+// The fields of `type` that restrict what a query selects when present.
+std::vector<std::string> Filters(const Descriptor& type) {
+  std::vector<std::string> names;
+  for (int i = 0; i < type.field_count(); ++i) {
+    const Descriptor* fieldType = type.field(i)->message_type();
+    const std::string_view typeName = fieldType != nullptr ? fieldType->name() : "";
+    if (typeName.size() > 6 && typeName.substr(typeName.size() - 6) == "Filter") {
+      names.push_back(type.field(i)->name());
+    }
+  }
+  return names;
+}
+
 /// The skeleton of the contract message `typeName` as proto3 JSON; parsing
-/// it back gives a message of that type. Times are written with scale
-/// SECONDS and kind UTC so that only their value needs editing. Types that
-/// contain themselves are cut off after the first repetition.
+/// it back gives a message of that type. Filters are written disabled
+/// ("//Bench"), so that the skeleton sent as it is selects nothing. Times
+/// are written with scale SECONDS and kind UTC so that only their value
+/// needs editing. Types that contain themselves are cut off after the first
+/// repetition.
 Result<std::string> BuildJsonTemplate(std::string_view typeName) {
   const Descriptor* type = FindContractMessage(typeName);
   if (type == nullptr) {
@@ -296,7 +312,10 @@ Result<std::string> BuildJsonTemplate(std::string_view typeName) {
   Fill(*skeleton, path);
   JsonLayout layout;
   layout.withDefaults = true;
-  return MessageToJson(*skeleton, layout);
+  auto json = MessageToJson(*skeleton, layout);
+  if (!json.Ok()) return json;
+  return Result<std::string>::Success(
+      DisableTopLevelMembers(std::move(json).Value(), Filters(*type)));
 }
 
 // The commands.
@@ -361,8 +380,9 @@ void AddSchemaCommands(const CommandSetup& setup) {
   AddCommand(setup,
              {"template", "Print a JSON skeleton of a request to edit (offline)",
               "Prints a JSON skeleton of a request (or any contract message) with every field, "
-              "to edit and pass to `vrex call -d @file`. Remove what you do not need: an absent "
-              "filter does not restrict.",
+              "to edit and pass to `vrex call -d @file`. Filters are written as \"//Name\": vrex "
+              "does not send them, so the skeleton selects nothing as it is; remove the // of "
+              "each filter you fill in.",
               "  vrex template GeneralInformationQuery > query.json\n"
               "  vrex call http://results:8080 GeneralInformationQuery -d @query.json\n"},
              templateType, &RunTemplate)

@@ -24,7 +24,15 @@ void AddLineArguments(CLI::App& command, SelectionArguments& arguments, bool lin
 
 void AddSelectionArguments(CLI::App& command, SelectionArguments& arguments) {
   AddLineArguments(command, arguments);
-  command.add_option("--last", arguments.last, "Only the last N tests")->check(CLI::PositiveNumber);
+  command.add_option("--last", arguments.last, "Only the last N tests")
+      ->check(CLI::Validator(
+          [](const std::string& text) {
+            return text.find_first_not_of("0123456789") == std::string::npos &&
+                           text.find_first_not_of('0') != std::string::npos
+                       ? std::string()
+                       : "a count of tests, 1 or more, not \"" + text + "\"";
+          },
+          "N"));
   command.add_option("--bench", arguments.benches, "Only tests of this bench (repeatable)");
   command.add_option("--serial", arguments.serials, "Only tests of this serial (repeatable)");
 }
@@ -80,15 +88,18 @@ Result<SelectionFilters> BuildSelectionFilters(const SelectionArguments& argumen
   return Result<SelectionFilters>::Success(std::move(filters));
 }
 
-LineZoneLookUp::LineZoneLookUp(const Client& client, std::string factory, std::string line)
+LineZoneLookUp::LineZoneLookUp(const Client& client, std::string factory, std::string line,
+                               bool verbose)
     : topology_(client.SendAsync(dc::SimpleTopologyQuery())),
       factory_(std::move(factory)),
-      line_(std::move(line)) {}
+      line_(std::move(line)),
+      verbose_(verbose) {}
 
 const LineTimeZone& LineZoneLookUp::Get(Console& console) {
   if (zone_) {
     return *zone_;
   }
+  if (verbose_ && !topology_.IsReady()) console.err << "* waiting for " << kWaitedFor << "\n";
   const auto topology = topology_.Get();
   const dc::Line* found = topology.Ok() ? FindLine(topology.Value(), factory_, line_) : nullptr;
   if (topology.Ok() && found == nullptr) {

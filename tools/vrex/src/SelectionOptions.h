@@ -78,7 +78,12 @@ void ApplySelection(const SelectionArguments& arguments, const SelectionFilters&
 /// `console.err`) when the topology cannot be read or lacks the line.
 class LineZoneLookUp {
  public:
-  LineZoneLookUp(const Client& client, std::string factory, std::string line);
+  /// What a request sent after Get waited for, for messages.
+  static constexpr const char* kWaitedFor =
+      "the line's topology (SimpleTopologyQuery, for its time zone)";
+
+  /// With `verbose`, Get says on stderr when it has to wait.
+  LineZoneLookUp(const Client& client, std::string factory, std::string line, bool verbose = false);
   const LineTimeZone& Get(Console& console);
 
  private:
@@ -87,6 +92,7 @@ class LineZoneLookUp {
   std::string factory_;
   std::string line_;
   std::optional<LineTimeZone> zone_;
+  bool verbose_;
 };
 
 }  // namespace vrex::cli

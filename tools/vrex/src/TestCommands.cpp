@@ -1,12 +1,14 @@
 #include <memory>
 #include <variant>
 
+#include "AnswerChecks.h"
 #include "AnswerCsv.h"
 #include "AnswerTables.h"
 #include "Commands.h"
 #include "GeneralInformationByIdQuery.pb.h"
 #include "GeneralInformationQuery.pb.h"
 #include "MeasurementRequest.h"
+#include "SharedDeadline.h"
 
 namespace vrex::cli {
 
@@ -24,16 +26,19 @@ struct TestArguments {
 };
 
 ExitCode RunTests(const TestArguments& arguments, Console& console) {
-  const Client client(MakeClientOptions(arguments.server, console));
-  LineZoneLookUp zone(client, arguments.selection.factory, arguments.selection.line);
+  const SharedDeadline deadline(arguments.server, console);
+  const Client& client = deadline.First();
+  LineZoneLookUp zone(client, arguments.selection.factory, arguments.selection.line,
+                      arguments.server.verbose);
   const auto render = [&zone, &console,
                        csv = arguments.csv](const dc::GeneralInformationContainer& tests) {
     return csv ? TestsCsv(tests, zone.Get(console)) : RenderTestTable(tests, zone.Get(console));
   };
   if (!arguments.ids.empty()) {
-    return SendAndPrint(
-        client, MakeByIdQuery<dc::GeneralInformationByIdQuery>(arguments.selection, arguments.ids),
-        arguments.server, arguments.json, console, render);
+    const auto query =
+        MakeByIdQuery<dc::GeneralInformationByIdQuery>(arguments.selection, arguments.ids);
+    return SendAndPrint(client, query, arguments.server, arguments.json, console, render,
+                        NoterOfContradictions(query, zone, console));
   }
   const auto filters = BuildSelectionFilters(arguments.selection, zone.Get(console),
                                              std::chrono::system_clock::now());
@@ -42,16 +47,23 @@ ExitCode RunTests(const TestArguments& arguments, Console& console) {
   }
   dc::GeneralInformationQuery query;
   ApplySelection(arguments.selection, filters.Value(), query);
-  return SendAndPrint(client, query, arguments.server, arguments.json, console, render);
+  const auto rest = deadline.ForTheRest("GeneralInformationQuery", LineZoneLookUp::kWaitedFor);
+  if (!rest) return ExitCode::TimedOut;
+  return SendAndPrint(*rest, query, arguments.server, arguments.json, console, render,
+                      NoterOfContradictions(query, zone, console));
 }
 
 ExitCode RunMeasurements(const TestArguments& arguments, Console& console) {
-  const Client client(MakeClientOptions(arguments.server, console));
-  const auto prepared = PrepareMeasurementRequest(arguments.selection, arguments.ids,
-                                                  arguments.claves, client, console);
+  const SharedDeadline deadline(arguments.server, console);
+  const auto prepared =
+      PrepareMeasurementRequest(arguments.selection, arguments.ids, arguments.claves,
+                                deadline.First(), console, arguments.server.verbose);
   if (!prepared.Ok()) {
     return UsageError(prepared.GetStatus().Message(), console);
   }
+  const auto client =
+      deadline.ForTheRest(RequestName(prepared.Value().request), LineZoneLookUp::kWaitedFor);
+  if (!client) return ExitCode::TimedOut;
   LineZoneLookUp& zone = *prepared.Value().zone;
   const auto render = [&zone, &console,
                        csv = arguments.csv](const dc::MeasurementContainer& measurements) {
@@ -60,7 +72,8 @@ ExitCode RunMeasurements(const TestArguments& arguments, Console& console) {
   };
   return std::visit(
       [&](const auto& query) {
-        return SendAndPrint(client, query, arguments.server, arguments.json, console, render);
+        return SendAndPrint(*client, query, arguments.server, arguments.json, console, render,
+                            NoterOfContradictions(query, zone, console));
       },
       prepared.Value().request);
 }
