@@ -4,6 +4,7 @@
 #include <google/protobuf/util/json_util.h>
 
 #include "internal/JsonParseError.h"
+#include "vrex/data/JsonShape.h"
 #include "vrex/ContractTypes.h"
 
 namespace vrex {
@@ -20,34 +21,12 @@ Result<T> Failure(std::string error) {
   return Result<T>::Failure(std::move(error));
 }
 
-// The JSON parser reads [["a", ["b"]], "c"] as the list a, b, c; no field of
-// the contract is a list of lists, so a list inside a list is a mistake.
-bool HasNestedList(std::string_view json) {
-  std::string open;  // the brackets and braces not yet closed
-  bool inString = false;
-  bool escaped = false;
-  for (const char c : json) {
-    if (escaped) {
-      escaped = false;
-    } else if (inString) {
-      escaped = c == '\\';
-      inString = c != '"';
-    } else if (c == '"') {
-      inString = true;
-    } else if (c == '[' || c == '{') {
-      if (c == '[' && !open.empty() && open.back() == '[') return true;
-      open.push_back(c);
-    } else if ((c == ']' || c == '}') && !open.empty()) {
-      open.pop_back();
-    }
-  }
-  return false;
-}
-
 }  // namespace
 
 std::string MergeJsonInto(std::string_view json, Message& message) {
-  if (HasNestedList(json)) {
+  // The JSON parser reads [["a", ["b"]], "c"] as the list a, b, c; no field
+  // of the contract is a list of lists, so a list inside a list is a mistake.
+  if (data::ScanJsonShape(json).listInList) {
     return "a list holds a list; each list of the contract holds plain values or objects";
   }
   google::protobuf::util::JsonParseOptions options;

@@ -9,6 +9,7 @@
 #include <optional>
 
 #include "CaseJson.h"
+#include "vrex/data/JsonShape.h"
 #include "vrex/data/Text.h"
 
 namespace vrex::stub {
@@ -47,28 +48,6 @@ std::optional<std::string> Untrusted(const JournalEntry& request) {
   return std::nullopt;
 }
 
-/// Whether `json` nests arrays and objects deeper than `limit`, counted
-/// without parsing; brackets in strings do not count.
-bool NestsDeeperThan(std::string_view json, int limit) {
-  int depth = 0;
-  bool inString = false;
-  bool escaped = false;
-  for (const char c : json) {
-    if (escaped) {
-      escaped = false;
-    } else if (inString) {
-      escaped = c == '\\';
-      inString = c != '"';
-    } else if (c == '"') {
-      inString = true;
-    } else if (c == '[' || c == '{') {
-      if (++depth > limit) return true;
-    } else if (c == ']' || c == '}') {
-      --depth;
-    }
-  }
-  return false;
-}
 
 CannedAnswer JsonBody(std::string json) {
   CannedAnswer answer;
@@ -88,7 +67,7 @@ CannedAnswer AddCase(const Context& context) {
   if (body.size() > kLargestCase) {
     return TextAnswer(413, "a case over " + std::to_string(kLargestCase) + " bytes is refused");
   }
-  if (NestsDeeperThan(body, kDeepestCase)) {
+  if (data::ScanJsonShape(body).depth > kDeepestCase) {
     return TextAnswer(400, "a case nesting arrays and objects deeper than " +
                                std::to_string(kDeepestCase) + " levels is refused");
   }

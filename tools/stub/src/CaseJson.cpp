@@ -8,7 +8,7 @@
 
 #include "AnswerSelection.h"
 #include "RequestMatch.h"
-#include "SecretMask.h"
+#include "CredentialMask.h"
 #include "StubFiles.pb.h"
 #include "vrex/MessageJson.h"
 #include "vrex/RequestCatalog.h"

@@ -11,7 +11,7 @@
 
 #include "CaseJson.h"
 #include "RequestMatch.h"
-#include "SecretMask.h"
+#include "CredentialMask.h"
 #include "vrex/MessageJson.h"
 #include "vrex/data/Text.h"
 

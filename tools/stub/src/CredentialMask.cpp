@@ -1,4 +1,4 @@
-#include "SecretMask.h"
+#include "CredentialMask.h"
 
 #include <algorithm>
 #include <array>
