@@ -15,7 +15,7 @@
 #include <optional>
 #include <string>
 
-#include "DefaultDataDirectory.h"
+#include "PlantOptions.h"
 #include "Recorder.h"
 #include "vrex/RequestCatalog.h"
 #include "vrex/data/Text.h"
@@ -26,6 +26,7 @@ namespace {
 struct CommandLine {
   vrex::stub::StubServerOptions server;
   std::string dataDirectory;
+  vrex::stub::PlantOptions plant;
   std::string recordFrom;
   bool verbose = false;
 };
@@ -69,7 +70,8 @@ CommandLine ParseCommandLine(int argc, char** argv) {
       ->check(CLI::Range(0, 65535));
   app.add_option("--host", line.server.host, "Address to listen on");
   app.add_option("--data", line.dataDirectory,
-                 "Data directory, one answer per request type (default: the sample plant)");
+                 "Data directory of cases, tried before the plant (default: none)");
+  vrex::stub::AddPlantOptions(app, line.plant);
   app.add_option("--threads", line.server.threads, "Connections served at once")
       ->check(CLI::Range(1, 256));
   AddClientBounds(app, line.server);
@@ -86,8 +88,8 @@ CommandLine ParseCommandLine(int argc, char** argv) {
     std::cerr << "vrex-stub: --record-from needs --data, the directory to record into\n";
     std::exit(EXIT_FAILURE);
   }
-  if (line.dataDirectory.empty()) {
-    line.dataDirectory = vrex::stub::DefaultDataDirectory().string();
+  if (*line.plant.generate) {
+    std::exit(vrex::stub::GeneratePlantCommand(line.plant));
   }
   return line;
 }
@@ -130,8 +132,11 @@ int main(int argc, char** argv) {
     vrex::stub::StubServer server(line.server);
     std::optional<vrex::stub::Recorder> recorder;
     auto answers = vrex::Result<std::size_t>::Success(0);
+    std::filesystem::path plantCopy;
     if (line.recordFrom.empty()) {
-      answers = server.LoadAnswers(line.dataDirectory);
+      if (!line.dataDirectory.empty()) answers = server.LoadAnswers(line.dataDirectory);
+      const bool noData = line.dataDirectory.empty();
+      server.SetPlant(vrex::stub::OpenPlant(line.plant, noData, plantCopy));
     } else {
       RecordFromLiveServer(server, recorder.emplace(line.recordFrom, line.dataDirectory));
     }
@@ -148,13 +153,19 @@ int main(int argc, char** argv) {
       std::cerr << "vrex-stub: recording answers of " << line.recordFrom << " into "
                 << line.dataDirectory << '\n';
     } else {
-      std::cerr << "vrex-stub: " << answers.Value() << " cases from " << line.dataDirectory << '\n';
+      if (!line.dataDirectory.empty()) {
+        std::cerr << "vrex-stub: " << answers.Value() << " cases from " << line.dataDirectory << '\n';
+      }
+      if (!plantCopy.empty() || !line.plant.plantFile.empty()) {
+        std::cerr << "vrex-stub: plant " << (plantCopy.empty() ? line.plant.plantFile : plantCopy.string()) << '\n';
+      }
     }
 
     int received = 0;
     sigwait(&stopSignals, &received);
     std::cerr << "vrex-stub: stopping on signal " << received << '\n';
     server.Stop();
+    if (!plantCopy.empty()) std::filesystem::remove(plantCopy);
   } catch (const std::exception& error) {
     std::cerr << "vrex-stub: " << error.what() << '\n';
     return EXIT_FAILURE;

@@ -1,0 +1,362 @@
+#include "plant/PlantQueries.h"
+
+#include <map>
+#include <string>
+
+#include "ApiVersionQuery.pb.h"
+#include "DefectReportByIdQuery.pb.h"
+#include "DefectReportContainer.pb.h"
+#include "DefectReportQuery.pb.h"
+#include "ErrorGroupsContainer.pb.h"
+#include "GeneralInformationByIdQuery.pb.h"
+#include "GeneralInformationContainer.pb.h"
+#include "GeneralInformationQuery.pb.h"
+#include "GetErrorGroupQuery.pb.h"
+#include "GetReferenceUnitQuery.pb.h"
+#include "GetShiftQuery.pb.h"
+#include "IdNameTableStore.pb.h"
+#include "MeasurementByIdQuery.pb.h"
+#include "MeasurementContainer.pb.h"
+#include "MeasurementQuery.pb.h"
+#include "ReferenceUnitContainer.pb.h"
+#include "ResultCountContainer.pb.h"
+#include "ResultCountQuery.pb.h"
+#include "ResultDbIdNameTablesQuery.pb.h"
+#include "ResultDbVersionQuery.pb.h"
+#include "ShiftContainer.pb.h"
+#include "SimpleTopologyContainer.pb.h"
+#include "SimpleTopologyQuery.pb.h"
+#include "VersionDTO.pb.h"
+#include "plant/PlantCommands.h"
+#include "plant/PlantLine.h"
+#include "plant/TestSelection.h"
+#include "plant/TestValues.h"
+
+namespace vrex::stub::plant {
+
+namespace {
+
+namespace pb = google::protobuf;
+namespace en = Korvan::KQ::DataContracts::Enumerator;
+
+template <typename Request, typename Function>
+PlantHandler Handle(Function function) {
+  return [function](SqliteDatabase& db, const pb::Message& request) {
+    return MessageAnswer(function(db, dynamic_cast<const Request&>(request)));
+  };
+}
+
+template <typename Request>
+PlantLine LineOf(SqliteDatabase& db, const Request& request) {
+  return FindLine(db, request.factory(), request.line());
+}
+
+dc::VersionDTO Version(SqliteDatabase& db) {
+  auto statement = db.Prepare("SELECT value FROM plant_info WHERE key = 'api_version'");
+  dc::VersionDTO version;
+  if (statement.Step()) {
+    int major = 0, minor = 0, patch = 0;
+    std::sscanf(statement.Text(0).c_str(), "%d.%d.%d", &major, &minor, &patch);
+    version.set_major(major);
+    version.set_minor(minor);
+    version.set_patch(patch);
+  }
+  return version;
+}
+
+void FillZone(dc::TimezoneInfo& zone, const SqliteStatement& row, int first) {
+  zone.set_ianatimezoneid(row.Text(first));
+  zone.set_windowstimezoneid(row.Text(first + 1));
+  zone.set_utcoffsetinminutes(static_cast<std::int32_t>(row.Int(first + 2)));
+  zone.set_supportsdaylightsavingtime(row.Int(first + 3) != 0);
+}
+
+dc::SimpleTopologyContainer Topology(SqliteDatabase& db) {
+  auto lines = db.Prepare(
+      "SELECT f.name, l.name, l.id, l.iana_zone, l.windows_zone, l.utc_offset_minutes,"
+      " l.daylight_saving, l.bench_iana_zone, l.bench_windows_zone, l.bench_utc_offset_minutes,"
+      " l.bench_daylight_saving FROM factory f LEFT JOIN line l ON l.factory_id = f.id"
+      " ORDER BY f.id, l.id");
+  auto benches = db.Prepare("SELECT name FROM bench WHERE line_id = ?1 ORDER BY id");
+  dc::SimpleTopologyContainer topology;
+  while (lines.Step()) {
+    if (topology.values_size() == 0 || topology.values().rbegin()->name() != lines.Text(0)) {
+      topology.add_values()->set_name(lines.Text(0));
+    }
+    if (lines.IsNull(2)) continue;
+    dc::Line& line = *topology.mutable_values()->rbegin()->add_lines();
+    line.set_name(lines.Text(1));
+    FillZone(*line.mutable_timezoneid(), lines, 3);
+    FillZone(*line.mutable_benchtimezoneid(), lines, 7);
+    benches.BindAll(lines.Int(2));
+    while (benches.Step()) line.add_testbenches()->set_name(benches.Text(0));
+    benches.Reset();
+  }
+  return topology;
+}
+
+dc::GeneralInformationContainer Headers(const std::vector<TestRow>& tests) {
+  dc::GeneralInformationContainer container;
+  for (const TestRow& test : tests) *container.add_values() = test.header;
+  return container;
+}
+
+/// The defects of a test, and the exceedances its values show.
+struct TestDefects {
+  dc::DefectReport report;
+  std::vector<Exceedance> exceedances;
+};
+
+TestDefects DefectsOf(SqliteDatabase& db, std::int32_t testId) {
+  auto statement = db.Prepare(
+      "SELECT d.error_code, d.error_text, d.nr, d.error_result, d.value, d.limit_value,"
+      " d.position, q.id, q.mode, q.instrument, q.channel, q.location, q.parameter, q.sensor"
+      " FROM defect d JOIN quantity q ON q.id = d.quantity_id WHERE d.test_id = ?1 ORDER BY d.nr");
+  statement.BindAll(std::int64_t{testId});
+  TestDefects defects;
+  while (statement.Step()) {
+    dc::Defect& defect = *defects.report.add_defects();
+    defect.set_errorcode(static_cast<std::int32_t>(statement.Int(0)));
+    defect.set_errortext(statement.Text(1));
+    defect.set_errornr(static_cast<std::int32_t>(statement.Int(2)));
+    defect.set_errorresult(static_cast<std::int32_t>(statement.Int(3)));
+    defect.set_value(static_cast<float>(statement.Real(4)));
+    defect.set_limit(static_cast<float>(statement.Real(5)));
+    defect.set_position(static_cast<float>(statement.Real(6)));
+    dc::Clavis& clavis = *defect.mutable_clavis();
+    clavis.set_mode(statement.Text(8));
+    clavis.set_instrument(statement.Text(9));
+    clavis.set_channel(statement.Text(10));
+    clavis.set_location(statement.Text(11));
+    clavis.set_instrumentparameter(statement.Text(12));
+    clavis.set_sensor(statement.Text(13));
+    defects.exceedances.push_back({static_cast<int>(statement.Int(7)), defect.position(),
+                                   defect.value(), defect.limit()});
+  }
+  return defects;
+}
+
+dc::Clavis ClavisOf(const QuantityInfo& quantity) {
+  dc::Clavis clavis;
+  clavis.set_mode(quantity.mode);
+  clavis.set_instrument(quantity.instrument);
+  clavis.set_channel(quantity.channel);
+  clavis.set_location(quantity.location);
+  clavis.set_instrumentparameter(quantity.parameter);
+  clavis.set_sensor(quantity.sensor);
+  return clavis;
+}
+
+/// Whether `key` is named by `wanted`, whose empty parts match any part.
+bool Names(const dc::Clavis& wanted, const dc::Clavis& key) {
+  const auto part = [](const std::string& want, const std::string& have) {
+    return want.empty() || want == have;
+  };
+  return part(wanted.mode(), key.mode()) && part(wanted.instrument(), key.instrument()) &&
+         part(wanted.channel(), key.channel()) && part(wanted.location(), key.location()) &&
+         part(wanted.instrumentparameter(), key.instrumentparameter()) &&
+         part(wanted.sensor(), key.sensor());
+}
+
+bool Wanted(const dc::Clavis& key, const dc::ClavisFilter* filter) {
+  if (filter == nullptr) return true;
+  bool named = false;
+  for (const dc::Clavis& wanted : filter->items()) named = named || Names(wanted, key);
+  return named != filter->exclude();
+}
+
+dc::MeasurementContainer Measurements(SqliteDatabase& db, const std::vector<TestRow>& tests,
+                                      const dc::ClavisFilter* filter) {
+  dc::MeasurementContainer container;
+  for (const TestRow& test : tests) {
+    dc::Measurement& measurement = (*container.mutable_measurements())[test.header.pkident()];
+    *measurement.mutable_generalinformation() = test.header;
+    TestDefects defects = DefectsOf(db, test.header.pkident());
+    dc::MeasurementValueContainer& values = *measurement.mutable_measurementvalues();
+    for (const QuantityInfo& quantity : PlantQuantities()) {
+      const dc::Clavis key = ClavisOf(quantity);
+      if (!Wanted(key, filter)) continue;
+      (*values.mutable_keys())[quantity.id] = key;
+      (*values.mutable_values())[quantity.id] = QuantityValue(quantity.id, test.seed, defects.exceedances);
+    }
+    *measurement.mutable_defectreport() = std::move(defects.report);
+  }
+  return container;
+}
+
+dc::DefectReportContainer Defects(SqliteDatabase& db, const std::vector<TestRow>& tests) {
+  dc::DefectReportContainer container;
+  for (const TestRow& test : tests) {
+    (*container.mutable_values())[test.header.pkident()] = DefectsOf(db, test.header.pkident()).report;
+  }
+  return container;
+}
+
+dc::ShiftContainer Shifts(SqliteDatabase& db, const dc::GetShiftQuery& query) {
+  const PlantLine line = LineOf(db, query);
+  auto items = db.Prepare(
+      "SELECT id, start_minute, end_minute, day, weekdays FROM shift_item WHERE shift_id = ?1 ORDER BY id");
+  dc::ShiftContainer container;
+  for (const PlantShift& shift : line.shifts) {
+    if (!query.names().empty() &&
+        std::find(query.names().begin(), query.names().end(), shift.name) == query.names().end()) {
+      continue;
+    }
+    dc::Shift& answer = *container.add_values();
+    answer.set_id(static_cast<std::int32_t>(shift.id));
+    answer.set_name(shift.name);
+    items.BindAll(shift.id);
+    for (const ShiftSpan& span : shift.spans) {
+      items.Step();
+      dc::ShiftItem& item = *answer.add_items();
+      item.set_id(static_cast<std::int32_t>(items.Int(0)));
+      item.set_start(span.startMinute);
+      item.set_end(span.endMinute);
+      item.set_day(static_cast<std::int32_t>(items.Int(3)));
+      for (int day : span.weekdays) item.add_weekdays(static_cast<en::Weekday>(day));
+    }
+    items.Reset();
+  }
+  return container;
+}
+
+dc::ResultCountContainer ResultCounts(SqliteDatabase& db, const dc::ResultCountQuery& query) {
+  const PlantLine line = LineOf(db, query);
+  const auto tests = SelectTests(db, line, ReadSelection(query));
+  std::map<std::pair<std::string, std::string>, dc::ResultCountData> groups;
+  for (const TestRow& test : tests) {
+    dc::ResultCountData& data = groups[{test.header.bench(), test.header.type()}];
+    if (data.allunits() == 0) {
+      data.set_benchname(test.header.bench());
+      data.set_typename_(test.header.type());
+      *data.mutable_datefrom() = test.header.measurementtime();
+    }
+    *data.mutable_dateuntil() = test.header.measurementtime();
+    data.set_allunits(data.allunits() + 1);
+    if (test.header.resultid() == 1) {
+      data.set_goodunits(data.goodunits() + 1);
+    } else {
+      data.set_badunits(data.badunits() + 1);
+    }
+  }
+  auto ids = db.Prepare(
+      "SELECT (SELECT id FROM bench WHERE line_id = ?1 AND name = ?2),"
+      " (SELECT id FROM unit_type WHERE name = ?3)");
+  dc::ResultCountContainer container;
+  for (auto& [key, data] : groups) {
+    ids.BindAll(line.id, key.first, key.second);
+    if (ids.Step()) {
+      data.set_benchid(static_cast<std::int32_t>(ids.Int(0)));
+      data.set_typeid_(static_cast<std::int32_t>(ids.Int(1)));
+    }
+    ids.Reset();
+    *container.add_values() = std::move(data);
+  }
+  return container;
+}
+
+dc::IdNameTableStore NameTables(SqliteDatabase& db, const dc::ResultDbIdNameTablesQuery& query) {
+  LineOf(db, query);
+  dc::IdNameTableStore store;
+  store.set_factory(query.factory());
+  store.set_line(query.line());
+  auto rows = db.Prepare("SELECT table_name, id, name FROM name_table ORDER BY table_name, id");
+  while (rows.Step()) {
+    if (store.tables_size() == 0 || store.tables().rbegin()->name() != rows.Text(0)) {
+      store.add_tables()->set_name(rows.Text(0));
+    }
+    dc::IdNameTableItem& item = *store.mutable_tables()->rbegin()->add_items();
+    item.set_id(static_cast<std::int32_t>(rows.Int(1)));
+    item.set_name(rows.Text(2));
+  }
+  return store;
+}
+
+dc::ErrorGroupsContainer ErrorGroups(SqliteDatabase& db, const dc::GetErrorGroupQuery& query) {
+  const PlantLine line = LineOf(db, query);
+  auto rows = db.Prepare(
+      "SELECT g.id, g.name, i.rowid, i.code_from, i.code_to FROM error_group g"
+      " LEFT JOIN error_group_item i ON i.error_group_id = g.id WHERE g.line_id = ?1 ORDER BY g.id, i.rowid");
+  rows.BindAll(line.id);
+  dc::ErrorGroupsContainer container;
+  while (rows.Step()) {
+    const std::string name = rows.Text(1);
+    if (!query.names().empty() &&
+        std::find(query.names().begin(), query.names().end(), name) == query.names().end()) {
+      continue;
+    }
+    if (container.values_size() == 0 || container.values().rbegin()->id() != rows.Int(0)) {
+      dc::ErrorGroup& group = *container.add_values();
+      group.set_id(static_cast<std::int32_t>(rows.Int(0)));
+      group.set_name(name);
+    }
+    if (rows.IsNull(2)) continue;
+    dc::ErrorGroupItem& item = *container.mutable_values()->rbegin()->add_items();
+    item.set_id(static_cast<std::int32_t>(rows.Int(2)));
+    item.set_startid(static_cast<std::int32_t>(rows.Int(3)));
+    item.set_endid(static_cast<std::int32_t>(rows.Int(4)));
+  }
+  return container;
+}
+
+dc::ReferenceUnitContainer ReferenceUnits(SqliteDatabase& db, const dc::GetReferenceUnitQuery& query) {
+  const PlantLine line = LineOf(db, query);
+  auto rows = db.Prepare("SELECT name, kind FROM reference_unit WHERE line_id = ?1 ORDER BY name");
+  rows.BindAll(line.id);
+  dc::ReferenceUnitContainer container;
+  while (rows.Step()) {
+    const std::string name = rows.Text(0);
+    if (!query.names().empty() &&
+        std::find(query.names().begin(), query.names().end(), name) == query.names().end()) {
+      continue;
+    }
+    dc::ReferenceUnit& unit = *container.add_values();
+    unit.set_name(name);
+    unit.set_type(static_cast<en::ReferenceUnitType>(rows.Int(1)));
+  }
+  return container;
+}
+
+std::map<std::string, PlantHandler, std::less<>> MakeHandlers() {
+  std::map<std::string, PlantHandler, std::less<>> handlers = {
+      {"ApiVersionQuery", Handle<dc::ApiVersionQuery>([](SqliteDatabase& db, const auto&) { return Version(db); })},
+      {"ResultDbVersionQuery",
+       Handle<dc::ResultDbVersionQuery>([](SqliteDatabase& db, const auto& q) { LineOf(db, q); return Version(db); })},
+      {"SimpleTopologyQuery", Handle<dc::SimpleTopologyQuery>([](SqliteDatabase& db, const auto&) { return Topology(db); })},
+      {"GeneralInformationQuery", Handle<dc::GeneralInformationQuery>([](SqliteDatabase& db, const auto& q) {
+         return Headers(SelectTests(db, LineOf(db, q), ReadSelection(q)));
+       })},
+      {"GeneralInformationByIdQuery", Handle<dc::GeneralInformationByIdQuery>([](SqliteDatabase& db, const auto& q) {
+         return Headers(TestsById(db, LineOf(db, q), q.identifier()));
+       })},
+      {"MeasurementQuery", Handle<dc::MeasurementQuery>([](SqliteDatabase& db, const auto& q) {
+         return Measurements(db, SelectTests(db, LineOf(db, q), ReadSelection(q)), q.has_clavis() ? &q.clavis() : nullptr);
+       })},
+      {"MeasurementByIdQuery", Handle<dc::MeasurementByIdQuery>([](SqliteDatabase& db, const auto& q) {
+         return Measurements(db, TestsById(db, LineOf(db, q), q.identifier()), q.has_clavis() ? &q.clavis() : nullptr);
+       })},
+      {"DefectReportQuery", Handle<dc::DefectReportQuery>([](SqliteDatabase& db, const auto& q) {
+         return Defects(db, SelectTests(db, LineOf(db, q), ReadSelection(q)));
+       })},
+      {"DefectReportByIdQuery", Handle<dc::DefectReportByIdQuery>([](SqliteDatabase& db, const auto& q) {
+         return Defects(db, TestsById(db, LineOf(db, q), q.identifier()));
+       })},
+      {"GetShiftQuery", Handle<dc::GetShiftQuery>(Shifts)},
+      {"ResultCountQuery", Handle<dc::ResultCountQuery>(ResultCounts)},
+      {"ResultDbIdNameTablesQuery", Handle<dc::ResultDbIdNameTablesQuery>(NameTables)},
+      {"GetErrorGroupQuery", Handle<dc::GetErrorGroupQuery>(ErrorGroups)},
+      {"GetReferenceUnitQuery", Handle<dc::GetReferenceUnitQuery>(ReferenceUnits)},
+  };
+  AddCommandHandlers(handlers);
+  return handlers;
+}
+
+}  // namespace
+
+const PlantHandler* FindPlantHandler(std::string_view requestType) {
+  static const auto handlers = MakeHandlers();
+  const auto found = handlers.find(requestType);
+  return found == handlers.end() ? nullptr : &found->second;
+}
+
+}  // namespace vrex::stub::plant
