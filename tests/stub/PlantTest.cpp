@@ -1,0 +1,295 @@
+// The generated plant as the stub serves it: every filter of a test query
+// against a plain in-memory reading of the same tests, the same test alike in
+// every answer, commands seen by the next query, and a generator that is
+// deterministic and realistic.
+
+#include <gmock/gmock.h>
+#include <google/protobuf/util/message_differencer.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "AddShiftCommand.pb.h"
+#include "DefectReportContainer.pb.h"
+#include "GeneralInformationContainer.pb.h"
+#include "LogEntryContainer.pb.h"
+#include "MeasurementContainer.pb.h"
+#include "RawHttp.h"
+#include "ScratchDirectory.h"
+#include "ShiftContainer.pb.h"
+#include "vrex/MessageJson.h"
+#include "vrex/stub/Plant.h"
+#include "vrex/stub/StubServer.h"
+
+// The plant's own value generator, to check values against their limits.
+#include "../../tools/stub/src/plant/TestValues.h"
+
+namespace vrex::stub {
+namespace {
+
+namespace dc = Korvan::KQ::DataContracts;
+using Header = dc::GeneralInformation;
+
+constexpr std::int64_t kNow = 1'795'000'000;  // a fixed present moment
+constexpr const char* kLine = R"("Factory": "Plant-North", "Line": "Line-A")";
+
+std::string Slurp(const std::filesystem::path& file) {
+  std::ifstream in(file, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+/// The plant's answer to `json` as a `requestType`; `status` when it is no 200.
+CannedAnswer Ask(const Plant& plant, const std::string& requestType, const std::string& json) {
+  auto request = MessageFromJson(requestType, json);
+  EXPECT_TRUE(request.Ok()) << json;
+  JournalEntry entry;
+  entry.body = request.Ok() ? request.Value()->SerializeAsString() : "";
+  return plant.Answer(requestType, entry).value_or(TextAnswer(599, "no answer"));
+}
+
+template <typename Answer>
+Answer AskFor(const Plant& plant, const std::string& requestType, const std::string& json) {
+  const CannedAnswer answer = Ask(plant, requestType, json);
+  EXPECT_EQ(answer.status, 200) << requestType << " " << json << ": " << answer.body;
+  Answer message;
+  EXPECT_TRUE(message.ParseFromString(answer.body));
+  return message;
+}
+
+std::vector<int> IdsOf(const dc::GeneralInformationContainer& tests) {
+  std::vector<int> ids;
+  for (const Header& test : tests.values()) ids.push_back(test.pkident());
+  return ids;
+}
+
+class PlantQueries : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    directory_ = new vrex::testing::ScratchDirectory();
+    GeneratePlantFile(directory_->Path() / "plant.sqlite", 1600, 7, 7, kNow);
+  }
+  static void TearDownTestSuite() { delete directory_; }
+
+  void SetUp() override {
+    // Each test a copy of its own: commands change it.
+    const auto file = directory_->Path() / (std::string(::testing::UnitTest::GetInstance()->current_test_info()->name()) + ".sqlite");
+    std::filesystem::copy_file(directory_->Path() / "plant.sqlite", file);
+    plant = std::make_unique<Plant>(file);
+    all = AskFor<dc::GeneralInformationContainer>(*plant, "GeneralInformationQuery", std::string("{") + kLine + "}");
+  }
+
+  std::vector<int> Query(const std::string& filters) {
+    return IdsOf(AskFor<dc::GeneralInformationContainer>(
+        *plant, "GeneralInformationQuery", std::string("{") + kLine + ", " + filters + "}"));
+  }
+
+  static inline vrex::testing::ScratchDirectory* directory_ = nullptr;
+  std::unique_ptr<Plant> plant;
+  dc::GeneralInformationContainer all;  // every test of Line-A, oldest first
+};
+
+std::string Time(const Header& test) { return std::to_string(test.measurementtime().value()); }
+
+int LocalMinute(const Header& test) {  // Line-A keeps UTC+1
+  return static_cast<int>((test.measurementtime().value() / 60 + 60) % 1440);
+}
+
+TEST_F(PlantQueries, EveryFilterSelectsWhatAPlainReadingOfTheTestsDoes) {
+  ASSERT_EQ(all.values_size(), 400);
+  const auto& t = all.values();
+  std::map<std::string, std::int64_t> firstTime;  // of each unit
+  for (const Header& test : t) firstTime.emplace(test.serial(), test.measurementtime().value());
+  const Header& failed = *std::find_if(t.begin(), t.end(), [](const Header& h) { return h.resultid() != 1; });
+
+  struct Row {
+    std::string filters;
+    std::function<bool(const Header&)> selects;
+    int last = 0;  // LastN.TopN
+    bool first = false;
+  };
+  const auto window = [&](const Header& h) {
+    return h.measurementtime().value() >= t[100].measurementtime().value() &&
+           h.measurementtime().value() <= t[140].measurementtime().value();
+  };
+  const std::string time = R"("Time": {"From": {"value": )" + Time(t[100]) + R"(, "scale": "SECONDS"}, "Until": {"value": )" + Time(t[140]) + R"(, "scale": "SECONDS"}})";
+  const std::vector<Row> rows = {
+      {time, window},
+      {R"("LastN": {"TopN": 5})", [](const Header&) { return true; }, 5},
+      {R"("LastN": {"TopN": 5, "TopNFirst": true})", [](const Header&) { return true; }, 5, true},
+      {time + R"(, "LastN": {"TopN": 3})", window, 3},
+      {R"("TestRepetition": {"TestRepetition": "FirstTest"})", [](const Header& h) { return h.ordinal() == 1; }},
+      {R"("TestRepetition": {"TestRepetition": "LastTest"})", [](const Header& h) { return h.thislast(); }},
+      {R"("TestRepetition": {"TestRepetition": "CurrentRejects"})", [](const Header& h) { return h.thislast() && h.result() != "OK"; }},
+      {R"("TestRepetition": {"TestRepetition": "DirectTest"})", [](const Header& h) { return h.ordinal() == 1 && h.thislast(); }},
+      {R"("TestRepetition": {"TestRepetition": "NTests", "NrOfRepetitions": 2})", [](const Header& h) { return h.ordinal() <= 2; }},
+      {R"("TestRepetition": {"MinOrdinal": 2, "MaxOrdinal": 3})", [](const Header& h) { return h.ordinal() >= 2 && h.ordinal() <= 3; }},
+      {R"("TestRepetition": {"MaxRepetitions": 0})", [](const Header& h) { return h.ordinal() == 1; }},
+      {R"("TestRepetition": {"MaxMinutes": 20})", [&](const Header& h) { return h.measurementtime().value() - firstTime[h.serial()] <= 1200; }},
+      {R"("BaseType": {"Items": ["GX-300"]})", [](const Header& h) { return h.basetype() == "GX-300"; }},
+      {R"("BaseType": {"Items": ["2"], "UseIds": true, "Exclude": true})", [](const Header& h) { return h.basetype() != "GX-300"; }},
+      {R"("Type": {"Items": ["GX-200-6M", "GX-300-4M"]})", [](const Header& h) { return h.type() == "GX-200-6M" || h.type() == "GX-300-4M"; }},
+      {R"("Type": {"Items": ["1"], "UseIds": true})", [](const Header& h) { return h.type() == "GX-200-4M"; }},
+      {R"("Bench": {"Items": ["Bench-2"]})", [](const Header& h) { return h.bench() == "Bench-2"; }},
+      {R"("Bench": {"Items": ["Bench-2"], "Exclude": true})", [](const Header& h) { return h.bench() != "Bench-2"; }},
+      {R"("Bench": {"Items": ["3", "x"], "UseIds": true})", [](const Header& h) { return h.bench() == "Bench-3"; }},
+      {R"("Bench": {"Items": ["Bench-9"]})", [](const Header&) { return false; }},
+      {R"("SerialNumber": {"Items": [")" + failed.serial() + R"("]})", [&](const Header& h) { return h.serial() == failed.serial(); }},
+      {R"("SerialNumber": {"Items": ["3150", "3151"], "ParseNumber": true, "ParseStart": 5, "ParseLength": 7})",
+       [](const Header& h) { return h.serial() == "SN-A-0003150" || h.serial() == "SN-A-0003151"; }},
+      {R"("SerialNumber": {"Items": ["SN-A-0003150"], "Exclude": true})", [](const Header& h) { return h.serial() != "SN-A-0003150"; }},
+      {R"("TestKind": {"Items": ["Retest"]})", [](const Header& h) { return h.testkind() == "Retest"; }},
+      {R"("TestKind": {"Items": ["3"], "UseIds": true})", [](const Header& h) { return h.testkind() == "Reference test"; }},
+      {R"("ShiftOffset": {"Items": ["Night"]})", [](const Header& h) { return LocalMinute(h) >= 1320 || LocalMinute(h) < 360; }},
+      {R"("ShiftOffset": {"Items": ["Early"], "Exclude": true})", [](const Header& h) { return LocalMinute(h) < 360 || LocalMinute(h) >= 840; }},
+      {R"("ReferenceUnit": {"SelectionType": "BySerial"})", [](const Header& h) { return h.serial() == "REF-A-01"; }},
+      {R"("ReferenceUnit": {"Exclude": true})", [](const Header& h) { return h.serial() != "REF-A-01"; }},
+      {R"("AddInfo": {"Keys": ["Operator"], "Items": ["K. Yilmaz"]})", [](const Header& h) { return h.additionalinfo().at("Operator") == "K. Yilmaz"; }},
+      {R"("AddInfo": {"Items": ["K. Yilmaz", "M. Weber"], "Exclude": true})", [](const Header& h) {
+         const std::string& who = h.additionalinfo().at("Operator");
+         return who != "K. Yilmaz" && who != "M. Weber"; }},
+      {R"("IdRange": {"Ranges": [{"Min": 1100, "Max": 1200}, {"Min": 1150, "Max": 1160, "Exclude": true}]})",
+       [](const Header& h) { return h.pkident() >= 1100 && h.pkident() <= 1200 && (h.pkident() < 1150 || h.pkident() > 1160); }},
+      {R"("Bench": {"Items": ["Bench-1"]}, "TestRepetition": {"TestRepetition": "FirstTest"}, "LastN": {"TopN": 4})",
+       [](const Header& h) { return h.bench() == "Bench-1" && h.ordinal() == 1; }, 4},
+  };
+  for (const Row& row : rows) {
+    std::vector<int> expected;
+    for (const Header& test : t) {
+      if (row.selects(test)) expected.push_back(test.pkident());
+    }
+    if (row.last > 0 && static_cast<int>(expected.size()) > row.last) {
+      expected = row.first ? std::vector<int>(expected.begin(), expected.begin() + row.last)
+                           : std::vector<int>(expected.end() - row.last, expected.end());
+    }
+    EXPECT_EQ(Query(row.filters), expected) << row.filters;
+  }
+}
+
+TEST_F(PlantQueries, ATestIsTheSameInEveryAnswerAndUnknownLinesAreRefusedByName) {
+  const Header& failed = *std::find_if(all.values().begin(), all.values().end(), [](const Header& h) { return h.resultid() != 1; });
+  const std::string ids = R"("Identifier": [)" + std::to_string(failed.pkident()) + ", 99999, 1001, " + std::to_string(failed.pkident()) + "]";
+  const auto byId = AskFor<dc::GeneralInformationContainer>(*plant, "GeneralInformationByIdQuery", std::string("{") + kLine + ", " + ids + "}");
+  EXPECT_EQ(IdsOf(byId), (std::vector<int>{failed.pkident(), 1001}));
+  const auto measurements = AskFor<dc::MeasurementContainer>(*plant, "MeasurementByIdQuery", std::string("{") + kLine + ", " + ids + "}");
+  const auto defects = AskFor<dc::DefectReportContainer>(*plant, "DefectReportQuery", std::string("{") + kLine + R"(, "IdRange": {"Ranges": [{"Min": )" + std::to_string(failed.pkident()) + R"(, "Max": )" + std::to_string(failed.pkident()) + "}]}}");
+  ASSERT_EQ(measurements.measurements().count(failed.pkident()), 1U);
+  const dc::Measurement& measurement = measurements.measurements().at(failed.pkident());
+  using google::protobuf::util::MessageDifferencer;
+  EXPECT_TRUE(MessageDifferencer::Equals(measurement.generalinformation(), failed));
+  EXPECT_TRUE(MessageDifferencer::Equals(byId.values(0), failed));
+  ASSERT_GE(measurement.defectreport().defects_size(), 1);
+  EXPECT_TRUE(MessageDifferencer::Equals(defects.values().at(failed.pkident()), measurement.defectreport()));
+  EXPECT_EQ(measurements.measurements().size(), 2U) << "the unknown identifier is left out";
+
+  const auto only = AskFor<dc::MeasurementContainer>(*plant, "MeasurementByIdQuery", std::string("{") + kLine + R"(, "Identifier": [1001], "Clavis": {"Items": [{"Mode": "Idle"}]}})");
+  ASSERT_EQ(only.measurements().at(1001).measurementvalues().values_size(), 1);
+  EXPECT_EQ(only.measurements().at(1001).measurementvalues().keys().begin()->second.instrumentparameter(), "Spectrum");
+
+  const CannedAnswer line = Ask(*plant, "GeneralInformationQuery", R"({"Factory": "Plant-North", "Line": "Line-Z"})");
+  EXPECT_EQ(line.status, 404);
+  EXPECT_THAT(line.body, ::testing::HasSubstr("\"Line-Z\""));
+  const CannedAnswer factory = Ask(*plant, "MeasurementQuery", R"({"Factory": "Plant-West", "Line": "Line-A"})");
+  EXPECT_EQ(factory.status, 404);
+  EXPECT_THAT(factory.body, ::testing::HasSubstr("\"Plant-West\""));
+}
+
+TEST_F(PlantQueries, CommandsChangeWhatTheNextQuerySeesAndAFailedOneChangesNothing) {
+  const auto logged = [&] {
+    return AskFor<dc::LogEntryContainer>(*plant, "LogEntryQuery", "{}").logentries_size();
+  };
+  const int before = logged();
+  const std::string weekend = std::string("{") + kLine + R"(, "Shift": {"Name": "Weekend", "Items": [{"Start": 360, "End": 840, "Weekdays": ["Saturday"]}]}})";
+  EXPECT_EQ(Ask(*plant, "AddShiftCommand", weekend).status, 200);
+  EXPECT_EQ(Ask(*plant, "AddShiftCommand", weekend).status, 409) << "a second shift of the same name";
+  const auto shifts = AskFor<dc::ShiftContainer>(*plant, "GetShiftQuery", std::string("{") + kLine + R"(, "Names": ["Weekend"]})");
+  ASSERT_EQ(shifts.values_size(), 1);
+  EXPECT_EQ(shifts.values(0).items(0).weekdays(0), Korvan::KQ::DataContracts::Enumerator::Saturday);
+  EXPECT_EQ(AskFor<dc::ShiftContainer>(*plant, "GetShiftQuery", std::string("{") + kLine + R"(, "Names": ["Early"]})").values_size(), 1);
+  EXPECT_EQ(Ask(*plant, "UpdateShiftCommand", std::string("{") + kLine + R"(, "Shift": {"Name": "Early", "Items": [{"Start": 0, "End": 1441}]}})").status, 400);
+  EXPECT_EQ(AskFor<dc::ShiftContainer>(*plant, "GetShiftQuery", std::string("{") + kLine + R"(, "Names": ["Early"]})").values(0).items(0).end(), 840)
+      << "the refused update left the shift whole";
+  EXPECT_EQ(logged(), before + 1) << "only the command that succeeded is logged";
+
+  EXPECT_EQ(Ask(*plant, "AddReferenceUnitCommand", std::string("{") + kLine + R"(, "ReferenceUnit": {"Name": "SN-A-0003150"}})").status, 200);
+  EXPECT_THAT(Query(R"("ReferenceUnit": {"SelectionType": "BySerial"})"), ::testing::Contains(::testing::Ge(1001)));
+  const auto references = Query(R"("ReferenceUnit": {"SelectionType": "BySerial"}, "SerialNumber": {"Items": ["SN-A-0003150"]})");
+  EXPECT_FALSE(references.empty());
+  EXPECT_EQ(Ask(*plant, "ResultDbTruncateCommand", std::string("{") + kLine + "}").status, 200);
+  EXPECT_TRUE(Query(R"("LastN": {"TopN": 5})").empty());
+  EXPECT_EQ(logged(), before + 3);
+}
+
+TEST_F(PlantQueries, TheGatewayTokenIsRequiredWhenTheStubIsToldSo) {
+  plant->RequireToken("right token");
+  JournalEntry request;
+  EXPECT_EQ(plant->Answer("SimpleTopologyQuery", request)->status, 401);
+  request.headers.push_back({"GatewayApiAuthentication", "wrong token"});
+  EXPECT_EQ(plant->Answer("SimpleTopologyQuery", request)->status, 401);
+  request.headers.back().value = "right token";
+  EXPECT_EQ(plant->Answer("SimpleTopologyQuery", request)->status, 200);
+}
+
+TEST(PlantGenerator, TheSameSeedGivesTheSameBytesAndARealisticPlant) {
+  const vrex::testing::ScratchDirectory directory;
+  GeneratePlantFile(directory.Path() / "a", 2000, 5, 3, kNow);
+  GeneratePlantFile(directory.Path() / "b", 2000, 5, 3, kNow);
+  GeneratePlantFile(directory.Path() / "c", 2000, 5, 4, kNow);
+  EXPECT_EQ(Slurp(directory.Path() / "a"), Slurp(directory.Path() / "b"));
+  EXPECT_NE(Slurp(directory.Path() / "a"), Slurp(directory.Path() / "c"));
+
+  const Plant plant(directory.Path() / "a");
+  for (const char* line : {"Line-A", "Line-B"}) {
+    const auto answer = AskFor<dc::MeasurementContainer>(
+        plant, "MeasurementQuery", std::string(R"({"Factory": "Plant-North", "Line": ")") + line + "\"}");
+    const std::map<int, dc::Measurement> tests(answer.measurements().begin(), answer.measurements().end());
+    std::set<std::string> units, failedUnits;
+    std::map<std::string, int> ordinals;
+    for (const auto& [id, test] : tests) {
+      const Header& header = test.generalinformation();
+      EXPECT_EQ(header.ordinal(), ++ordinals[header.serial()]) << "retests in order, test " << id;
+      bool exceeds = false;
+      for (const auto& [key, value] : test.measurementvalues().values()) exceeds = exceeds || plant::ExceedsLimit(value);
+      EXPECT_EQ(exceeds, header.resultid() != 1) << "a test fails exactly when a value exceeds its limit: " << id;
+      EXPECT_EQ(test.defectreport().defects_size() > 0, header.resultid() != 1) << id;
+      for (const dc::Defect& defect : test.defectreport().defects()) EXPECT_GT(defect.value(), defect.limit());
+      units.insert(header.serial());
+      if (header.ordinal() == 1 && header.resultid() != 1) failedUnits.insert(header.serial());
+    }
+    const double rate = static_cast<double>(failedUnits.size()) / static_cast<double>(units.size());
+    EXPECT_GE(rate, 0.03) << line;
+    EXPECT_LE(rate, 0.08) << line;
+    for (const auto& [id, test] : tests) {
+      const Header& header = test.generalinformation();
+      EXPECT_EQ(header.thislast(), header.ordinal() == ordinals[header.serial()]) << id;
+    }
+  }
+}
+
+TEST(PlantServer, ACaseGoesBeforeThePlantAndAnEmptyMatchTakesTheRequestSentAsJsonText) {
+  const vrex::testing::ScratchDirectory directory;
+  GeneratePlantFile(directory.Path() / "plant", 400, 2, 1, kNow);
+  StubServer server;
+  server.SetPlant(std::make_shared<Plant>(directory.Path() / "plant"));
+  server.AddCase({"ApiVersionQuery", "all", "{}", {TextAnswer(503, "busy")}});
+  JournalEntry request;
+  EXPECT_EQ(Plant(directory.Path() / "plant").Answer("ApiVersionQuery", request)->status, 200);
+  server.Start();
+  for (const std::string body : {"", "{}"}) {
+    const auto version = vrex::testing::ExchangeRaw(server.Port(), "POST /api/ApiVersionQuery HTTP/1.1\r\nContent-Length: " + std::to_string(body.size()) + "\r\nConnection: close\r\n\r\n" + body);
+    EXPECT_EQ(vrex::testing::StatusOf(version), 503) << "body \"" << body << "\"";
+  }
+  const auto topology = vrex::testing::ExchangeRaw(server.Port(), "POST /api/SimpleTopologyQuery HTTP/1.1\r\nContent-Length: 2\r\nConnection: close\r\n\r\n{}");
+  EXPECT_EQ(vrex::testing::StatusOf(topology), 200);
+  EXPECT_THAT(vrex::testing::BodyOf(topology), ::testing::HasSubstr("Plant-North"));
+}
+
+}  // namespace
+}  // namespace vrex::stub
