@@ -29,6 +29,7 @@
 #include "VersionDTO.pb.h"
 #include "plant/PlantCommands.h"
 #include "plant/PlantLine.h"
+#include "plant/PlantReports.h"
 #include "plant/TestSelection.h"
 #include "plant/TestValues.h"
 
@@ -99,41 +100,6 @@ dc::GeneralInformationContainer Headers(const std::vector<TestRow>& tests) {
   dc::GeneralInformationContainer container;
   for (const TestRow& test : tests) *container.add_values() = test.header;
   return container;
-}
-
-/// The defects of a test, and the exceedances its values show.
-struct TestDefects {
-  dc::DefectReport report;
-  std::vector<Exceedance> exceedances;
-};
-
-TestDefects DefectsOf(SqliteDatabase& db, std::int32_t testId) {
-  auto statement = db.Prepare(
-      "SELECT d.error_code, d.error_text, d.nr, d.error_result, d.value, d.limit_value,"
-      " d.position, q.id, q.mode, q.instrument, q.channel, q.location, q.parameter, q.sensor"
-      " FROM defect d JOIN quantity q ON q.id = d.quantity_id WHERE d.test_id = ?1 ORDER BY d.nr");
-  statement.BindAll(std::int64_t{testId});
-  TestDefects defects;
-  while (statement.Step()) {
-    dc::Defect& defect = *defects.report.add_defects();
-    defect.set_errorcode(static_cast<std::int32_t>(statement.Int(0)));
-    defect.set_errortext(statement.Text(1));
-    defect.set_errornr(static_cast<std::int32_t>(statement.Int(2)));
-    defect.set_errorresult(static_cast<std::int32_t>(statement.Int(3)));
-    defect.set_value(static_cast<float>(statement.Real(4)));
-    defect.set_limit(static_cast<float>(statement.Real(5)));
-    defect.set_position(static_cast<float>(statement.Real(6)));
-    dc::Clavis& clavis = *defect.mutable_clavis();
-    clavis.set_mode(statement.Text(8));
-    clavis.set_instrument(statement.Text(9));
-    clavis.set_channel(statement.Text(10));
-    clavis.set_location(statement.Text(11));
-    clavis.set_instrumentparameter(statement.Text(12));
-    clavis.set_sensor(statement.Text(13));
-    defects.exceedances.push_back({static_cast<int>(statement.Int(7)), defect.position(),
-                                   defect.value(), defect.limit()});
-  }
-  return defects;
 }
 
 dc::Clavis ClavisOf(const QuantityInfo& quantity) {
@@ -348,6 +314,7 @@ std::map<std::string, PlantHandler, std::less<>> MakeHandlers() {
       {"GetReferenceUnitQuery", Handle<dc::GetReferenceUnitQuery>(ReferenceUnits)},
   };
   AddCommandHandlers(handlers);
+  AddReportHandlers(handlers);
   return handlers;
 }
 

@@ -13,6 +13,7 @@
 #include "AddInfoFilter.pb.h"
 #include "BaseTypeFilter.pb.h"
 #include "BenchFilter.pb.h"
+#include "DefectReport.pb.h"
 #include "GeneralInformation.pb.h"
 #include "IdRangeFilter.pb.h"
 #include "ReferenceUnitFilter.pb.h"
@@ -25,6 +26,7 @@
 #include "TypeFilter.pb.h"
 #include "plant/PlantLine.h"
 #include "plant/Sqlite.h"
+#include "plant/TestValues.h"
 
 namespace vrex::stub::plant {
 
@@ -63,5 +65,13 @@ std::vector<TestRow> SelectTests(SqliteDatabase& db, const PlantLine& line,
 /// repeats are left out.
 std::vector<TestRow> TestsById(SqliteDatabase& db, const PlantLine& line,
                                const google::protobuf::RepeatedField<std::int32_t>& ids);
+
+/// The defects of a test, and the exceedances its values show.
+struct TestDefects {
+  dc::DefectReport report;
+  std::vector<Exceedance> exceedances;
+};
+
+TestDefects DefectsOf(SqliteDatabase& db, std::int32_t testId);
 
 }  // namespace vrex::stub::plant
