@@ -213,10 +213,10 @@ TEST_F(PlantQueries, ATestIsTheSameInEveryAnswerAndUnknownLinesAreRefusedByName)
   EXPECT_EQ(only.measurements().at(1001).measurementvalues().keys().begin()->second.instrumentparameter(), "Spectrum");
 
   const CannedAnswer line = Ask(*plant, "GeneralInformationQuery", R"({"Factory": "Plant-North", "Line": "Line-Z"})");
-  EXPECT_EQ(line.status, 404);
+  EXPECT_EQ(line.status, 400);
   EXPECT_THAT(line.body, ::testing::HasSubstr("\"Line-Z\""));
   const CannedAnswer factory = Ask(*plant, "MeasurementQuery", R"({"Factory": "Plant-West", "Line": "Line-A"})");
-  EXPECT_EQ(factory.status, 404);
+  EXPECT_EQ(factory.status, 400);
   EXPECT_THAT(factory.body, ::testing::HasSubstr("\"Plant-West\""));
 }
 

@@ -13,8 +13,8 @@ PlantLine FindLine(SqliteDatabase& db, const std::string& factory, const std::st
   if (!statement.Step()) {
     auto known = db.Prepare("SELECT 1 FROM factory WHERE name = ?1");
     known.BindAll(factory);
-    if (!known.Step()) throw PlantRefusal(404, "no factory \"" + factory + "\" in the plant");
-    throw PlantRefusal(404, "no line \"" + name + "\" in factory \"" + factory + "\"");
+    if (!known.Step()) throw PlantRefusal(400, "no factory \"" + factory + "\" in the plant");
+    throw PlantRefusal(400, "no line \"" + name + "\" in factory \"" + factory + "\"");
   }
   PlantLine line{statement.Int(0), factory, name, static_cast<int>(statement.Int(1)), {}};
   line.shifts = LoadShifts(db, line.id);

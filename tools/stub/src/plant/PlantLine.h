@@ -41,7 +41,7 @@ struct PlantLine {
   std::vector<PlantShift> shifts;  ///< by id
 };
 
-/// The line `name` of `factory`; throws PlantRefusal (404 naming it) when
+/// The line `name` of `factory`; throws PlantRefusal (400 naming it) when
 /// the plant has no such factory or line.
 PlantLine FindLine(SqliteDatabase& db, const std::string& factory, const std::string& name);
 
