@@ -79,11 +79,6 @@ std::int64_t RequireId(SqliteDatabase& db, const char* table, const char* what, 
   return *id;
 }
 
-template <typename Request>
-PlantLine LineOf(SqliteDatabase& db, const Request& request) {
-  return FindLine(db, request.factory(), request.line());
-}
-
 std::string AddShift(SqliteDatabase& db, const dc::AddShiftCommand& command) {
   const PlantLine line = LineOf(db, command);
   if (command.shift().name().empty()) throw PlantRefusal(400, "a shift needs a name");
@@ -244,9 +239,7 @@ void AddCommandHandlers(std::map<std::string, PlantHandler, std::less<>>& handle
   handlers.emplace("ResultDbTruncateCommand", Command<dc::ResultDbTruncateCommand>(TruncateResults));
   handlers.emplace("AddLineCommand", Command<dc::AddLineCommand>(AddLine));
   handlers.emplace("StoreTokenCommand", Command<dc::StoreTokenCommand>(StoreToken));
-  handlers.emplace("LogEntryQuery", [](SqliteDatabase& db, const pb::Message& request) {
-    return MessageAnswer(LogEntries(db, dynamic_cast<const dc::LogEntryQuery&>(request)));
-  });
+  handlers.emplace("LogEntryQuery", Answering<dc::LogEntryQuery>(LogEntries));
 }
 
 }  // namespace vrex::stub::plant

@@ -2,6 +2,7 @@
 // A line of the plant as queries need it, and the answer that refuses a
 // request for a line the plant does not have.
 
+#include <algorithm>
 #include <cstdint>
 #include <stdexcept>
 #include <string>
@@ -44,6 +45,18 @@ struct PlantLine {
 /// The line `name` of `factory`; throws PlantRefusal (400 naming it) when
 /// the plant has no such factory or line.
 PlantLine FindLine(SqliteDatabase& db, const std::string& factory, const std::string& name);
+
+/// The line a request of a line names in its `Factory` and `Line`.
+template <typename Request>
+PlantLine LineOf(SqliteDatabase& db, const Request& request) {
+  return FindLine(db, request.factory(), request.line());
+}
+
+/// Whether a request's `names` ask for `name`: all names when it lists none.
+template <typename Names>
+bool Asked(const Names& names, const std::string& name) {
+  return names.empty() || std::find(names.begin(), names.end(), name) != names.end();
+}
 
 /// The shifts of line `lineId`, by id.
 std::vector<PlantShift> LoadShifts(SqliteDatabase& db, std::int64_t lineId);

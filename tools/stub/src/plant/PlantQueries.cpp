@@ -40,18 +40,6 @@ namespace {
 namespace pb = google::protobuf;
 namespace en = Korvan::KQ::DataContracts::Enumerator;
 
-template <typename Request, typename Function>
-PlantHandler Handle(Function function) {
-  return [function](SqliteDatabase& db, const pb::Message& request) {
-    return MessageAnswer(function(db, dynamic_cast<const Request&>(request)));
-  };
-}
-
-template <typename Request>
-PlantLine LineOf(SqliteDatabase& db, const Request& request) {
-  return FindLine(db, request.factory(), request.line());
-}
-
 dc::VersionDTO Version(SqliteDatabase& db) {
   auto statement = db.Prepare("SELECT value FROM plant_info WHERE key = 'api_version'");
   dc::VersionDTO version;
@@ -164,10 +152,7 @@ dc::ShiftContainer Shifts(SqliteDatabase& db, const dc::GetShiftQuery& query) {
       "SELECT id, start_minute, end_minute, day, weekdays FROM shift_item WHERE shift_id = ?1 ORDER BY id");
   dc::ShiftContainer container;
   for (const PlantShift& shift : line.shifts) {
-    if (!query.names().empty() &&
-        std::find(query.names().begin(), query.names().end(), shift.name) == query.names().end()) {
-      continue;
-    }
+    if (!Asked(query.names(), shift.name)) continue;
     dc::Shift& answer = *container.add_values();
     answer.set_id(static_cast<std::int32_t>(shift.id));
     answer.set_name(shift.name);
@@ -247,10 +232,7 @@ dc::ErrorGroupsContainer ErrorGroups(SqliteDatabase& db, const dc::GetErrorGroup
   dc::ErrorGroupsContainer container;
   while (rows.Step()) {
     const std::string name = rows.Text(1);
-    if (!query.names().empty() &&
-        std::find(query.names().begin(), query.names().end(), name) == query.names().end()) {
-      continue;
-    }
+    if (!Asked(query.names(), name)) continue;
     if (container.values_size() == 0 || container.values().rbegin()->id() != rows.Int(0)) {
       dc::ErrorGroup& group = *container.add_values();
       group.set_id(static_cast<std::int32_t>(rows.Int(0)));
@@ -272,10 +254,7 @@ dc::ReferenceUnitContainer ReferenceUnits(SqliteDatabase& db, const dc::GetRefer
   dc::ReferenceUnitContainer container;
   while (rows.Step()) {
     const std::string name = rows.Text(0);
-    if (!query.names().empty() &&
-        std::find(query.names().begin(), query.names().end(), name) == query.names().end()) {
-      continue;
-    }
+    if (!Asked(query.names(), name)) continue;
     dc::ReferenceUnit& unit = *container.add_values();
     unit.set_name(name);
     unit.set_type(static_cast<en::ReferenceUnitType>(rows.Int(1)));
@@ -285,33 +264,33 @@ dc::ReferenceUnitContainer ReferenceUnits(SqliteDatabase& db, const dc::GetRefer
 
 std::map<std::string, PlantHandler, std::less<>> MakeHandlers() {
   std::map<std::string, PlantHandler, std::less<>> handlers = {
-      {"ApiVersionQuery", Handle<dc::ApiVersionQuery>([](SqliteDatabase& db, const auto&) { return Version(db); })},
+      {"ApiVersionQuery", Answering<dc::ApiVersionQuery>([](SqliteDatabase& db, const auto&) { return Version(db); })},
       {"ResultDbVersionQuery",
-       Handle<dc::ResultDbVersionQuery>([](SqliteDatabase& db, const auto& q) { LineOf(db, q); return Version(db); })},
-      {"SimpleTopologyQuery", Handle<dc::SimpleTopologyQuery>([](SqliteDatabase& db, const auto&) { return Topology(db); })},
-      {"GeneralInformationQuery", Handle<dc::GeneralInformationQuery>([](SqliteDatabase& db, const auto& q) {
+       Answering<dc::ResultDbVersionQuery>([](SqliteDatabase& db, const auto& q) { LineOf(db, q); return Version(db); })},
+      {"SimpleTopologyQuery", Answering<dc::SimpleTopologyQuery>([](SqliteDatabase& db, const auto&) { return Topology(db); })},
+      {"GeneralInformationQuery", Answering<dc::GeneralInformationQuery>([](SqliteDatabase& db, const auto& q) {
          return Headers(SelectTests(db, LineOf(db, q), ReadSelection(q)));
        })},
-      {"GeneralInformationByIdQuery", Handle<dc::GeneralInformationByIdQuery>([](SqliteDatabase& db, const auto& q) {
+      {"GeneralInformationByIdQuery", Answering<dc::GeneralInformationByIdQuery>([](SqliteDatabase& db, const auto& q) {
          return Headers(TestsById(db, LineOf(db, q), q.identifier()));
        })},
-      {"MeasurementQuery", Handle<dc::MeasurementQuery>([](SqliteDatabase& db, const auto& q) {
+      {"MeasurementQuery", Answering<dc::MeasurementQuery>([](SqliteDatabase& db, const auto& q) {
          return Measurements(db, SelectTests(db, LineOf(db, q), ReadSelection(q)), q.has_clavis() ? &q.clavis() : nullptr);
        })},
-      {"MeasurementByIdQuery", Handle<dc::MeasurementByIdQuery>([](SqliteDatabase& db, const auto& q) {
+      {"MeasurementByIdQuery", Answering<dc::MeasurementByIdQuery>([](SqliteDatabase& db, const auto& q) {
          return Measurements(db, TestsById(db, LineOf(db, q), q.identifier()), q.has_clavis() ? &q.clavis() : nullptr);
        })},
-      {"DefectReportQuery", Handle<dc::DefectReportQuery>([](SqliteDatabase& db, const auto& q) {
+      {"DefectReportQuery", Answering<dc::DefectReportQuery>([](SqliteDatabase& db, const auto& q) {
          return Defects(db, SelectTests(db, LineOf(db, q), ReadSelection(q)));
        })},
-      {"DefectReportByIdQuery", Handle<dc::DefectReportByIdQuery>([](SqliteDatabase& db, const auto& q) {
+      {"DefectReportByIdQuery", Answering<dc::DefectReportByIdQuery>([](SqliteDatabase& db, const auto& q) {
          return Defects(db, TestsById(db, LineOf(db, q), q.identifier()));
        })},
-      {"GetShiftQuery", Handle<dc::GetShiftQuery>(Shifts)},
-      {"ResultCountQuery", Handle<dc::ResultCountQuery>(ResultCounts)},
-      {"ResultDbIdNameTablesQuery", Handle<dc::ResultDbIdNameTablesQuery>(NameTables)},
-      {"GetErrorGroupQuery", Handle<dc::GetErrorGroupQuery>(ErrorGroups)},
-      {"GetReferenceUnitQuery", Handle<dc::GetReferenceUnitQuery>(ReferenceUnits)},
+      {"GetShiftQuery", Answering<dc::GetShiftQuery>(Shifts)},
+      {"ResultCountQuery", Answering<dc::ResultCountQuery>(ResultCounts)},
+      {"ResultDbIdNameTablesQuery", Answering<dc::ResultDbIdNameTablesQuery>(NameTables)},
+      {"GetErrorGroupQuery", Answering<dc::GetErrorGroupQuery>(ErrorGroups)},
+      {"GetReferenceUnitQuery", Answering<dc::GetReferenceUnitQuery>(ReferenceUnits)},
   };
   AddCommandHandlers(handlers);
   AddReportHandlers(handlers);

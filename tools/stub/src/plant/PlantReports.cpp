@@ -31,18 +31,6 @@ namespace en = Korvan::KQ::DataContracts::Enumerator;
 
 constexpr int kIdleSpectrumId = 3;
 
-template <typename Request>
-PlantLine LineOf(SqliteDatabase& db, const Request& request) {
-  return FindLine(db, request.factory(), request.line());
-}
-
-template <typename Request, typename Function>
-PlantHandler Report(Function function) {
-  return [function](SqliteDatabase& db, const pb::Message& request) {
-    return MessageAnswer(function(db, dynamic_cast<const Request&>(request)));
-  };
-}
-
 TestRow RequireTest(SqliteDatabase& db, const PlantLine& line, std::int32_t id) {
   pb::RepeatedField<std::int32_t> ids;
   ids.Add(id);
@@ -200,14 +188,6 @@ dc::TopNRejectsContainer TopNRejects(SqliteDatabase& db, const dc::TopNRejectsQu
   return container;
 }
 
-bcl::DateTime DaysSince1970(std::int64_t days) {
-  bcl::DateTime time;
-  time.set_value(days);
-  time.set_scale(bcl::DateTime_TimeSpanScale_DAYS);
-  time.set_kind(bcl::DateTime_DateTimeKind_UTC);
-  return time;
-}
-
 dc::TestHistoryGeneralContainer TestHistory(SqliteDatabase& db, const dc::TestHistoryGeneralQuery& query) {
   const PlantLine line = LineOf(db, query);
   const std::int64_t offset = query.applyshiftoffset() ? std::int64_t{line.utcOffsetMinutes} * 60 : 0;
@@ -226,8 +206,8 @@ dc::TestHistoryGeneralContainer TestHistory(SqliteDatabase& db, const dc::TestHi
       data.set_week(std::atoi(week));
       data.set_day(date.tm_mday);
       const std::int64_t monday = day - (date.tm_wday + 6) % 7;
-      *data.mutable_startofweek() = DaysSince1970(monday);
-      *data.mutable_endofweek() = DaysSince1970(monday + 7);
+      *data.mutable_startofweek() = UtcTime(monday, bcl::DateTime_TimeSpanScale_DAYS);
+      *data.mutable_endofweek() = UtcTime(monday + 7, bcl::DateTime_TimeSpanScale_DAYS);
     }
     data.set_allunits(data.allunits() + 1);
     if (test.header.resultid() == 1) {
@@ -251,11 +231,11 @@ void AddReportHandlers(std::map<std::string, PlantHandler, std::less<>>& handler
   handlers.emplace("WavFileTestBenchQuery", [](SqliteDatabase& db, const pb::Message& request) {
     return SoundByName(db, dynamic_cast<const dc::WavFileTestBenchQuery&>(request));
   });
-  handlers.emplace("WavFileInfoQuery", Report<dc::WavFileInfoQuery>(SoundInfo));
-  handlers.emplace("ArchiveFileInfoQuery", Report<dc::ArchiveFileInfoQuery>(ArchiveInfos));
-  handlers.emplace("RejectsByShiftQuery", Report<dc::RejectsByShiftQuery>(RejectsByShift));
-  handlers.emplace("TopNRejectsQuery", Report<dc::TopNRejectsQuery>(TopNRejects));
-  handlers.emplace("TestHistoryGeneralQuery", Report<dc::TestHistoryGeneralQuery>(TestHistory));
+  handlers.emplace("WavFileInfoQuery", Answering<dc::WavFileInfoQuery>(SoundInfo));
+  handlers.emplace("ArchiveFileInfoQuery", Answering<dc::ArchiveFileInfoQuery>(ArchiveInfos));
+  handlers.emplace("RejectsByShiftQuery", Answering<dc::RejectsByShiftQuery>(RejectsByShift));
+  handlers.emplace("TopNRejectsQuery", Answering<dc::TopNRejectsQuery>(TopNRejects));
+  handlers.emplace("TestHistoryGeneralQuery", Answering<dc::TestHistoryGeneralQuery>(TestHistory));
 }
 
 }  // namespace vrex::stub::plant

@@ -33,13 +33,6 @@ constexpr const char* kHeaderColumns =
     " JOIN bench b ON b.id = t.bench_id JOIN result_kind r ON r.id = t.result_id"
     " JOIN test_kind k ON k.id = t.test_kind_id";
 
-bcl::DateTime Seconds(std::int64_t seconds) {
-  bcl::DateTime time;
-  time.set_value(seconds);
-  time.set_scale(bcl::DateTime_TimeSpanScale_SECONDS);
-  time.set_kind(bcl::DateTime_DateTimeKind_UTC);
-  return time;
-}
 
 std::string FilePath(std::int64_t time, const std::string& bench) {
   const std::time_t seconds = time;
@@ -56,7 +49,7 @@ TestRow ReadRow(const SqliteStatement& row) {
   TestRow test;
   dc::GeneralInformation& header = test.header;
   header.set_pkident(static_cast<std::int32_t>(row.Int(0)));
-  *header.mutable_measurementtime() = Seconds(row.Int(1));
+  *header.mutable_measurementtime() = UtcTime(row.Int(1));
   header.set_serial(row.Text(2));
   header.set_type(row.Text(3));
   header.set_basetype(row.Text(4));
@@ -72,7 +65,7 @@ TestRow ReadRow(const SqliteStatement& row) {
   header.set_relativefilepath(FilePath(row.Int(1), header.bench()));
   (*header.mutable_additionalinfo())["Operator"] = row.Text(14);
   (*header.mutable_additionalinfo())["ProductionOrder"] = row.Text(15);
-  if (!row.IsNull(16)) *header.mutable_timeofnextmeasurement() = Seconds(row.Int(16));
+  if (!row.IsNull(16)) *header.mutable_timeofnextmeasurement() = UtcTime(row.Int(16));
   test.seed = static_cast<std::uint64_t>(row.Int(17));
   return test;
 }
@@ -258,6 +251,14 @@ Conditions WhereOf(const PlantLine& line, const Selection& s) {
 }
 
 }  // namespace
+
+bcl::DateTime UtcTime(std::int64_t count, bcl::DateTime_TimeSpanScale scale) {
+  bcl::DateTime time;
+  time.set_value(count);
+  time.set_scale(scale);
+  time.set_kind(bcl::DateTime_DateTimeKind_UTC);
+  return time;
+}
 
 Selection ReadSelection(const pb::Message& request) {
   Selection s;

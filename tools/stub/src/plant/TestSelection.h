@@ -51,6 +51,9 @@ struct Selection {
 /// The filters of `request`, found by field name.
 Selection ReadSelection(const google::protobuf::Message& request);
 
+/// `count` units of `scale` since 1970, UTC.
+bcl::DateTime UtcTime(std::int64_t count, bcl::DateTime_TimeSpanScale scale = bcl::DateTime_TimeSpanScale_SECONDS);
+
 /// One test as the plant holds it.
 struct TestRow {
   dc::GeneralInformation header;
