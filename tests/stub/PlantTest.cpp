@@ -27,6 +27,9 @@
 #include "ScratchDirectory.h"
 #include "ResultCountContainer.pb.h"
 #include "ShiftContainer.pb.h"
+#include "SimpleTopologyContainer.pb.h"
+#include "IdNameTableStore.pb.h"
+#include "ErrorGroupsContainer.pb.h"
 #include "TopNRejectsContainer.pb.h"
 #include "vrex/MessageJson.h"
 #include "vrex/stub/Plant.h"
@@ -123,8 +126,10 @@ TEST_F(PlantQueries, EveryFilterSelectsWhatAPlainReadingOfTheTestsDoes) {
            h.measurementtime().value() <= t[140].measurementtime().value();
   };
   const std::string time = R"("Time": {"From": {"value": )" + Time(t[100]) + R"(, "scale": "SECONDS"}, "Until": {"value": )" + Time(t[140]) + R"(, "scale": "SECONDS"}})";
+  const std::string halfPast = R"("Time": {"From": {"value": )" + std::to_string(t[100].measurementtime().value() * 1000 + 500) + R"(, "scale": "MILLISECONDS"}})";
   const std::vector<Row> rows = {
       {time, window},
+      {halfPast, [&](const Header& h) { return h.measurementtime().value() > t[100].measurementtime().value(); }},
       {R"("LastN": {"TopN": 5})", [](const Header&) { return true; }, 5},
       {R"("LastN": {"TopN": 5, "TopNFirst": true})", [](const Header&) { return true; }, 5, true},
       {time + R"(, "LastN": {"TopN": 3})", window, 3},
@@ -207,10 +212,31 @@ TEST_F(PlantQueries, ATestIsTheSameInEveryAnswerAndUnknownLinesAreRefusedByName)
     counted[row.category()] = row.count();
   }
   EXPECT_EQ(counted, rejectsByBench);
+  const auto topOne = AskFor<dc::TopNRejectsContainer>(*plant, "TopNRejectsQuery", std::string("{") + kLine + R"(, "GroupBy": "TestBench", "TopNCount": 1})");
+  ASSERT_EQ(topOne.values_size(), 1);
+  EXPECT_EQ(topOne.values(0).count(), std::max_element(rejectsByBench.begin(), rejectsByBench.end(), [](const auto& a, const auto& b) { return a.second < b.second; })->second);
+  const auto level = AskFor<dc::TopNRejectsContainer>(*plant, "TopNRejectsQuery", std::string("{") + kLine + R"(, "ErrorCode": {"Items": [1003]}})");
+  ASSERT_EQ(level.values_size(), 1);
+  EXPECT_EQ(level.values(0).category(), "1003");
 
   const auto only = AskFor<dc::MeasurementContainer>(*plant, "MeasurementByIdQuery", std::string("{") + kLine + R"(, "Identifier": [1001], "Clavis": {"Items": [{"Mode": "Idle"}]}})");
   ASSERT_EQ(only.measurements().at(1001).measurementvalues().values_size(), 1);
   EXPECT_EQ(only.measurements().at(1001).measurementvalues().keys().begin()->second.instrumentparameter(), "Spectrum");
+
+  const auto topology = AskFor<dc::SimpleTopologyContainer>(*plant, "SimpleTopologyQuery", "{}");
+  ASSERT_EQ(topology.values_size(), 3);
+  const dc::Line& chicago = topology.values(1).lines(0);
+  EXPECT_EQ(chicago.timezoneid().windowstimezoneid(), "Central Standard Time");
+  EXPECT_EQ(chicago.timezoneid().utcoffsetinminutes(), -360);
+  EXPECT_EQ(chicago.benchtimezoneid().ianatimezoneid(), "Etc/UTC");
+  const auto names = AskFor<dc::IdNameTableStore>(*plant, "ResultDbIdNameTablesQuery", std::string("{") + kLine + "}");
+  std::set<std::string> locations;
+  for (const auto& table : names.tables()) {
+    for (const auto& item : table.items()) {
+      if (table.name() == "Location") locations.insert(item.name());
+    }
+  }
+  EXPECT_EQ(locations, (std::set<std::string>{"Gearbox", "Housing"}));
 
   const CannedAnswer line = Ask(*plant, "GeneralInformationQuery", R"({"Factory": "Plant-North", "Line": "Line-Z"})");
   EXPECT_EQ(line.status, 400);
@@ -222,9 +248,10 @@ TEST_F(PlantQueries, ATestIsTheSameInEveryAnswerAndUnknownLinesAreRefusedByName)
 
 TEST_F(PlantQueries, CommandsChangeWhatTheNextQuerySeesAndAFailedOneChangesNothing) {
   const auto logged = [&] {
-    return AskFor<dc::LogEntryContainer>(*plant, "LogEntryQuery", "{}").logentries_size();
+    return AskFor<dc::LogEntryContainer>(*plant, "LogEntryQuery", R"({"FromTime": {"value": )" + std::to_string(kNow + 1) + R"(, "scale": "SECONDS"}})").logentries_size();
   };
   const int before = logged();
+  EXPECT_EQ(before, 0) << "the generator's entry is older";
   const std::string weekend = std::string("{") + kLine + R"(, "Shift": {"Name": "Weekend", "Items": [{"Start": 360, "End": 840, "Weekdays": ["Saturday"]}]}})";
   EXPECT_EQ(Ask(*plant, "AddShiftCommand", weekend).status, 200);
   EXPECT_EQ(Ask(*plant, "AddShiftCommand", weekend).status, 409) << "a second shift of the same name";
@@ -232,18 +259,30 @@ TEST_F(PlantQueries, CommandsChangeWhatTheNextQuerySeesAndAFailedOneChangesNothi
   ASSERT_EQ(shifts.values_size(), 1);
   EXPECT_EQ(shifts.values(0).items(0).weekdays(0), Korvan::KQ::DataContracts::Enumerator::Saturday);
   EXPECT_EQ(AskFor<dc::ShiftContainer>(*plant, "GetShiftQuery", std::string("{") + kLine + R"(, "Names": ["Early"]})").values_size(), 1);
-  EXPECT_EQ(Ask(*plant, "UpdateShiftCommand", std::string("{") + kLine + R"(, "Shift": {"Name": "Early", "Items": [{"Start": 0, "End": 1441}]}})").status, 400);
+  EXPECT_EQ(Ask(*plant, "UpdateShiftCommand", std::string("{") + kLine + R"(, "Shift": {"Name": "Early", "Items": [{"Start": -5, "End": 60}]}})").status, 400);
   EXPECT_EQ(AskFor<dc::ShiftContainer>(*plant, "GetShiftQuery", std::string("{") + kLine + R"(, "Names": ["Early"]})").values(0).items(0).end(), 840)
       << "the refused update left the shift whole";
   EXPECT_EQ(logged(), before + 1) << "only the command that succeeded is logged";
 
+  const std::string groups = std::string("{") + kLine + R"(, "Names": ["Noise"]})";
+  const auto noise = AskFor<dc::ErrorGroupsContainer>(*plant, "GetErrorGroupQuery", groups);
+  ASSERT_EQ(noise.values_size(), 1);
+  EXPECT_EQ(noise.values(0).items_size(), 3);
+  EXPECT_EQ(Ask(*plant, "UpdateErrorGroupCommand", std::string("{") + kLine + R"(, "ErrorGroup": {"Name": "Noise", "Items": [{"StartId": 1001, "EndId": 1005}]}})").status, 200);
+  const auto updated = AskFor<dc::ErrorGroupsContainer>(*plant, "GetErrorGroupQuery", groups);
+  ASSERT_EQ(updated.values_size(), 1);
+  ASSERT_EQ(updated.values(0).items_size(), 1);
+  EXPECT_EQ(updated.values(0).items(0).endid(), 1005);
+  EXPECT_EQ(Ask(*plant, "DeleteErrorGroupCommand", std::string("{") + kLine + R"(, "Name": "Noise"})").status, 200);
+  EXPECT_EQ(AskFor<dc::ErrorGroupsContainer>(*plant, "GetErrorGroupQuery", groups).values_size(), 0);
+  EXPECT_EQ(AskFor<dc::ErrorGroupsContainer>(*plant, "GetErrorGroupQuery", std::string("{") + kLine + "}").values(0).name(), "Vibration");
   EXPECT_EQ(Ask(*plant, "AddReferenceUnitCommand", std::string("{") + kLine + R"(, "ReferenceUnit": {"Name": "SN-A-0003150"}})").status, 200);
   EXPECT_THAT(Query(R"("ReferenceUnit": {"SelectionType": "BySerial"})"), ::testing::Contains(::testing::Ge(1001)));
   const auto references = Query(R"("ReferenceUnit": {"SelectionType": "BySerial"}, "SerialNumber": {"Items": ["SN-A-0003150"]})");
   EXPECT_FALSE(references.empty());
   EXPECT_EQ(Ask(*plant, "ResultDbTruncateCommand", std::string("{") + kLine + "}").status, 200);
   EXPECT_TRUE(Query(R"("LastN": {"TopN": 5})").empty());
-  EXPECT_EQ(logged(), before + 3);
+  EXPECT_EQ(logged(), before + 5);
 }
 
 /// The strongest line of `samples` by a DFT of its first `window` samples.
@@ -316,7 +355,15 @@ TEST(PlantGenerator, TheSameSeedGivesTheSameBytesAndARealisticPlant) {
       for (const auto& [key, value] : test.measurementvalues().values()) exceeds = exceeds || plant::ExceedsLimit(value);
       EXPECT_EQ(exceeds, header.resultid() != 1) << "a test fails exactly when a value exceeds its limit: " << id;
       EXPECT_EQ(test.defectreport().defects_size() > 0, header.resultid() != 1) << id;
-      for (const dc::Defect& defect : test.defectreport().defects()) EXPECT_GT(defect.value(), defect.limit());
+      for (const dc::Defect& defect : test.defectreport().defects()) {
+        EXPECT_GT(defect.value(), defect.limit());
+        bool named = false;  // the defect's key is that of a value over its limit
+        for (const auto& [handle, key] : test.measurementvalues().keys()) {
+          named = named || (key.SerializeAsString() == defect.clavis().SerializeAsString() &&
+                            plant::ExceedsLimit(test.measurementvalues().values().at(handle)));
+        }
+        EXPECT_TRUE(named) << id;
+      }
       units.insert(header.serial());
       if (header.ordinal() == 1 && header.resultid() != 1) failedUnits.insert(header.serial());
     }
