@@ -25,6 +25,7 @@
 #include "MeasurementContainer.pb.h"
 #include "RawHttp.h"
 #include "ScratchDirectory.h"
+#include "LineResultCountContainer.pb.h"
 #include "ResultCountContainer.pb.h"
 #include "ShiftContainer.pb.h"
 #include "SimpleTopologyContainer.pb.h"
@@ -206,6 +207,10 @@ TEST_F(PlantQueries, ATestIsTheSameInEveryAnswerAndUnknownLinesAreRefusedByName)
   const auto counts = AskFor<dc::ResultCountContainer>(*plant, "ResultCountQuery", std::string("{") + kLine + "}");
   for (const auto& row : counts.values()) bad += row.badunits();
   EXPECT_EQ(bad, rejects);
+  const auto lines = AskFor<dc::LineResultCountContainer>(*plant, "FactoryResultCountQuery", R"({"Factory": "Plant-North", "Lines": ["Line-A", "Line-B"]})");
+  int badOfLineA = 0;
+  for (const auto& row : lines.values()) badOfLineA += row.line() == "Line-A" ? row.badunits() : 0;
+  EXPECT_EQ(badOfLineA, rejects);
   std::map<std::string, int> counted;
   const auto top = AskFor<dc::TopNRejectsContainer>(*plant, "TopNRejectsQuery", std::string("{") + kLine + R"(, "GroupBy": "TestBench"})");
   for (const auto& row : top.values()) {

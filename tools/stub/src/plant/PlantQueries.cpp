@@ -14,7 +14,17 @@
 #include "GetErrorGroupQuery.pb.h"
 #include "GetReferenceUnitQuery.pb.h"
 #include "GetShiftQuery.pb.h"
+#include "FactoryResultCountQuery.pb.h"
+#include "GetTokensQuery.pb.h"
 #include "IdNameTableStore.pb.h"
+#include "LineResultCountContainer.pb.h"
+#include "LineResultCountQuery.pb.h"
+#include "ProtocolCrossReferenceQuery.pb.h"
+#include "ProtocolCrossReferenceStore.pb.h"
+#include "ResultDbSizeContainer.pb.h"
+#include "ResultDbSizeQuery.pb.h"
+#include "ResultDbSizesQuery.pb.h"
+#include "StoreTokenCommand.pb.h"
 #include "MeasurementByIdQuery.pb.h"
 #include "MeasurementContainer.pb.h"
 #include "MeasurementQuery.pb.h"
@@ -262,6 +272,92 @@ dc::ReferenceUnitContainer ReferenceUnits(SqliteDatabase& db, const dc::GetRefer
   return container;
 }
 
+/// Adds the counts per bench of `line`'s tests that `query` selects to `container`.
+void AddLineCounts(SqliteDatabase& db, const PlantLine& line, const pb::Message& query,
+                   dc::LineResultCountContainer& container) {
+  std::map<std::string, dc::LineResultCountData> benches;
+  for (const TestRow& test : SelectTests(db, line, ReadSelection(query))) {
+    dc::LineResultCountData& data = benches[test.header.bench()];
+    data.set_line(line.name);
+    data.set_benchname(test.header.bench());
+    data.set_allunits(data.allunits() + 1);
+    if (test.header.resultid() == 1) {
+      data.set_goodunits(data.goodunits() + 1);
+    } else {
+      data.set_badunits(data.badunits() + 1);
+    }
+  }
+  auto ids = db.Prepare("SELECT id FROM bench WHERE line_id = ?1 AND name = ?2");
+  for (auto& [name, data] : benches) {
+    ids.BindAll(line.id, name);
+    if (ids.Step()) data.set_benchid(static_cast<std::int32_t>(ids.Int(0)));
+    ids.Reset();
+    *container.add_values() = std::move(data);
+  }
+}
+
+dc::LineResultCountContainer FactoryResultCounts(SqliteDatabase& db, const dc::FactoryResultCountQuery& query) {
+  dc::LineResultCountContainer container;
+  for (const std::string& line : query.lines()) AddLineCounts(db, FindLine(db, query.factory(), line), query, container);
+  return container;
+}
+
+dc::ProtocolCrossReferenceStore CrossReferences(SqliteDatabase& db, const dc::ProtocolCrossReferenceQuery& query) {
+  LineOf(db, query);
+  auto id = db.Prepare("SELECT id FROM name_table WHERE table_name = ?1 AND name = ?2");
+  const auto idOf = [&id](const char* table, const std::string& name) {
+    id.BindAll(std::string(table), name);
+    const auto found = id.Step() ? static_cast<std::int32_t>(id.Int(0)) : 0;
+    id.Reset();
+    return found;
+  };
+  dc::ProtocolCrossReferenceStore store;
+  store.set_factory(query.factory());
+  store.set_line(query.line());
+  for (const QuantityInfo& quantity : PlantQuantities()) {
+    dc::ProtocolCrossReferenceData& entry = *store.add_entries();
+    entry.set_pkident(quantity.id);
+    entry.set_fkinstrument(idOf("Instrument", quantity.instrument));
+    entry.set_fkparameter(idOf("Parameter", quantity.parameter));
+    entry.set_fkmode(idOf("Mode", quantity.mode));
+    entry.set_fklocation(idOf("Location", quantity.location));
+    entry.set_fkinstance(idOf("Instance", quantity.channel));
+  }
+  return store;
+}
+
+/// The share of the plant file that a line's tests take, in megabytes.
+dc::ResultDbSize SizeOf(SqliteDatabase& db, const PlantLine& line) {
+  const double bytes = static_cast<double>(db.QueryInt("PRAGMA page_count").value_or(0) *
+                                           db.QueryInt("PRAGMA page_size").value_or(0));
+  auto share = db.Prepare(
+      "SELECT (SELECT COUNT(*) FROM test WHERE line_id = ?1) * 1.0 / MAX(1, (SELECT COUNT(*) FROM test))");
+  share.BindAll(line.id);
+  share.Step();
+  dc::ResultDbSize size;
+  size.set_servername("vrex-stub");
+  size.set_databasename(line.factory + "/" + line.name);
+  size.set_databasesize(static_cast<float>(bytes * share.Real(0) / 1e6));
+  return size;
+}
+
+dc::ResultDbSizeContainer Sizes(SqliteDatabase& db, const dc::ResultDbSizesQuery& query) {
+  dc::ResultDbSizeContainer container;
+  for (const dc::Factory& factory : query.factories()) {
+    for (const dc::Line& line : factory.lines()) {
+      *container.add_values() = SizeOf(db, FindLine(db, factory.name(), line.name()));
+    }
+  }
+  return container;
+}
+
+dc::StoreTokenCommand Tokens(SqliteDatabase& db) {
+  auto token = db.Prepare("SELECT value FROM token WHERE name = 'licence'");
+  dc::StoreTokenCommand answer;
+  if (token.Step()) answer.set_token(token.Text(0));
+  return answer;
+}
+
 std::map<std::string, PlantHandler, std::less<>> MakeHandlers() {
   std::map<std::string, PlantHandler, std::less<>> handlers = {
       {"ApiVersionQuery", Answering<dc::ApiVersionQuery>([](SqliteDatabase& db, const auto&) { return Version(db); })},
@@ -291,6 +387,20 @@ std::map<std::string, PlantHandler, std::less<>> MakeHandlers() {
       {"ResultDbIdNameTablesQuery", Answering<dc::ResultDbIdNameTablesQuery>(NameTables)},
       {"GetErrorGroupQuery", Answering<dc::GetErrorGroupQuery>(ErrorGroups)},
       {"GetReferenceUnitQuery", Answering<dc::GetReferenceUnitQuery>(ReferenceUnits)},
+      {"LineResultCountQuery", Answering<dc::LineResultCountQuery>([](SqliteDatabase& db, const auto& q) {
+         dc::LineResultCountContainer container;
+         AddLineCounts(db, LineOf(db, q), q, container);
+         return container;
+       })},
+      {"FactoryResultCountQuery", Answering<dc::FactoryResultCountQuery>(FactoryResultCounts)},
+      {"ProtocolCrossReferenceQuery", Answering<dc::ProtocolCrossReferenceQuery>(CrossReferences)},
+      {"ResultDbSizeQuery", Answering<dc::ResultDbSizeQuery>([](SqliteDatabase& db, const auto& q) {
+         dc::ResultDbSizeContainer container;
+         *container.add_values() = SizeOf(db, LineOf(db, q));
+         return container;
+       })},
+      {"ResultDbSizesQuery", Answering<dc::ResultDbSizesQuery>(Sizes)},
+      {"GetTokensQuery", Answering<dc::GetTokensQuery>([](SqliteDatabase& db, const auto&) { return Tokens(db); })},
   };
   AddCommandHandlers(handlers);
   AddReportHandlers(handlers);
