@@ -23,6 +23,7 @@
 #include "GeneralInformationContainer.pb.h"
 #include "LogEntryContainer.pb.h"
 #include "MeasurementContainer.pb.h"
+#include "VectorTrackOfMeasurementsContainer.pb.h"
 #include "RawHttp.h"
 #include "ScratchDirectory.h"
 #include "LineResultCountContainer.pb.h"
@@ -223,6 +224,11 @@ TEST_F(PlantQueries, ATestIsTheSameInEveryAnswerAndUnknownLinesAreRefusedByName)
   const auto level = AskFor<dc::TopNRejectsContainer>(*plant, "TopNRejectsQuery", std::string("{") + kLine + R"(, "ErrorCode": {"Items": [1003]}})");
   ASSERT_EQ(level.values_size(), 1);
   EXPECT_EQ(level.values(0).category(), "1003");
+
+  const auto track = AskFor<dc::VectorTrackOfMeasurementsContainer>(*plant, "VectorTrackOfMeasurementsByIdQuery", std::string("{") + kLine + ", " + ids + R"(, "Clavis": {"Mode": "Idle"}})");
+  ASSERT_EQ(track.vectortrack().values_size(), 2);
+  EXPECT_EQ(track.vectortrack().values(0).z(), failed.pkident());
+  EXPECT_TRUE(MessageDifferencer::Equals(track.measurementinfos().at(failed.pkident()).defectreport(), measurement.defectreport()));
 
   const auto only = AskFor<dc::MeasurementContainer>(*plant, "MeasurementByIdQuery", std::string("{") + kLine + R"(, "Identifier": [1001], "Clavis": {"Items": [{"Mode": "Idle"}]}})");
   ASSERT_EQ(only.measurements().at(1001).measurementvalues().values_size(), 1);

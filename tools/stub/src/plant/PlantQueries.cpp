@@ -27,7 +27,12 @@
 #include "StoreTokenCommand.pb.h"
 #include "MeasurementByIdQuery.pb.h"
 #include "MeasurementContainer.pb.h"
+#include "MeasurementInformationContainer.pb.h"
+#include "MeasurementInformationQuery.pb.h"
 #include "MeasurementQuery.pb.h"
+#include "VectorTrackOfMeasurementsByIdQuery.pb.h"
+#include "VectorTrackOfMeasurementsContainer.pb.h"
+#include "VectorTrackOfMeasurementsQuery.pb.h"
 #include "ReferenceUnitContainer.pb.h"
 #include "ResultCountContainer.pb.h"
 #include "ResultCountQuery.pb.h"
@@ -144,6 +149,49 @@ dc::MeasurementContainer Measurements(SqliteDatabase& db, const std::vector<Test
       (*values.mutable_values())[quantity.id] = QuantityValue(quantity.id, test.seed, defects.exceedances);
     }
     *measurement.mutable_defectreport() = std::move(defects.report);
+  }
+  return container;
+}
+
+dc::MeasurementInformation InformationOf(const TestRow& test, const TestDefects& defects) {
+  dc::MeasurementInformation information;
+  *information.mutable_generalinformation() = test.header;
+  *information.mutable_defectreport() = defects.report;
+  return information;
+}
+
+dc::MeasurementInformationContainer Informations(SqliteDatabase& db, const std::vector<TestRow>& tests) {
+  dc::MeasurementInformationContainer container;
+  for (const TestRow& test : tests) {
+    (*container.mutable_measurements())[test.header.pkident()] = InformationOf(test, DefectsOf(db, test.header.pkident()));
+  }
+  return container;
+}
+
+/// The vector quantity `wanted` names of every test, one element each (Z: the
+/// test's identifier).
+dc::VectorTrackOfMeasurementsContainer VectorsOf(SqliteDatabase& db, const std::vector<TestRow>& tests,
+                                                 const dc::Clavis& wanted) {
+  const auto& quantities = PlantQuantities();
+  const auto quantity = std::find_if(quantities.begin(), quantities.end(), [&](const QuantityInfo& q) {
+    return q.dataType == Korvan::KQ::DataContracts::Enumerator::Vector && Names(wanted, ClavisOf(q));
+  });
+  if (quantity == quantities.end()) throw PlantRefusal(400, "the clavis names no vector quantity");
+  dc::VectorTrackOfMeasurementsContainer container;
+  *container.mutable_clavis() = ClavisOf(*quantity);
+  dc::VectorTrack& track = *container.mutable_vectortrack();
+  for (const TestRow& test : tests) {
+    const TestDefects defects = DefectsOf(db, test.header.pkident());
+    dc::Vector vector = QuantityValue(quantity->id, test.seed, defects.exceedances).vector();
+    if (!track.has_xaxisrange()) {
+      *track.mutable_xunit() = vector.xunit();
+      *track.mutable_yunit() = vector.yunit();
+      *track.mutable_xaxisrange() = vector.xaxisrange();
+    }
+    dc::VectorTrackElement& element = *track.add_values();
+    element.set_z(static_cast<float>(test.header.pkident()));
+    *element.mutable_vectorpoints() = std::move(*vector.mutable_values());
+    (*container.mutable_measurementinfos())[test.header.pkident()] = InformationOf(test, defects);
   }
   return container;
 }
@@ -383,6 +431,15 @@ std::map<std::string, PlantHandler, std::less<>> MakeHandlers() {
          return Defects(db, TestsById(db, LineOf(db, q), q.identifier()));
        })},
       {"GetShiftQuery", Answering<dc::GetShiftQuery>(Shifts)},
+      {"MeasurementInformationQuery", Answering<dc::MeasurementInformationQuery>([](SqliteDatabase& db, const auto& q) {
+         return Informations(db, SelectTests(db, LineOf(db, q), ReadSelection(q)));
+       })},
+      {"VectorTrackOfMeasurementsQuery", Answering<dc::VectorTrackOfMeasurementsQuery>([](SqliteDatabase& db, const auto& q) {
+         return VectorsOf(db, SelectTests(db, LineOf(db, q), ReadSelection(q)), q.clavis());
+       })},
+      {"VectorTrackOfMeasurementsByIdQuery", Answering<dc::VectorTrackOfMeasurementsByIdQuery>([](SqliteDatabase& db, const auto& q) {
+         return VectorsOf(db, TestsById(db, LineOf(db, q), q.identifier()), q.clavis());
+       })},
       {"ResultCountQuery", Answering<dc::ResultCountQuery>(ResultCounts)},
       {"ResultDbIdNameTablesQuery", Answering<dc::ResultDbIdNameTablesQuery>(NameTables)},
       {"GetErrorGroupQuery", Answering<dc::GetErrorGroupQuery>(ErrorGroups)},
