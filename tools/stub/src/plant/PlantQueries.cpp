@@ -204,7 +204,7 @@ dc::DefectReportContainer Defects(SqliteDatabase& db, const std::vector<TestRow>
   return container;
 }
 
-dc::ShiftContainer Shifts(SqliteDatabase& db, const dc::GetShiftQuery& query) {
+dc::ShiftContainer ShiftPlan(SqliteDatabase& db, const dc::GetShiftQuery& query) {
   const PlantLine line = LineOf(db, query);
   auto items = db.Prepare(
       "SELECT id, start_minute, end_minute, day, weekdays FROM shift_item WHERE shift_id = ?1 ORDER BY id");
@@ -430,7 +430,7 @@ std::map<std::string, PlantHandler, std::less<>> MakeHandlers() {
       {"DefectReportByIdQuery", Answering<dc::DefectReportByIdQuery>([](SqliteDatabase& db, const auto& q) {
          return Defects(db, TestsById(db, LineOf(db, q), q.identifier()));
        })},
-      {"GetShiftQuery", Answering<dc::GetShiftQuery>(Shifts)},
+      {"GetShiftQuery", Answering<dc::GetShiftQuery>(ShiftPlan)},
       {"MeasurementInformationQuery", Answering<dc::MeasurementInformationQuery>([](SqliteDatabase& db, const auto& q) {
          return Informations(db, SelectTests(db, LineOf(db, q), ReadSelection(q)));
        })},
