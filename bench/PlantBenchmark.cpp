@@ -20,9 +20,9 @@
 #include "GeneralInformationQuery.pb.h"
 #include "MeasurementContainer.pb.h"
 #include "MeasurementQuery.pb.h"
+#include "VersionDTO.pb.h"
 #include "vrex/Client.h"
 #include "vrex/stub/Plant.h"
-#include "VersionDTO.pb.h"
 #include "vrex/stub/StubServer.h"
 
 namespace {
@@ -57,7 +57,8 @@ PlantUnderTest& ThePlant() {
     made.file = fs::temp_directory_path() / "vrex-plant-bench.sqlite";
     const auto start = std::chrono::steady_clock::now();
     vrex::stub::GeneratePlantFile(made.file, made.tests, 60, 1, made.now);
-    made.generationSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    made.generationSeconds =
+        std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     return made;
   }();
   return plant;
@@ -124,7 +125,8 @@ void LargeMeasurements(benchmark::State& state, vrex::stub::StubServer& server) 
   std::int64_t bytes = 0;
   for (auto _ : state) {
     const auto answer = client->Send(query);
-    if (!answer || answer->measurements_size() != kLargeAnswerTests) state.SkipWithError("call failed");
+    if (!answer || answer->measurements_size() != kLargeAnswerTests)
+      state.SkipWithError("call failed");
     bytes += static_cast<std::int64_t>(answer ? answer->ByteSizeLong() : 0);
   }
   state.SetBytesProcessed(bytes);
@@ -171,7 +173,8 @@ int main(int argc, char** argv) {
   const PlantUnderTest& plant = ThePlant();
   std::cout << "plant: " << plant.file.string() << ", " << fs::file_size(plant.file) / 1'000'000.0
             << " MB";
-  if (plant.tests > 0) std::cout << ", " << plant.tests << " tests generated in " << plant.generationSeconds << " s";
+  if (plant.tests > 0)
+    std::cout << ", " << plant.tests << " tests generated in " << plant.generationSeconds << " s";
   std::cout << "\npeak resident memory of this process: " << usage.ru_maxrss / 1024 << " MiB\n";
   return 0;
 }

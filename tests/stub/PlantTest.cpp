@@ -20,19 +20,19 @@
 
 #include "AddShiftCommand.pb.h"
 #include "DefectReportContainer.pb.h"
+#include "ErrorGroupsContainer.pb.h"
 #include "GeneralInformationContainer.pb.h"
+#include "IdNameTableStore.pb.h"
+#include "LineResultCountContainer.pb.h"
 #include "LogEntryContainer.pb.h"
 #include "MeasurementContainer.pb.h"
-#include "VectorTrackOfMeasurementsContainer.pb.h"
 #include "RawHttp.h"
-#include "ScratchDirectory.h"
-#include "LineResultCountContainer.pb.h"
 #include "ResultCountContainer.pb.h"
+#include "ScratchDirectory.h"
 #include "ShiftContainer.pb.h"
 #include "SimpleTopologyContainer.pb.h"
-#include "IdNameTableStore.pb.h"
-#include "ErrorGroupsContainer.pb.h"
 #include "TopNRejectsContainer.pb.h"
+#include "VectorTrackOfMeasurementsContainer.pb.h"
 #include "vrex/MessageJson.h"
 #include "vrex/stub/Plant.h"
 #include "vrex/stub/StubServer.h"
@@ -88,10 +88,13 @@ class PlantQueries : public ::testing::Test {
 
   void SetUp() override {
     // Each test a copy of its own: commands change it.
-    const auto file = directory_->Path() / (std::string(::testing::UnitTest::GetInstance()->current_test_info()->name()) + ".sqlite");
+    const auto file =
+        directory_->Path() /
+        (std::string(::testing::UnitTest::GetInstance()->current_test_info()->name()) + ".sqlite");
     std::filesystem::copy_file(directory_->Path() / "plant.sqlite", file);
     plant = std::make_unique<Plant>(file);
-    all = AskFor<dc::GeneralInformationContainer>(*plant, "GeneralInformationQuery", std::string("{") + kLine + "}");
+    all = AskFor<dc::GeneralInformationContainer>(*plant, "GeneralInformationQuery",
+                                                  std::string("{") + kLine + "}");
   }
 
   std::vector<int> Query(const std::string& filters) {
@@ -115,7 +118,8 @@ TEST_F(PlantQueries, EveryFilterSelectsWhatAPlainReadingOfTheTestsDoes) {
   const auto& t = all.values();
   std::map<std::string, std::int64_t> firstTime;  // of each unit
   for (const Header& test : t) firstTime.emplace(test.serial(), test.measurementtime().value());
-  const Header& failed = *std::find_if(t.begin(), t.end(), [](const Header& h) { return h.resultid() != 1; });
+  const Header& failed =
+      *std::find_if(t.begin(), t.end(), [](const Header& h) { return h.resultid() != 1; });
 
   struct Row {
     std::string filters;
@@ -127,46 +131,86 @@ TEST_F(PlantQueries, EveryFilterSelectsWhatAPlainReadingOfTheTestsDoes) {
     return h.measurementtime().value() >= t[100].measurementtime().value() &&
            h.measurementtime().value() <= t[140].measurementtime().value();
   };
-  const std::string time = R"("Time": {"From": {"value": )" + Time(t[100]) + R"(, "scale": "SECONDS"}, "Until": {"value": )" + Time(t[140]) + R"(, "scale": "SECONDS"}})";
-  const std::string halfPast = R"("Time": {"From": {"value": )" + std::to_string(t[100].measurementtime().value() * 1000 + 500) + R"(, "scale": "MILLISECONDS"}})";
+  const std::string time = R"("Time": {"From": {"value": )" + Time(t[100]) +
+                           R"(, "scale": "SECONDS"}, "Until": {"value": )" + Time(t[140]) +
+                           R"(, "scale": "SECONDS"}})";
+  const std::string halfPast = R"("Time": {"From": {"value": )" +
+                               std::to_string(t[100].measurementtime().value() * 1000 + 500) +
+                               R"(, "scale": "MILLISECONDS"}})";
   const std::vector<Row> rows = {
       {time, window},
-      {halfPast, [&](const Header& h) { return h.measurementtime().value() > t[100].measurementtime().value(); }},
+      {halfPast,
+       [&](const Header& h) {
+         return h.measurementtime().value() > t[100].measurementtime().value();
+       }},
       {R"("LastN": {"TopN": 5})", [](const Header&) { return true; }, 5},
       {R"("LastN": {"TopN": 5, "TopNFirst": true})", [](const Header&) { return true; }, 5, true},
       {time + R"(, "LastN": {"TopN": 3})", window, 3},
-      {R"("TestRepetition": {"TestRepetition": "FirstTest"})", [](const Header& h) { return h.ordinal() == 1; }},
-      {R"("TestRepetition": {"TestRepetition": "LastTest"})", [](const Header& h) { return h.thislast(); }},
-      {R"("TestRepetition": {"TestRepetition": "CurrentRejects"})", [](const Header& h) { return h.thislast() && h.result() != "OK"; }},
-      {R"("TestRepetition": {"TestRepetition": "DirectTest"})", [](const Header& h) { return h.ordinal() == 1 && h.thislast(); }},
-      {R"("TestRepetition": {"TestRepetition": "NTests", "NrOfRepetitions": 2})", [](const Header& h) { return h.ordinal() <= 2; }},
-      {R"("TestRepetition": {"MinOrdinal": 2, "MaxOrdinal": 3})", [](const Header& h) { return h.ordinal() >= 2 && h.ordinal() <= 3; }},
-      {R"("TestRepetition": {"MaxRepetitions": 0})", [](const Header& h) { return h.ordinal() == 1; }},
-      {R"("TestRepetition": {"MaxMinutes": 20})", [&](const Header& h) { return h.measurementtime().value() - firstTime[h.serial()] <= 1200; }},
-      {R"("BaseType": {"Items": ["GX-300"]})", [](const Header& h) { return h.basetype() == "GX-300"; }},
-      {R"("BaseType": {"Items": ["2"], "UseIds": true, "Exclude": true})", [](const Header& h) { return h.basetype() != "GX-300"; }},
-      {R"("Type": {"Items": ["GX-200-6M", "GX-300-4M"]})", [](const Header& h) { return h.type() == "GX-200-6M" || h.type() == "GX-300-4M"; }},
-      {R"("Type": {"Items": ["1"], "UseIds": true})", [](const Header& h) { return h.type() == "GX-200-4M"; }},
-      {R"("Bench": {"Items": ["Bench-2"]})", [](const Header& h) { return h.bench() == "Bench-2"; }},
-      {R"("Bench": {"Items": ["Bench-2"], "Exclude": true})", [](const Header& h) { return h.bench() != "Bench-2"; }},
-      {R"("Bench": {"Items": ["3", "x"], "UseIds": true})", [](const Header& h) { return h.bench() == "Bench-3"; }},
+      {R"("TestRepetition": {"TestRepetition": "FirstTest"})",
+       [](const Header& h) { return h.ordinal() == 1; }},
+      {R"("TestRepetition": {"TestRepetition": "LastTest"})",
+       [](const Header& h) { return h.thislast(); }},
+      {R"("TestRepetition": {"TestRepetition": "CurrentRejects"})",
+       [](const Header& h) { return h.thislast() && h.result() != "OK"; }},
+      {R"("TestRepetition": {"TestRepetition": "DirectTest"})",
+       [](const Header& h) { return h.ordinal() == 1 && h.thislast(); }},
+      {R"("TestRepetition": {"TestRepetition": "NTests", "NrOfRepetitions": 2})",
+       [](const Header& h) { return h.ordinal() <= 2; }},
+      {R"("TestRepetition": {"MinOrdinal": 2, "MaxOrdinal": 3})",
+       [](const Header& h) { return h.ordinal() >= 2 && h.ordinal() <= 3; }},
+      {R"("TestRepetition": {"MaxRepetitions": 0})",
+       [](const Header& h) { return h.ordinal() == 1; }},
+      {R"("TestRepetition": {"MaxMinutes": 20})",
+       [&](const Header& h) {
+         return h.measurementtime().value() - firstTime[h.serial()] <= 1200;
+       }},
+      {R"("BaseType": {"Items": ["GX-300"]})",
+       [](const Header& h) { return h.basetype() == "GX-300"; }},
+      {R"("BaseType": {"Items": ["2"], "UseIds": true, "Exclude": true})",
+       [](const Header& h) { return h.basetype() != "GX-300"; }},
+      {R"("Type": {"Items": ["GX-200-6M", "GX-300-4M"]})",
+       [](const Header& h) { return h.type() == "GX-200-6M" || h.type() == "GX-300-4M"; }},
+      {R"("Type": {"Items": ["1"], "UseIds": true})",
+       [](const Header& h) { return h.type() == "GX-200-4M"; }},
+      {R"("Bench": {"Items": ["Bench-2"]})",
+       [](const Header& h) { return h.bench() == "Bench-2"; }},
+      {R"("Bench": {"Items": ["Bench-2"], "Exclude": true})",
+       [](const Header& h) { return h.bench() != "Bench-2"; }},
+      {R"("Bench": {"Items": ["3", "x"], "UseIds": true})",
+       [](const Header& h) { return h.bench() == "Bench-3"; }},
       {R"("Bench": {"Items": ["Bench-9"]})", [](const Header&) { return false; }},
-      {R"("SerialNumber": {"Items": [")" + failed.serial() + R"("]})", [&](const Header& h) { return h.serial() == failed.serial(); }},
+      {R"("SerialNumber": {"Items": [")" + failed.serial() + R"("]})",
+       [&](const Header& h) { return h.serial() == failed.serial(); }},
       {R"("SerialNumber": {"Items": ["3150", "3151"], "ParseNumber": true, "ParseStart": 5, "ParseLength": 7})",
-       [](const Header& h) { return h.serial() == "SN-A-0003150" || h.serial() == "SN-A-0003151"; }},
-      {R"("SerialNumber": {"Items": ["SN-A-0003150"], "Exclude": true})", [](const Header& h) { return h.serial() != "SN-A-0003150"; }},
-      {R"("TestKind": {"Items": ["Retest"]})", [](const Header& h) { return h.testkind() == "Retest"; }},
-      {R"("TestKind": {"Items": ["3"], "UseIds": true})", [](const Header& h) { return h.testkind() == "Reference test"; }},
-      {R"("ShiftOffset": {"Items": ["Night"]})", [](const Header& h) { return LocalMinute(h) >= 1320 || LocalMinute(h) < 360; }},
-      {R"("ShiftOffset": {"Items": ["Early"], "Exclude": true})", [](const Header& h) { return LocalMinute(h) < 360 || LocalMinute(h) >= 840; }},
-      {R"("ReferenceUnit": {"SelectionType": "BySerial"})", [](const Header& h) { return h.serial() == "REF-A-01"; }},
-      {R"("ReferenceUnit": {"Exclude": true})", [](const Header& h) { return h.serial() != "REF-A-01"; }},
-      {R"("AddInfo": {"Keys": ["Operator"], "Items": ["K. Yilmaz"]})", [](const Header& h) { return h.additionalinfo().at("Operator") == "K. Yilmaz"; }},
-      {R"("AddInfo": {"Items": ["K. Yilmaz", "M. Weber"], "Exclude": true})", [](const Header& h) {
+       [](const Header& h) {
+         return h.serial() == "SN-A-0003150" || h.serial() == "SN-A-0003151";
+       }},
+      {R"("SerialNumber": {"Items": ["SN-A-0003150"], "Exclude": true})",
+       [](const Header& h) { return h.serial() != "SN-A-0003150"; }},
+      {R"("TestKind": {"Items": ["Retest"]})",
+       [](const Header& h) { return h.testkind() == "Retest"; }},
+      {R"("TestKind": {"Items": ["3"], "UseIds": true})",
+       [](const Header& h) { return h.testkind() == "Reference test"; }},
+      {R"("ShiftOffset": {"Items": ["Night"]})",
+       [](const Header& h) { return LocalMinute(h) >= 1320 || LocalMinute(h) < 360; }},
+      {R"("ShiftOffset": {"Items": ["Early"], "Exclude": true})",
+       [](const Header& h) { return LocalMinute(h) < 360 || LocalMinute(h) >= 840; }},
+      {R"("ReferenceUnit": {"SelectionType": "BySerial"})",
+       [](const Header& h) { return h.serial() == "REF-A-01"; }},
+      {R"("ReferenceUnit": {"Exclude": true})",
+       [](const Header& h) { return h.serial() != "REF-A-01"; }},
+      {R"("AddInfo": {"Keys": ["Operator"], "Items": ["K. Yilmaz"]})",
+       [](const Header& h) { return h.additionalinfo().at("Operator") == "K. Yilmaz"; }},
+      {R"("AddInfo": {"Items": ["K. Yilmaz", "M. Weber"], "Exclude": true})",
+       [](const Header& h) {
          const std::string& who = h.additionalinfo().at("Operator");
-         return who != "K. Yilmaz" && who != "M. Weber"; }},
+         return who != "K. Yilmaz" && who != "M. Weber";
+       }},
       {R"("IdRange": {"Ranges": [{"Min": 1100, "Max": 1200}, {"Min": 1150, "Max": 1160, "Exclude": true}]})",
-       [](const Header& h) { return h.pkident() >= 1100 && h.pkident() <= 1200 && (h.pkident() < 1150 || h.pkident() > 1160); }},
+       [](const Header& h) {
+         return h.pkident() >= 1100 && h.pkident() <= 1200 &&
+                (h.pkident() < 1150 || h.pkident() > 1160);
+       }},
       {R"("Bench": {"Items": ["Bench-1"]}, "TestRepetition": {"TestRepetition": "FirstTest"}, "LastN": {"TopN": 4})",
        [](const Header& h) { return h.bench() == "Bench-1" && h.ordinal() == 1; }, 4},
   };
@@ -184,19 +228,28 @@ TEST_F(PlantQueries, EveryFilterSelectsWhatAPlainReadingOfTheTestsDoes) {
 }
 
 TEST_F(PlantQueries, ATestIsTheSameInEveryAnswerAndUnknownLinesAreRefusedByName) {
-  const Header& failed = *std::find_if(all.values().begin(), all.values().end(), [](const Header& h) { return h.resultid() != 1; });
-  const std::string ids = R"("Identifier": [)" + std::to_string(failed.pkident()) + ", 99999, 1001, " + std::to_string(failed.pkident()) + "]";
-  const auto byId = AskFor<dc::GeneralInformationContainer>(*plant, "GeneralInformationByIdQuery", std::string("{") + kLine + ", " + ids + "}");
+  const Header& failed = *std::find_if(all.values().begin(), all.values().end(),
+                                       [](const Header& h) { return h.resultid() != 1; });
+  const std::string ids = R"("Identifier": [)" + std::to_string(failed.pkident()) +
+                          ", 99999, 1001, " + std::to_string(failed.pkident()) + "]";
+  const auto byId = AskFor<dc::GeneralInformationContainer>(
+      *plant, "GeneralInformationByIdQuery", std::string("{") + kLine + ", " + ids + "}");
   EXPECT_EQ(IdsOf(byId), (std::vector<int>{failed.pkident(), 1001}));
-  const auto measurements = AskFor<dc::MeasurementContainer>(*plant, "MeasurementByIdQuery", std::string("{") + kLine + ", " + ids + "}");
-  const auto defects = AskFor<dc::DefectReportContainer>(*plant, "DefectReportQuery", std::string("{") + kLine + R"(, "IdRange": {"Ranges": [{"Min": )" + std::to_string(failed.pkident()) + R"(, "Max": )" + std::to_string(failed.pkident()) + "}]}}");
+  const auto measurements = AskFor<dc::MeasurementContainer>(
+      *plant, "MeasurementByIdQuery", std::string("{") + kLine + ", " + ids + "}");
+  const auto defects = AskFor<dc::DefectReportContainer>(
+      *plant, "DefectReportQuery",
+      std::string("{") + kLine + R"(, "IdRange": {"Ranges": [{"Min": )" +
+          std::to_string(failed.pkident()) + R"(, "Max": )" + std::to_string(failed.pkident()) +
+          "}]}}");
   ASSERT_EQ(measurements.measurements().count(failed.pkident()), 1U);
   const dc::Measurement& measurement = measurements.measurements().at(failed.pkident());
   using google::protobuf::util::MessageDifferencer;
   EXPECT_TRUE(MessageDifferencer::Equals(measurement.generalinformation(), failed));
   EXPECT_TRUE(MessageDifferencer::Equals(byId.values(0), failed));
   ASSERT_GE(measurement.defectreport().defects_size(), 1);
-  EXPECT_TRUE(MessageDifferencer::Equals(defects.values().at(failed.pkident()), measurement.defectreport()));
+  EXPECT_TRUE(MessageDifferencer::Equals(defects.values().at(failed.pkident()),
+                                         measurement.defectreport()));
   EXPECT_EQ(measurements.measurements().size(), 2U) << "the unknown identifier is left out";
 
   std::map<std::string, int> rejectsByBench;
@@ -205,34 +258,53 @@ TEST_F(PlantQueries, ATestIsTheSameInEveryAnswerAndUnknownLinesAreRefusedByName)
     if (test.resultid() != 1) ++rejects, ++rejectsByBench[test.bench()];
   }
   int bad = 0;
-  const auto counts = AskFor<dc::ResultCountContainer>(*plant, "ResultCountQuery", std::string("{") + kLine + "}");
+  const auto counts =
+      AskFor<dc::ResultCountContainer>(*plant, "ResultCountQuery", std::string("{") + kLine + "}");
   for (const auto& row : counts.values()) bad += row.badunits();
   EXPECT_EQ(bad, rejects);
-  const auto lines = AskFor<dc::LineResultCountContainer>(*plant, "FactoryResultCountQuery", R"({"Factory": "Plant-North", "Lines": ["Line-A", "Line-B"]})");
+  const auto lines = AskFor<dc::LineResultCountContainer>(
+      *plant, "FactoryResultCountQuery",
+      R"({"Factory": "Plant-North", "Lines": ["Line-A", "Line-B"]})");
   int badOfLineA = 0;
   for (const auto& row : lines.values()) badOfLineA += row.line() == "Line-A" ? row.badunits() : 0;
   EXPECT_EQ(badOfLineA, rejects);
   std::map<std::string, int> counted;
-  const auto top = AskFor<dc::TopNRejectsContainer>(*plant, "TopNRejectsQuery", std::string("{") + kLine + R"(, "GroupBy": "TestBench"})");
+  const auto top = AskFor<dc::TopNRejectsContainer>(
+      *plant, "TopNRejectsQuery", std::string("{") + kLine + R"(, "GroupBy": "TestBench"})");
   for (const auto& row : top.values()) {
     counted[row.category()] = row.count();
   }
   EXPECT_EQ(counted, rejectsByBench);
-  const auto topOne = AskFor<dc::TopNRejectsContainer>(*plant, "TopNRejectsQuery", std::string("{") + kLine + R"(, "GroupBy": "TestBench", "TopNCount": 1})");
+  const auto topOne = AskFor<dc::TopNRejectsContainer>(
+      *plant, "TopNRejectsQuery",
+      std::string("{") + kLine + R"(, "GroupBy": "TestBench", "TopNCount": 1})");
   ASSERT_EQ(topOne.values_size(), 1);
-  EXPECT_EQ(topOne.values(0).count(), std::max_element(rejectsByBench.begin(), rejectsByBench.end(), [](const auto& a, const auto& b) { return a.second < b.second; })->second);
-  const auto level = AskFor<dc::TopNRejectsContainer>(*plant, "TopNRejectsQuery", std::string("{") + kLine + R"(, "ErrorCode": {"Items": [1003]}})");
+  EXPECT_EQ(topOne.values(0).count(),
+            std::max_element(rejectsByBench.begin(), rejectsByBench.end(),
+                             [](const auto& a, const auto& b) { return a.second < b.second; })
+                ->second);
+  const auto level = AskFor<dc::TopNRejectsContainer>(
+      *plant, "TopNRejectsQuery",
+      std::string("{") + kLine + R"(, "ErrorCode": {"Items": [1003]}})");
   ASSERT_EQ(level.values_size(), 1);
   EXPECT_EQ(level.values(0).category(), "1003");
 
-  const auto track = AskFor<dc::VectorTrackOfMeasurementsContainer>(*plant, "VectorTrackOfMeasurementsByIdQuery", std::string("{") + kLine + ", " + ids + R"(, "Clavis": {"Mode": "Idle"}})");
+  const auto track = AskFor<dc::VectorTrackOfMeasurementsContainer>(
+      *plant, "VectorTrackOfMeasurementsByIdQuery",
+      std::string("{") + kLine + ", " + ids + R"(, "Clavis": {"Mode": "Idle"}})");
   ASSERT_EQ(track.vectortrack().values_size(), 2);
   EXPECT_EQ(track.vectortrack().values(0).z(), failed.pkident());
-  EXPECT_TRUE(MessageDifferencer::Equals(track.measurementinfos().at(failed.pkident()).defectreport(), measurement.defectreport()));
+  EXPECT_TRUE(MessageDifferencer::Equals(
+      track.measurementinfos().at(failed.pkident()).defectreport(), measurement.defectreport()));
 
-  const auto only = AskFor<dc::MeasurementContainer>(*plant, "MeasurementByIdQuery", std::string("{") + kLine + R"(, "Identifier": [1001], "Clavis": {"Items": [{"Mode": "Idle"}]}})");
+  const auto only = AskFor<dc::MeasurementContainer>(
+      *plant, "MeasurementByIdQuery",
+      std::string("{") + kLine +
+          R"(, "Identifier": [1001], "Clavis": {"Items": [{"Mode": "Idle"}]}})");
   ASSERT_EQ(only.measurements().at(1001).measurementvalues().values_size(), 1);
-  EXPECT_EQ(only.measurements().at(1001).measurementvalues().keys().begin()->second.instrumentparameter(), "Spectrum");
+  EXPECT_EQ(
+      only.measurements().at(1001).measurementvalues().keys().begin()->second.instrumentparameter(),
+      "Spectrum");
 
   const auto topology = AskFor<dc::SimpleTopologyContainer>(*plant, "SimpleTopologyQuery", "{}");
   ASSERT_EQ(topology.values_size(), 3);
@@ -240,7 +312,8 @@ TEST_F(PlantQueries, ATestIsTheSameInEveryAnswerAndUnknownLinesAreRefusedByName)
   EXPECT_EQ(chicago.timezoneid().windowstimezoneid(), "Central Standard Time");
   EXPECT_EQ(chicago.timezoneid().utcoffsetinminutes(), -360);
   EXPECT_EQ(chicago.benchtimezoneid().ianatimezoneid(), "Etc/UTC");
-  const auto names = AskFor<dc::IdNameTableStore>(*plant, "ResultDbIdNameTablesQuery", std::string("{") + kLine + "}");
+  const auto names = AskFor<dc::IdNameTableStore>(*plant, "ResultDbIdNameTablesQuery",
+                                                  std::string("{") + kLine + "}");
   std::set<std::string> locations;
   for (const auto& table : names.tables()) {
     for (const auto& item : table.items()) {
@@ -249,29 +322,50 @@ TEST_F(PlantQueries, ATestIsTheSameInEveryAnswerAndUnknownLinesAreRefusedByName)
   }
   EXPECT_EQ(locations, (std::set<std::string>{"Gearbox", "Housing"}));
 
-  const CannedAnswer line = Ask(*plant, "GeneralInformationQuery", R"({"Factory": "Plant-North", "Line": "Line-Z"})");
+  const CannedAnswer line =
+      Ask(*plant, "GeneralInformationQuery", R"({"Factory": "Plant-North", "Line": "Line-Z"})");
   EXPECT_EQ(line.status, 400);
   EXPECT_THAT(line.body, ::testing::HasSubstr("\"Line-Z\""));
-  const CannedAnswer factory = Ask(*plant, "MeasurementQuery", R"({"Factory": "Plant-West", "Line": "Line-A"})");
+  const CannedAnswer factory =
+      Ask(*plant, "MeasurementQuery", R"({"Factory": "Plant-West", "Line": "Line-A"})");
   EXPECT_EQ(factory.status, 400);
   EXPECT_THAT(factory.body, ::testing::HasSubstr("\"Plant-West\""));
 }
 
 TEST_F(PlantQueries, CommandsChangeWhatTheNextQuerySeesAndAFailedOneChangesNothing) {
   const auto logged = [&] {
-    return AskFor<dc::LogEntryContainer>(*plant, "LogEntryQuery", R"({"FromTime": {"value": )" + std::to_string(kNow + 1) + R"(, "scale": "SECONDS"}})").logentries_size();
+    return AskFor<dc::LogEntryContainer>(*plant, "LogEntryQuery",
+                                         R"({"FromTime": {"value": )" + std::to_string(kNow + 1) +
+                                             R"(, "scale": "SECONDS"}})")
+        .logentries_size();
   };
   const int before = logged();
   EXPECT_EQ(before, 0) << "the generator's entry is older";
-  const std::string weekend = std::string("{") + kLine + R"(, "Shift": {"Name": "Weekend", "Items": [{"Start": 360, "End": 840, "Weekdays": ["Saturday"]}]}})";
+  const std::string weekend =
+      std::string("{") + kLine +
+      R"(, "Shift": {"Name": "Weekend", "Items": [{"Start": 360, "End": 840, "Weekdays": ["Saturday"]}]}})";
   EXPECT_EQ(Ask(*plant, "AddShiftCommand", weekend).status, 200);
-  EXPECT_EQ(Ask(*plant, "AddShiftCommand", weekend).status, 409) << "a second shift of the same name";
-  const auto shifts = AskFor<dc::ShiftContainer>(*plant, "GetShiftQuery", std::string("{") + kLine + R"(, "Names": ["Weekend"]})");
+  EXPECT_EQ(Ask(*plant, "AddShiftCommand", weekend).status, 409)
+      << "a second shift of the same name";
+  const auto shifts = AskFor<dc::ShiftContainer>(
+      *plant, "GetShiftQuery", std::string("{") + kLine + R"(, "Names": ["Weekend"]})");
   ASSERT_EQ(shifts.values_size(), 1);
   EXPECT_EQ(shifts.values(0).items(0).weekdays(0), Korvan::KQ::DataContracts::Enumerator::Saturday);
-  EXPECT_EQ(AskFor<dc::ShiftContainer>(*plant, "GetShiftQuery", std::string("{") + kLine + R"(, "Names": ["Early"]})").values_size(), 1);
-  EXPECT_EQ(Ask(*plant, "UpdateShiftCommand", std::string("{") + kLine + R"(, "Shift": {"Name": "Early", "Items": [{"Start": -5, "End": 60}]}})").status, 400);
-  EXPECT_EQ(AskFor<dc::ShiftContainer>(*plant, "GetShiftQuery", std::string("{") + kLine + R"(, "Names": ["Early"]})").values(0).items(0).end(), 840)
+  EXPECT_EQ(AskFor<dc::ShiftContainer>(*plant, "GetShiftQuery",
+                                       std::string("{") + kLine + R"(, "Names": ["Early"]})")
+                .values_size(),
+            1);
+  EXPECT_EQ(Ask(*plant, "UpdateShiftCommand",
+                std::string("{") + kLine +
+                    R"(, "Shift": {"Name": "Early", "Items": [{"Start": -5, "End": 60}]}})")
+                .status,
+            400);
+  EXPECT_EQ(AskFor<dc::ShiftContainer>(*plant, "GetShiftQuery",
+                                       std::string("{") + kLine + R"(, "Names": ["Early"]})")
+                .values(0)
+                .items(0)
+                .end(),
+            840)
       << "the refused update left the shift whole";
   EXPECT_EQ(logged(), before + 1) << "only the command that succeeded is logged";
 
@@ -279,17 +373,35 @@ TEST_F(PlantQueries, CommandsChangeWhatTheNextQuerySeesAndAFailedOneChangesNothi
   const auto noise = AskFor<dc::ErrorGroupsContainer>(*plant, "GetErrorGroupQuery", groups);
   ASSERT_EQ(noise.values_size(), 1);
   EXPECT_EQ(noise.values(0).items_size(), 3);
-  EXPECT_EQ(Ask(*plant, "UpdateErrorGroupCommand", std::string("{") + kLine + R"(, "ErrorGroup": {"Name": "Noise", "Items": [{"StartId": 1001, "EndId": 1005}]}})").status, 200);
+  EXPECT_EQ(
+      Ask(*plant, "UpdateErrorGroupCommand",
+          std::string("{") + kLine +
+              R"(, "ErrorGroup": {"Name": "Noise", "Items": [{"StartId": 1001, "EndId": 1005}]}})")
+          .status,
+      200);
   const auto updated = AskFor<dc::ErrorGroupsContainer>(*plant, "GetErrorGroupQuery", groups);
   ASSERT_EQ(updated.values_size(), 1);
   ASSERT_EQ(updated.values(0).items_size(), 1);
   EXPECT_EQ(updated.values(0).items(0).endid(), 1005);
-  EXPECT_EQ(Ask(*plant, "DeleteErrorGroupCommand", std::string("{") + kLine + R"(, "Name": "Noise"})").status, 200);
-  EXPECT_EQ(AskFor<dc::ErrorGroupsContainer>(*plant, "GetErrorGroupQuery", groups).values_size(), 0);
-  EXPECT_EQ(AskFor<dc::ErrorGroupsContainer>(*plant, "GetErrorGroupQuery", std::string("{") + kLine + "}").values(0).name(), "Vibration");
-  EXPECT_EQ(Ask(*plant, "AddReferenceUnitCommand", std::string("{") + kLine + R"(, "ReferenceUnit": {"Name": "SN-A-0003150"}})").status, 200);
-  EXPECT_THAT(Query(R"("ReferenceUnit": {"SelectionType": "BySerial"})"), ::testing::Contains(::testing::Ge(1001)));
-  const auto references = Query(R"("ReferenceUnit": {"SelectionType": "BySerial"}, "SerialNumber": {"Items": ["SN-A-0003150"]})");
+  EXPECT_EQ(
+      Ask(*plant, "DeleteErrorGroupCommand", std::string("{") + kLine + R"(, "Name": "Noise"})")
+          .status,
+      200);
+  EXPECT_EQ(AskFor<dc::ErrorGroupsContainer>(*plant, "GetErrorGroupQuery", groups).values_size(),
+            0);
+  EXPECT_EQ(
+      AskFor<dc::ErrorGroupsContainer>(*plant, "GetErrorGroupQuery", std::string("{") + kLine + "}")
+          .values(0)
+          .name(),
+      "Vibration");
+  EXPECT_EQ(Ask(*plant, "AddReferenceUnitCommand",
+                std::string("{") + kLine + R"(, "ReferenceUnit": {"Name": "SN-A-0003150"}})")
+                .status,
+            200);
+  EXPECT_THAT(Query(R"("ReferenceUnit": {"SelectionType": "BySerial"})"),
+              ::testing::Contains(::testing::Ge(1001)));
+  const auto references = Query(
+      R"("ReferenceUnit": {"SelectionType": "BySerial"}, "SerialNumber": {"Items": ["SN-A-0003150"]})");
   EXPECT_FALSE(references.empty());
   EXPECT_EQ(Ask(*plant, "ResultDbTruncateCommand", std::string("{") + kLine + "}").status, 200);
   EXPECT_TRUE(Query(R"("LastN": {"TopN": 5})").empty());
@@ -300,8 +412,9 @@ TEST_F(PlantQueries, CommandsChangeWhatTheNextQuerySeesAndAFailedOneChangesNothi
 int DominantLine(const std::string& samples, int window) {
   std::vector<double> x(static_cast<std::size_t>(window));
   for (int i = 0; i < window; ++i) {
-    x[static_cast<std::size_t>(i)] = static_cast<std::int16_t>(
-        static_cast<std::uint8_t>(samples[2 * i]) | static_cast<std::uint8_t>(samples[2 * i + 1]) << 8);
+    x[static_cast<std::size_t>(i)] =
+        static_cast<std::int16_t>(static_cast<std::uint8_t>(samples[2 * i]) |
+                                  static_cast<std::uint8_t>(samples[2 * i + 1]) << 8);
   }
   int best = 0;
   double strongest = -1;
@@ -320,18 +433,31 @@ int DominantLine(const std::string& samples, int window) {
 }
 
 TEST_F(PlantQueries, ATestsSoundIsAWavFileWhoseStrongestLineIsItsSpectrums) {
-  const CannedAnswer wav = Ask(*plant, "WavFileQuery", std::string("{") + kLine + R"(, "Identifier": 1010})");
+  const CannedAnswer wav =
+      Ask(*plant, "WavFileQuery", std::string("{") + kLine + R"(, "Identifier": 1010})");
   ASSERT_EQ(wav.status, 200) << wav.body;
   ASSERT_GT(wav.body.size(), 44U + 2 * 12800);
   EXPECT_EQ(wav.body.substr(0, 4), "RIFF");
   EXPECT_EQ(wav.body.substr(8, 8), "WAVEfmt ");
   EXPECT_EQ(wav.body.substr(36, 4), "data");
-  const auto spectrum = AskFor<dc::MeasurementContainer>(*plant, "MeasurementByIdQuery", std::string("{") + kLine + R"(, "Identifier": [1010], "Clavis": {"Items": [{"Mode": "Idle"}]}})");
-  const auto& lines = spectrum.measurements().at(1010).measurementvalues().values().begin()->second.vector().values();
-  const auto loudest = std::max_element(lines.begin() + 1, lines.end(), [](const auto& a, const auto& b) { return a.y() < b.y(); });
+  const auto spectrum = AskFor<dc::MeasurementContainer>(
+      *plant, "MeasurementByIdQuery",
+      std::string("{") + kLine +
+          R"(, "Identifier": [1010], "Clavis": {"Items": [{"Mode": "Idle"}]}})");
+  const auto& lines = spectrum.measurements()
+                          .at(1010)
+                          .measurementvalues()
+                          .values()
+                          .begin()
+                          ->second.vector()
+                          .values();
+  const auto loudest = std::max_element(lines.begin() + 1, lines.end(),
+                                        [](const auto& a, const auto& b) { return a.y() < b.y(); });
   // 12 800 samples at 16 kHz: bin k is k * 1.25 Hz, the spectrum's line k.
   EXPECT_EQ(DominantLine(wav.body.substr(44), 12800), loudest - lines.begin());
-  EXPECT_EQ(Ask(*plant, "WavFileQuery", std::string("{") + kLine + R"(, "Identifier": 99999})").status, 404);
+  EXPECT_EQ(
+      Ask(*plant, "WavFileQuery", std::string("{") + kLine + R"(, "Identifier": 99999})").status,
+      404);
 }
 
 TEST_F(PlantQueries, TheGatewayTokenIsRequiredWhenTheStubIsToldSo) {
@@ -355,16 +481,20 @@ TEST(PlantGenerator, TheSameSeedGivesTheSameBytesAndARealisticPlant) {
   const Plant plant(directory.Path() / "a");
   for (const char* line : {"Line-A"}) {
     const auto answer = AskFor<dc::MeasurementContainer>(
-        plant, "MeasurementQuery", std::string(R"({"Factory": "Plant-North", "Line": ")") + line + "\"}");
-    const std::map<int, dc::Measurement> tests(answer.measurements().begin(), answer.measurements().end());
+        plant, "MeasurementQuery",
+        std::string(R"({"Factory": "Plant-North", "Line": ")") + line + "\"}");
+    const std::map<int, dc::Measurement> tests(answer.measurements().begin(),
+                                               answer.measurements().end());
     std::set<std::string> units, failedUnits;
     std::map<std::string, int> ordinals;
     for (const auto& [id, test] : tests) {
       const Header& header = test.generalinformation();
       EXPECT_EQ(header.ordinal(), ++ordinals[header.serial()]) << "retests in order, test " << id;
       bool exceeds = false;
-      for (const auto& [key, value] : test.measurementvalues().values()) exceeds = exceeds || plant::ExceedsLimit(value);
-      EXPECT_EQ(exceeds, header.resultid() != 1) << "a test fails exactly when a value exceeds its limit: " << id;
+      for (const auto& [key, value] : test.measurementvalues().values())
+        exceeds = exceeds || plant::ExceedsLimit(value);
+      EXPECT_EQ(exceeds, header.resultid() != 1)
+          << "a test fails exactly when a value exceeds its limit: " << id;
       EXPECT_EQ(test.defectreport().defects_size() > 0, header.resultid() != 1) << id;
       for (const dc::Defect& defect : test.defectreport().defects()) {
         EXPECT_GT(defect.value(), defect.limit());
@@ -398,10 +528,14 @@ TEST(PlantServer, ACaseGoesBeforeThePlantAndAnEmptyMatchTakesTheRequestSentAsJso
   EXPECT_EQ(Plant(directory.Path() / "plant").Answer("ApiVersionQuery", request)->status, 200);
   server.Start();
   for (const std::string body : {"", "{}"}) {
-    const auto version = vrex::testing::ExchangeRaw(server.Port(), "POST /api/ApiVersionQuery HTTP/1.1\r\nContent-Length: " + std::to_string(body.size()) + "\r\nConnection: close\r\n\r\n" + body);
+    const auto version = vrex::testing::ExchangeRaw(
+        server.Port(), "POST /api/ApiVersionQuery HTTP/1.1\r\nContent-Length: " +
+                           std::to_string(body.size()) + "\r\nConnection: close\r\n\r\n" + body);
     EXPECT_EQ(vrex::testing::StatusOf(version), 503) << "body \"" << body << "\"";
   }
-  const auto topology = vrex::testing::ExchangeRaw(server.Port(), "POST /api/SimpleTopologyQuery HTTP/1.1\r\nContent-Length: 2\r\nConnection: close\r\n\r\n{}");
+  const auto topology = vrex::testing::ExchangeRaw(
+      server.Port(),
+      "POST /api/SimpleTopologyQuery HTTP/1.1\r\nContent-Length: 2\r\nConnection: close\r\n\r\n{}");
   EXPECT_EQ(vrex::testing::StatusOf(topology), 200);
   EXPECT_THAT(vrex::testing::BodyOf(topology), ::testing::HasSubstr("Plant-North"));
 }

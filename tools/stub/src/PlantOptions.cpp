@@ -52,8 +52,9 @@ std::string ReadToken(const std::string& file) {
 }  // namespace
 
 void AddPlantOptions(CLI::App& app, PlantOptions& options) {
-  app.add_option("--plant", options.plantFile,
-                 "Plant database (vrex-stub generate-plant) to answer from, after the cases of --data");
+  app.add_option(
+      "--plant", options.plantFile,
+      "Plant database (vrex-stub generate-plant) to answer from, after the cases of --data");
   app.add_option("--require-token", options.tokenFile,
                  "File holding the gateway token; the plant answers 401 to a request without it")
       ->check(CLI::ExistingFile);
@@ -61,9 +62,11 @@ void AddPlantOptions(CLI::App& app, PlantOptions& options) {
   options.generate->add_option("-o,--output", options.output, "The file to write")->required();
   options.generate->add_option("--tests", options.tests, "Tests of the whole plant (default 4000)")
       ->check(CLI::Range(std::int64_t{1}, std::int64_t{100'000'000}));
-  options.generate->add_option("--days", options.days, "Days the tests span, up to now (default 14)")
+  options.generate
+      ->add_option("--days", options.days, "Days the tests span, up to now (default 14)")
       ->check(CLI::Range(1, 3650));
-  options.generate->add_option("--seed", options.seed, "Seed: the same seed gives the same plant (default 1)");
+  options.generate->add_option("--seed", options.seed,
+                               "Seed: the same seed gives the same plant (default 1)");
   options.generate->add_option("--now", options.now,
                                "Seconds since 1970 taken as the present moment (default: now)");
 }
@@ -80,7 +83,8 @@ int GeneratePlantCommand(const PlantOptions& options) {
   return EXIT_SUCCESS;
 }
 
-std::shared_ptr<const Plant> OpenPlant(const PlantOptions& options, bool useDefault, fs::path& copy) {
+std::shared_ptr<const Plant> OpenPlant(const PlantOptions& options, bool useDefault,
+                                       fs::path& copy) {
   fs::path file = options.plantFile;
   if (file.empty()) {
     if (!useDefault) return nullptr;
@@ -89,7 +93,8 @@ std::shared_ptr<const Plant> OpenPlant(const PlantOptions& options, bool useDefa
     const fs::path cached = directory / "small-plant.sqlite";
     if (!Fresh(cached)) GeneratePlantFile(cached, PlantOptions{}.tests, 14, 1, NowSeconds());
     // Commands change the plant: each stub changes its own copy.
-    copy = file = fs::temp_directory_path() / ("vrex-stub-plant-" + std::to_string(getpid()) + ".sqlite");
+    copy = file =
+        fs::temp_directory_path() / ("vrex-stub-plant-" + std::to_string(getpid()) + ".sqlite");
     fs::copy_file(cached, file, fs::copy_options::overwrite_existing);
   }
   auto plant = std::make_shared<Plant>(file);

@@ -14,6 +14,7 @@
 #include <iostream>
 #include <optional>
 #include <string>
+#include <system_error>
 
 #include "PlantOptions.h"
 #include "Recorder.h"
@@ -123,6 +124,15 @@ void RecordFromLiveServer(vrex::stub::StubServer& server, vrex::stub::Recorder& 
   }
 }
 
+/// The private copy of the default plant, removed however the program ends.
+struct RemovedAtExit {
+  std::filesystem::path path;
+  ~RemovedAtExit() {
+    std::error_code ignored;
+    if (!path.empty()) std::filesystem::remove(path, ignored);
+  }
+};
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -132,11 +142,13 @@ int main(int argc, char** argv) {
     vrex::stub::StubServer server(line.server);
     std::optional<vrex::stub::Recorder> recorder;
     auto answers = vrex::Result<std::size_t>::Success(0);
-    std::filesystem::path plantCopy;
+    RemovedAtExit plantCopy;
     if (line.recordFrom.empty()) {
       if (!line.dataDirectory.empty()) answers = server.LoadAnswers(line.dataDirectory);
-      const bool noData = line.dataDirectory.empty();
-      server.SetPlant(vrex::stub::OpenPlant(line.plant, noData, plantCopy));
+      if (answers) {
+        server.SetPlant(
+            vrex::stub::OpenPlant(line.plant, line.dataDirectory.empty(), plantCopy.path));
+      }
     } else {
       RecordFromLiveServer(server, recorder.emplace(line.recordFrom, line.dataDirectory));
     }
@@ -154,10 +166,13 @@ int main(int argc, char** argv) {
                 << line.dataDirectory << '\n';
     } else {
       if (!line.dataDirectory.empty()) {
-        std::cerr << "vrex-stub: " << answers.Value() << " cases from " << line.dataDirectory << '\n';
+        std::cerr << "vrex-stub: " << answers.Value() << " cases from " << line.dataDirectory
+                  << '\n';
       }
-      if (!plantCopy.empty() || !line.plant.plantFile.empty()) {
-        std::cerr << "vrex-stub: plant " << (plantCopy.empty() ? line.plant.plantFile : plantCopy.string()) << '\n';
+      if (!plantCopy.path.empty() || !line.plant.plantFile.empty()) {
+        std::cerr << "vrex-stub: plant "
+                  << (plantCopy.path.empty() ? line.plant.plantFile : plantCopy.path.string())
+                  << '\n';
       }
     }
 
@@ -165,7 +180,6 @@ int main(int argc, char** argv) {
     sigwait(&stopSignals, &received);
     std::cerr << "vrex-stub: stopping on signal " << received << '\n';
     server.Stop();
-    if (!plantCopy.empty()) std::filesystem::remove(plantCopy);
   } catch (const std::exception& error) {
     std::cerr << "vrex-stub: " << error.what() << '\n';
     return EXIT_FAILURE;

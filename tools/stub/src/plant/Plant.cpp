@@ -1,6 +1,8 @@
 #include "vrex/stub/Plant.h"
 
+#include <mutex>
 #include <stdexcept>
+#include <vector>
 #include <string>
 
 #include "RequestMatch.h"
@@ -13,7 +15,36 @@
 
 namespace vrex::stub {
 
-Plant::Plant(std::filesystem::path file) : file_(std::move(file)) {
+class Plant::Connections {
+ public:
+  explicit Connections(std::filesystem::path file) : file_(std::move(file)) {}
+
+  /// An idle read connection, or a new one.
+  std::unique_ptr<plant::SqliteDatabase> Take() {
+    {
+      const std::lock_guard lock(mutex_);
+      if (!idle_.empty()) {
+        auto connection = std::move(idle_.back());
+        idle_.pop_back();
+        return connection;
+      }
+    }
+    return std::make_unique<plant::SqliteDatabase>(file_, plant::SqliteDatabase::Mode::ReadOnly);
+  }
+  void Give(std::unique_ptr<plant::SqliteDatabase> connection) {
+    const std::lock_guard lock(mutex_);
+    if (idle_.size() < kKept) idle_.push_back(std::move(connection));
+  }
+
+ private:
+  static constexpr std::size_t kKept = 16;
+  std::filesystem::path file_;
+  std::mutex mutex_;
+  std::vector<std::unique_ptr<plant::SqliteDatabase>> idle_;
+};
+
+Plant::Plant(std::filesystem::path file)
+    : file_(std::move(file)), connections_(std::make_shared<Connections>(file_)) {
   try {
     plant::SqliteDatabase db(file_, plant::SqliteDatabase::Mode::ReadOnly);
     auto version = db.Prepare("SELECT value FROM plant_info WHERE key = 'schema_version'");
@@ -25,7 +56,8 @@ Plant::Plant(std::filesystem::path file) : file_(std::move(file)) {
   }
 }
 
-std::optional<CannedAnswer> Plant::Answer(std::string_view requestType, const JournalEntry& request) const {
+std::optional<CannedAnswer> Plant::Answer(std::string_view requestType,
+                                          const JournalEntry& request) const {
   const plant::PlantHandler* handler = plant::FindPlantHandler(requestType);
   if (handler == nullptr) return std::nullopt;
   if (token_) {
@@ -41,9 +73,14 @@ std::optional<CannedAnswer> Plant::Answer(std::string_view requestType, const Jo
   const RequestInfo* info = FindRequest(requestType);
   const bool changes = info != nullptr && info->kind == RequestKind::Command;
   try {
-    plant::SqliteDatabase db(file_, changes ? plant::SqliteDatabase::Mode::ReadWrite
-                                            : plant::SqliteDatabase::Mode::ReadOnly);
-    return (*handler)(db, *message);
+    if (changes) {
+      plant::SqliteDatabase db(file_, plant::SqliteDatabase::Mode::ReadWrite);
+      return (*handler)(db, *message);
+    }
+    auto db = connections_->Take();
+    CannedAnswer answer = (*handler)(*db, *message);
+    connections_->Give(std::move(db));  // only a connection that did not fail
+    return answer;
   } catch (const plant::PlantRefusal& refusal) {
     return TextAnswer(refusal.Status(), refusal.what());
   } catch (const std::exception& error) {

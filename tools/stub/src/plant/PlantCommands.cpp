@@ -56,24 +56,32 @@ std::string Weekdays(const dc::ShiftItem& item) {
 void WriteShiftItems(SqliteDatabase& db, std::int64_t shiftId, const dc::Shift& shift) {
   db.Prepare("DELETE FROM shift_item WHERE shift_id = ?1").BindAll(shiftId).Run();
   auto insert = db.Prepare(
-      "INSERT INTO shift_item (shift_id, start_minute, end_minute, day, weekdays) VALUES (?1, ?2, ?3, ?4, ?5)");
+      "INSERT INTO shift_item (shift_id, start_minute, end_minute, day, weekdays) VALUES (?1, ?2, "
+      "?3, ?4, ?5)");
   for (const dc::ShiftItem& item : shift.items()) {
     if (item.start() < 0 || item.start() > 1440 || item.end() < 0 || item.end() > 1440) {
-      throw PlantRefusal(400, "shift \"" + shift.name() + "\": minutes of the day run from 0 to 1440");
+      throw PlantRefusal(400,
+                         "shift \"" + shift.name() + "\": minutes of the day run from 0 to 1440");
     }
-    insert.BindAll(shiftId, std::int64_t{item.start()}, std::int64_t{item.end()}, std::int64_t{item.day()}, Weekdays(item)).Run();
+    insert
+        .BindAll(shiftId, std::int64_t{item.start()}, std::int64_t{item.end()},
+                 std::int64_t{item.day()}, Weekdays(item))
+        .Run();
     insert.Reset();
   }
 }
 
-std::optional<std::int64_t> IdByName(SqliteDatabase& db, const char* table, std::int64_t lineId, const std::string& name) {
-  auto statement = db.Prepare(std::string("SELECT id FROM ") + table + " WHERE line_id = ?1 AND name = ?2");
+std::optional<std::int64_t> IdByName(SqliteDatabase& db, const char* table, std::int64_t lineId,
+                                     const std::string& name) {
+  auto statement =
+      db.Prepare(std::string("SELECT id FROM ") + table + " WHERE line_id = ?1 AND name = ?2");
   statement.BindAll(lineId, name);
   if (!statement.Step()) return std::nullopt;
   return statement.Int(0);
 }
 
-std::int64_t RequireId(SqliteDatabase& db, const char* table, const char* what, std::int64_t lineId, const std::string& name) {
+std::int64_t RequireId(SqliteDatabase& db, const char* table, const char* what, std::int64_t lineId,
+                       const std::string& name) {
   const auto id = IdByName(db, table, lineId, name);
   if (!id) throw PlantRefusal(404, std::string("no ") + what + " \"" + name + "\"");
   return *id;
@@ -85,20 +93,25 @@ std::string AddShift(SqliteDatabase& db, const dc::AddShiftCommand& command) {
   if (IdByName(db, "shift", line.id, command.shift().name())) {
     throw PlantRefusal(409, "shift \"" + command.shift().name() + "\" exists already");
   }
-  db.Prepare("INSERT INTO shift (line_id, name) VALUES (?1, ?2)").BindAll(line.id, command.shift().name()).Run();
+  db.Prepare("INSERT INTO shift (line_id, name) VALUES (?1, ?2)")
+      .BindAll(line.id, command.shift().name())
+      .Run();
   WriteShiftItems(db, db.LastInsertId(), command.shift());
   return "shift " + command.shift().name() + " added to " + line.name;
 }
 
 std::string UpdateShift(SqliteDatabase& db, const dc::UpdateShiftCommand& command) {
   const PlantLine line = LineOf(db, command);
-  WriteShiftItems(db, RequireId(db, "shift", "shift", line.id, command.shift().name()), command.shift());
+  WriteShiftItems(db, RequireId(db, "shift", "shift", line.id, command.shift().name()),
+                  command.shift());
   return "shift " + command.shift().name() + " of " + line.name + " updated";
 }
 
 std::string DeleteShift(SqliteDatabase& db, const dc::DeleteShiftCommand& command) {
   const PlantLine line = LineOf(db, command);
-  db.Prepare("DELETE FROM shift WHERE id = ?1").BindAll(RequireId(db, "shift", "shift", line.id, command.name())).Run();
+  db.Prepare("DELETE FROM shift WHERE id = ?1")
+      .BindAll(RequireId(db, "shift", "shift", line.id, command.name()))
+      .Run();
   return "shift " + command.name() + " deleted from " + line.name;
 }
 
@@ -107,7 +120,8 @@ void WriteGroupItems(SqliteDatabase& db, std::int64_t groupId, const dc::ErrorGr
   auto insert = db.Prepare("INSERT INTO error_group_item VALUES (?1, ?2, ?3)");
   for (const dc::ErrorGroupItem& item : group.items()) {
     if (item.startid() > item.endid()) {
-      throw PlantRefusal(400, "error group \"" + group.name() + "\": a range ends before it starts");
+      throw PlantRefusal(400,
+                         "error group \"" + group.name() + "\": a range ends before it starts");
     }
     insert.BindAll(groupId, std::int64_t{item.startid()}, std::int64_t{item.endid()}).Run();
     insert.Reset();
@@ -121,7 +135,9 @@ std::string AddErrorGroup(SqliteDatabase& db, const dc::AddErrorGroupCommand& co
   if (IdByName(db, "error_group", line.id, group.name())) {
     throw PlantRefusal(409, "error group \"" + group.name() + "\" exists already");
   }
-  db.Prepare("INSERT INTO error_group (line_id, name) VALUES (?1, ?2)").BindAll(line.id, group.name()).Run();
+  db.Prepare("INSERT INTO error_group (line_id, name) VALUES (?1, ?2)")
+      .BindAll(line.id, group.name())
+      .Run();
   WriteGroupItems(db, db.LastInsertId(), group);
   return "error group " + group.name() + " added to " + line.name;
 }
@@ -153,14 +169,18 @@ std::string AddReferenceUnit(SqliteDatabase& db, const dc::AddReferenceUnitComma
 
 std::string DeleteReferenceUnit(SqliteDatabase& db, const dc::DeleteReferenceUnitCommand& command) {
   const PlantLine line = LineOf(db, command);
-  db.Prepare("DELETE FROM reference_unit WHERE line_id = ?1 AND name = ?2").BindAll(line.id, command.name()).Run();
+  db.Prepare("DELETE FROM reference_unit WHERE line_id = ?1 AND name = ?2")
+      .BindAll(line.id, command.name())
+      .Run();
   if (db.Changes() == 0) throw PlantRefusal(404, "no reference unit \"" + command.name() + "\"");
   return "reference unit " + command.name() + " deleted from " + line.name;
 }
 
 std::string TruncateResults(SqliteDatabase& db, const dc::ResultDbTruncateCommand& command) {
   const PlantLine line = LineOf(db, command);
-  db.Prepare("DELETE FROM defect WHERE test_id IN (SELECT id FROM test WHERE line_id = ?1)").BindAll(line.id).Run();
+  db.Prepare("DELETE FROM defect WHERE test_id IN (SELECT id FROM test WHERE line_id = ?1)")
+      .BindAll(line.id)
+      .Run();
   db.Prepare("DELETE FROM test WHERE line_id = ?1").BindAll(line.id).Run();
   return "results of " + line.name + " truncated";
 }
@@ -170,15 +190,19 @@ std::string AddLine(SqliteDatabase& db, const dc::AddLineCommand& command) {
     throw PlantRefusal(400, "a line needs a factory and a name");
   }
   db.Prepare("INSERT OR IGNORE INTO factory (name) VALUES (?1)").BindAll(command.factory()).Run();
-  auto exists = db.Prepare("SELECT 1 FROM line l JOIN factory f ON f.id = l.factory_id WHERE f.name = ?1 AND l.name = ?2");
+  auto exists = db.Prepare(
+      "SELECT 1 FROM line l JOIN factory f ON f.id = l.factory_id WHERE f.name = ?1 AND l.name = "
+      "?2");
   exists.BindAll(command.factory(), command.line());
   if (exists.Step()) throw PlantRefusal(409, "line \"" + command.line() + "\" exists already");
   const std::string zone = command.has_ianatimezoneid() ? command.ianatimezoneid() : "Etc/UTC";
   // The offset of a zone the plant does not know is taken as 0.
   db.Prepare(
-        "INSERT INTO line (factory_id, name, iana_zone, windows_zone, utc_offset_minutes, daylight_saving,"
+        "INSERT INTO line (factory_id, name, iana_zone, windows_zone, utc_offset_minutes, "
+        "daylight_saving,"
         " bench_iana_zone, bench_windows_zone, bench_utc_offset_minutes, bench_daylight_saving)"
-        " SELECT (SELECT id FROM factory WHERE name = ?1), ?2, ?3, '', COALESCE((SELECT utc_offset_minutes"
+        " SELECT (SELECT id FROM factory WHERE name = ?1), ?2, ?3, '', COALESCE((SELECT "
+        "utc_offset_minutes"
         " FROM line WHERE iana_zone = ?3 LIMIT 1), 0), 0, ?3, '', 0, 0")
       .BindAll(command.factory(), command.line(), zone)
       .Run();
@@ -232,11 +256,16 @@ void AddCommandHandlers(std::map<std::string, PlantHandler, std::less<>>& handle
   handlers.emplace("UpdateShiftCommand", Command<dc::UpdateShiftCommand>(UpdateShift));
   handlers.emplace("DeleteShiftCommand", Command<dc::DeleteShiftCommand>(DeleteShift));
   handlers.emplace("AddErrorGroupCommand", Command<dc::AddErrorGroupCommand>(AddErrorGroup));
-  handlers.emplace("UpdateErrorGroupCommand", Command<dc::UpdateErrorGroupCommand>(UpdateErrorGroup));
-  handlers.emplace("DeleteErrorGroupCommand", Command<dc::DeleteErrorGroupCommand>(DeleteErrorGroup));
-  handlers.emplace("AddReferenceUnitCommand", Command<dc::AddReferenceUnitCommand>(AddReferenceUnit));
-  handlers.emplace("DeleteReferenceUnitCommand", Command<dc::DeleteReferenceUnitCommand>(DeleteReferenceUnit));
-  handlers.emplace("ResultDbTruncateCommand", Command<dc::ResultDbTruncateCommand>(TruncateResults));
+  handlers.emplace("UpdateErrorGroupCommand",
+                   Command<dc::UpdateErrorGroupCommand>(UpdateErrorGroup));
+  handlers.emplace("DeleteErrorGroupCommand",
+                   Command<dc::DeleteErrorGroupCommand>(DeleteErrorGroup));
+  handlers.emplace("AddReferenceUnitCommand",
+                   Command<dc::AddReferenceUnitCommand>(AddReferenceUnit));
+  handlers.emplace("DeleteReferenceUnitCommand",
+                   Command<dc::DeleteReferenceUnitCommand>(DeleteReferenceUnit));
+  handlers.emplace("ResultDbTruncateCommand",
+                   Command<dc::ResultDbTruncateCommand>(TruncateResults));
   handlers.emplace("AddLineCommand", Command<dc::AddLineCommand>(AddLine));
   handlers.emplace("StoreTokenCommand", Command<dc::StoreTokenCommand>(StoreToken));
   handlers.emplace("LogEntryQuery", Answering<dc::LogEntryQuery>(LogEntries));

@@ -90,12 +90,14 @@ void WriteStaticTables(SqliteDatabase& db, const GeneratorOptions& options) {
       " (3, 'GX-300-4M', 2), (4, 'GX-300-6M', 2);"
       "INSERT INTO test_kind VALUES (1, 'End-of-line test'), (2, 'Retest'), (3, 'Reference test');"
       "INSERT INTO result_kind VALUES (1, 'OK'), (2, 'NOK');");
-  auto quantity = db.Prepare("INSERT INTO quantity VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9, ?10, ?11)");
+  auto quantity =
+      db.Prepare("INSERT INTO quantity VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9, ?10, ?11)");
   std::map<std::string, std::set<std::string>> names;
   for (const QuantityInfo& q : PlantQuantities()) {
-    quantity.BindAll(std::int64_t{q.id}, q.mode, q.instrument, q.channel, q.location, q.parameter,
-                     q.sensor, std::int64_t{q.dataType}, std::int64_t{q.errorCode}, q.errorText,
-                     q.limitDescription)
+    quantity
+        .BindAll(std::int64_t{q.id}, q.mode, q.instrument, q.channel, q.location, q.parameter,
+                 q.sensor, std::int64_t{q.dataType}, std::int64_t{q.errorCode}, q.errorText,
+                 q.limitDescription)
         .Run();
     quantity.Reset();
     names["Mode"].insert(q.mode);
@@ -118,14 +120,20 @@ void WriteStaticTables(SqliteDatabase& db, const GeneratorOptions& options) {
 /// returns the bench ids.
 std::vector<std::int64_t> WriteLine(SqliteDatabase& db, std::int64_t lineId,
                                     const LineDefinition& line) {
-  db.Prepare("INSERT OR IGNORE INTO factory (name) VALUES (?1)").BindAll(std::string(line.factory)).Run();
+  db.Prepare("INSERT OR IGNORE INTO factory (name) VALUES (?1)")
+      .BindAll(std::string(line.factory))
+      .Run();
   auto insert = db.Prepare(
       "INSERT INTO line VALUES (?1, (SELECT id FROM factory WHERE name = ?2), ?3, ?4, ?5, ?6, ?7,"
       " ?8, ?9, ?10, ?11)");
-  insert.Bind(1, lineId).Bind(2, std::string_view(line.factory)).Bind(3, std::string_view(line.name));
+  insert.Bind(1, lineId)
+      .Bind(2, std::string_view(line.factory))
+      .Bind(3, std::string_view(line.name));
   insert.Bind(4, std::string_view(line.zone.iana)).Bind(5, std::string_view(line.zone.windows));
-  insert.Bind(6, std::int64_t{line.zone.offsetMinutes}).Bind(7, std::int64_t{line.zone.daylightSaving});
-  insert.Bind(8, std::string_view(line.benchZone.iana)).Bind(9, std::string_view(line.benchZone.windows));
+  insert.Bind(6, std::int64_t{line.zone.offsetMinutes})
+      .Bind(7, std::int64_t{line.zone.daylightSaving});
+  insert.Bind(8, std::string_view(line.benchZone.iana))
+      .Bind(9, std::string_view(line.benchZone.windows));
   insert.Bind(10, std::int64_t{line.benchZone.offsetMinutes});
   insert.Bind(11, std::int64_t{line.benchZone.daylightSaving});
   insert.Run();
@@ -199,11 +207,12 @@ const char* OperatorAt(std::int64_t time, int offsetMinutes, PlantRandom& random
 
 /// The tests of one line, oldest first, with identifiers from `firstId` on.
 std::vector<Test> PlanTests(const LineDefinition& line, const std::vector<std::int64_t>& benches,
-                            std::int64_t count, std::int64_t firstId, const GeneratorOptions& options,
-                            PlantRandom& random) {
+                            std::int64_t count, std::int64_t firstId,
+                            const GeneratorOptions& options, PlantRandom& random) {
   const double failureRate = random.Between(0.04, 0.06);
   const std::int64_t span = std::int64_t{options.days} * 86400;
-  const double interval = static_cast<double>(span) / static_cast<double>(std::max<std::int64_t>(count, 1));
+  const double interval =
+      static_cast<double>(span) / static_cast<double>(std::max<std::int64_t>(count, 1));
   const std::int64_t start = options.now - span;
   const std::string letter = std::string(line.name).substr(5);
   std::vector<Unit> units{{"REF-" + letter + "-01", line.types.front()}};
@@ -213,7 +222,8 @@ std::vector<Test> PlanTests(const LineDefinition& line, const std::vector<std::i
   std::int64_t type = line.types.front();
   std::string order;
   for (std::int64_t i = 0; i < count; ++i) {
-    std::int64_t time = start + static_cast<std::int64_t>((static_cast<double>(i) + random.Between(0.1, 0.9)) * interval);
+    std::int64_t time = start + static_cast<std::int64_t>(
+                                    (static_cast<double>(i) + random.Between(0.1, 0.9)) * interval);
     time = std::min(std::max(time, previous + 1), options.now);
     previous = time;
     std::size_t unitIndex;
@@ -238,9 +248,20 @@ std::vector<Test> PlanTests(const LineDefinition& line, const std::vector<std::i
     Unit& unit = units[unitIndex];
     if (unit.tests == 0) unit.firstTime = time;
     ++unit.tests;
-    Test test{firstId + i, time, unit.type, random.Pick(benches), kOk, kind, unit.tests,
-              unit.firstTime, unit.serial, OperatorAt(time, line.zone.offsetMinutes, random),
-              order.empty() ? "PO-" + letter + "80000" : order, random.Next() >> 1, unitIndex, {}};
+    Test test{firstId + i,
+              time,
+              unit.type,
+              random.Pick(benches),
+              kOk,
+              kind,
+              unit.tests,
+              unit.firstTime,
+              unit.serial,
+              OperatorAt(time, line.zone.offsetMinutes, random),
+              order.empty() ? "PO-" + letter + "80000" : order,
+              random.Next() >> 1,
+              unitIndex,
+              {}};
     const bool regular = kind != kReferenceTest;
     const double failing = kind == kRetest ? 0.3 : failureRate;
     if (regular && unit.tests <= 3 && random.Chance(failing)) {
@@ -248,10 +269,12 @@ std::vector<Test> PlanTests(const LineDefinition& line, const std::vector<std::i
       test.exceedances.push_back(ChooseExceedance(test.seed, random.Next()));
       if (random.Chance(0.2)) {
         const Exceedance second = ChooseExceedance(test.seed, random.Next());
-        if (second.quantityId != test.exceedances.front().quantityId) test.exceedances.push_back(second);
+        if (second.quantityId != test.exceedances.front().quantityId)
+          test.exceedances.push_back(second);
       }
       if (unit.tests < 3) {
-        retests.push_back({unitIndex, time + static_cast<std::int64_t>(random.Between(5, 40) * 60)});
+        retests.push_back(
+            {unitIndex, time + static_cast<std::int64_t>(random.Between(5, 40) * 60)});
       }
     }
     tests.push_back(std::move(test));
@@ -260,9 +283,9 @@ std::vector<Test> PlanTests(const LineDefinition& line, const std::vector<std::i
 }
 
 void WriteTests(SqliteDatabase& db, std::int64_t lineId, const std::vector<Test>& tests) {
-  std::map<std::size_t, std::int64_t> lastOfUnit;      // unit -> id of its newest test
-  std::map<std::int64_t, std::int64_t> nextOnBench;    // test id -> time of the bench's next test
-  std::map<std::int64_t, const Test*> previousOnBench; // bench -> its newest test so far
+  std::map<std::size_t, std::int64_t> lastOfUnit;       // unit -> id of its newest test
+  std::map<std::int64_t, std::int64_t> nextOnBench;     // test id -> time of the bench's next test
+  std::map<std::int64_t, const Test*> previousOnBench;  // bench -> its newest test so far
   std::map<std::pair<std::int64_t, std::int64_t>, std::int64_t> testsOfBenchDay;
   for (const Test& test : tests) {
     lastOfUnit[test.unit] = test.id;
@@ -272,7 +295,8 @@ void WriteTests(SqliteDatabase& db, std::int64_t lineId, const std::vector<Test>
     previousOnBench[test.bench] = &test;
   }
   auto insert = db.Prepare(
-      "INSERT INTO test VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, 3, ?9, ?10, ?11, ?12, ?13, ?14, ?15, ?16)");
+      "INSERT INTO test VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, 3, ?9, ?10, ?11, ?12, ?13, ?14, "
+      "?15, ?16)");
   auto defect = db.Prepare(
       "INSERT INTO defect SELECT ?1, ?2, q.id, q.error_code, q.error_text, 2, ?3, ?4, ?5"
       " FROM quantity q WHERE q.id = ?6");
@@ -293,8 +317,9 @@ void WriteTests(SqliteDatabase& db, std::int64_t lineId, const std::vector<Test>
     insert.Reset();
     std::int64_t nr = 0;
     for (const Exceedance& exceedance : test.exceedances) {
-      defect.BindAll(test.id, ++nr, double{exceedance.value}, double{exceedance.limit},
-                     double{exceedance.position}, std::int64_t{exceedance.quantityId})
+      defect
+          .BindAll(test.id, ++nr, double{exceedance.value}, double{exceedance.limit},
+                   double{exceedance.position}, std::int64_t{exceedance.quantityId})
           .Run();
       defect.Reset();
     }
@@ -320,7 +345,8 @@ void GeneratePlant(const fs::path& file, const GeneratorOptions& options) {
     for (std::size_t l = 0; l < lines.size(); ++l) {
       const auto lineId = static_cast<std::int64_t>(l + 1);
       const auto benches = WriteLine(db, lineId, lines[l]);
-      const std::int64_t count = perLine + (l < static_cast<std::size_t>(options.tests) % lines.size() ? 1 : 0);
+      const std::int64_t count =
+          perLine + (l < static_cast<std::size_t>(options.tests) % lines.size() ? 1 : 0);
       WriteTests(db, lineId, PlanTests(lines[l], benches, count, nextId, options, random));
       nextId += count;
     }

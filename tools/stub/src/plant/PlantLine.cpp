@@ -49,7 +49,8 @@ bool Holds(const ShiftSpan& span, int minute, int weekday) {
       std::find(span.weekdays.begin(), span.weekdays.end(), weekday) == span.weekdays.end()) {
     return false;
   }
-  if (span.startMinute < span.endMinute) return minute >= span.startMinute && minute < span.endMinute;
+  if (span.startMinute < span.endMinute)
+    return minute >= span.startMinute && minute < span.endMinute;
   return minute >= span.startMinute || minute < span.endMinute;
 }
 

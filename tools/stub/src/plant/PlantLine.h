@@ -24,7 +24,7 @@ class PlantRefusal : public std::runtime_error {
 
 struct ShiftSpan {
   int startMinute;
-  int endMinute;  ///< at or before the start: the span runs past midnight
+  int endMinute;              ///< at or before the start: the span runs past midnight
   std::vector<int> weekdays;  ///< 1 Monday .. 7 Sunday; empty: every day
 };
 

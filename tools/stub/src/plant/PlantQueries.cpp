@@ -8,39 +8,39 @@
 #include "DefectReportContainer.pb.h"
 #include "DefectReportQuery.pb.h"
 #include "ErrorGroupsContainer.pb.h"
+#include "FactoryResultCountQuery.pb.h"
 #include "GeneralInformationByIdQuery.pb.h"
 #include "GeneralInformationContainer.pb.h"
 #include "GeneralInformationQuery.pb.h"
 #include "GetErrorGroupQuery.pb.h"
 #include "GetReferenceUnitQuery.pb.h"
 #include "GetShiftQuery.pb.h"
-#include "FactoryResultCountQuery.pb.h"
 #include "GetTokensQuery.pb.h"
 #include "IdNameTableStore.pb.h"
 #include "LineResultCountContainer.pb.h"
 #include "LineResultCountQuery.pb.h"
-#include "ProtocolCrossReferenceQuery.pb.h"
-#include "ProtocolCrossReferenceStore.pb.h"
-#include "ResultDbSizeContainer.pb.h"
-#include "ResultDbSizeQuery.pb.h"
-#include "ResultDbSizesQuery.pb.h"
-#include "StoreTokenCommand.pb.h"
 #include "MeasurementByIdQuery.pb.h"
 #include "MeasurementContainer.pb.h"
 #include "MeasurementInformationContainer.pb.h"
 #include "MeasurementInformationQuery.pb.h"
 #include "MeasurementQuery.pb.h"
-#include "VectorTrackOfMeasurementsByIdQuery.pb.h"
-#include "VectorTrackOfMeasurementsContainer.pb.h"
-#include "VectorTrackOfMeasurementsQuery.pb.h"
+#include "ProtocolCrossReferenceQuery.pb.h"
+#include "ProtocolCrossReferenceStore.pb.h"
 #include "ReferenceUnitContainer.pb.h"
 #include "ResultCountContainer.pb.h"
 #include "ResultCountQuery.pb.h"
 #include "ResultDbIdNameTablesQuery.pb.h"
+#include "ResultDbSizeContainer.pb.h"
+#include "ResultDbSizeQuery.pb.h"
+#include "ResultDbSizesQuery.pb.h"
 #include "ResultDbVersionQuery.pb.h"
 #include "ShiftContainer.pb.h"
 #include "SimpleTopologyContainer.pb.h"
 #include "SimpleTopologyQuery.pb.h"
+#include "StoreTokenCommand.pb.h"
+#include "VectorTrackOfMeasurementsByIdQuery.pb.h"
+#include "VectorTrackOfMeasurementsContainer.pb.h"
+#include "VectorTrackOfMeasurementsQuery.pb.h"
 #include "VersionDTO.pb.h"
 #include "plant/PlantCommands.h"
 #include "plant/PlantLine.h"
@@ -146,7 +146,8 @@ dc::MeasurementContainer Measurements(SqliteDatabase& db, const std::vector<Test
       const dc::Clavis key = ClavisOf(quantity);
       if (!Wanted(key, filter)) continue;
       (*values.mutable_keys())[quantity.id] = key;
-      (*values.mutable_values())[quantity.id] = QuantityValue(quantity.id, test.seed, defects.exceedances);
+      (*values.mutable_values())[quantity.id] =
+          QuantityValue(quantity.id, test.seed, defects.exceedances);
     }
     *measurement.mutable_defectreport() = std::move(defects.report);
   }
@@ -160,22 +161,27 @@ dc::MeasurementInformation InformationOf(const TestRow& test, const TestDefects&
   return information;
 }
 
-dc::MeasurementInformationContainer Informations(SqliteDatabase& db, const std::vector<TestRow>& tests) {
+dc::MeasurementInformationContainer Informations(SqliteDatabase& db,
+                                                 const std::vector<TestRow>& tests) {
   dc::MeasurementInformationContainer container;
   for (const TestRow& test : tests) {
-    (*container.mutable_measurements())[test.header.pkident()] = InformationOf(test, DefectsOf(db, test.header.pkident()));
+    (*container.mutable_measurements())[test.header.pkident()] =
+        InformationOf(test, DefectsOf(db, test.header.pkident()));
   }
   return container;
 }
 
 /// The vector quantity `wanted` names of every test, one element each (Z: the
 /// test's identifier).
-dc::VectorTrackOfMeasurementsContainer VectorsOf(SqliteDatabase& db, const std::vector<TestRow>& tests,
+dc::VectorTrackOfMeasurementsContainer VectorsOf(SqliteDatabase& db,
+                                                 const std::vector<TestRow>& tests,
                                                  const dc::Clavis& wanted) {
   const auto& quantities = PlantQuantities();
-  const auto quantity = std::find_if(quantities.begin(), quantities.end(), [&](const QuantityInfo& q) {
-    return q.dataType == Korvan::KQ::DataContracts::Enumerator::Vector && Names(wanted, ClavisOf(q));
-  });
+  const auto quantity =
+      std::find_if(quantities.begin(), quantities.end(), [&](const QuantityInfo& q) {
+        return q.dataType == Korvan::KQ::DataContracts::Enumerator::Vector &&
+               Names(wanted, ClavisOf(q));
+      });
   if (quantity == quantities.end()) throw PlantRefusal(400, "the clavis names no vector quantity");
   dc::VectorTrackOfMeasurementsContainer container;
   *container.mutable_clavis() = ClavisOf(*quantity);
@@ -199,7 +205,8 @@ dc::VectorTrackOfMeasurementsContainer VectorsOf(SqliteDatabase& db, const std::
 dc::DefectReportContainer Defects(SqliteDatabase& db, const std::vector<TestRow>& tests) {
   dc::DefectReportContainer container;
   for (const TestRow& test : tests) {
-    (*container.mutable_values())[test.header.pkident()] = DefectsOf(db, test.header.pkident()).report;
+    (*container.mutable_values())[test.header.pkident()] =
+        DefectsOf(db, test.header.pkident()).report;
   }
   return container;
 }
@@ -207,7 +214,8 @@ dc::DefectReportContainer Defects(SqliteDatabase& db, const std::vector<TestRow>
 dc::ShiftContainer ShiftPlan(SqliteDatabase& db, const dc::GetShiftQuery& query) {
   const PlantLine line = LineOf(db, query);
   auto items = db.Prepare(
-      "SELECT id, start_minute, end_minute, day, weekdays FROM shift_item WHERE shift_id = ?1 ORDER BY id");
+      "SELECT id, start_minute, end_minute, day, weekdays FROM shift_item WHERE shift_id = ?1 "
+      "ORDER BY id");
   dc::ShiftContainer container;
   for (const PlantShift& shift : line.shifts) {
     if (!Asked(query.names(), shift.name)) continue;
@@ -285,7 +293,8 @@ dc::ErrorGroupsContainer ErrorGroups(SqliteDatabase& db, const dc::GetErrorGroup
   const PlantLine line = LineOf(db, query);
   auto rows = db.Prepare(
       "SELECT g.id, g.name, i.rowid, i.code_from, i.code_to FROM error_group g"
-      " LEFT JOIN error_group_item i ON i.error_group_id = g.id WHERE g.line_id = ?1 ORDER BY g.id, i.rowid");
+      " LEFT JOIN error_group_item i ON i.error_group_id = g.id WHERE g.line_id = ?1 ORDER BY "
+      "g.id, i.rowid");
   rows.BindAll(line.id);
   dc::ErrorGroupsContainer container;
   while (rows.Step()) {
@@ -305,7 +314,8 @@ dc::ErrorGroupsContainer ErrorGroups(SqliteDatabase& db, const dc::GetErrorGroup
   return container;
 }
 
-dc::ReferenceUnitContainer ReferenceUnits(SqliteDatabase& db, const dc::GetReferenceUnitQuery& query) {
+dc::ReferenceUnitContainer ReferenceUnits(SqliteDatabase& db,
+                                          const dc::GetReferenceUnitQuery& query) {
   const PlantLine line = LineOf(db, query);
   auto rows = db.Prepare("SELECT name, kind FROM reference_unit WHERE line_id = ?1 ORDER BY name");
   rows.BindAll(line.id);
@@ -344,13 +354,16 @@ void AddLineCounts(SqliteDatabase& db, const PlantLine& line, const pb::Message&
   }
 }
 
-dc::LineResultCountContainer FactoryResultCounts(SqliteDatabase& db, const dc::FactoryResultCountQuery& query) {
+dc::LineResultCountContainer FactoryResultCounts(SqliteDatabase& db,
+                                                 const dc::FactoryResultCountQuery& query) {
   dc::LineResultCountContainer container;
-  for (const std::string& line : query.lines()) AddLineCounts(db, FindLine(db, query.factory(), line), query, container);
+  for (const std::string& line : query.lines())
+    AddLineCounts(db, FindLine(db, query.factory(), line), query, container);
   return container;
 }
 
-dc::ProtocolCrossReferenceStore CrossReferences(SqliteDatabase& db, const dc::ProtocolCrossReferenceQuery& query) {
+dc::ProtocolCrossReferenceStore CrossReferences(SqliteDatabase& db,
+                                                const dc::ProtocolCrossReferenceQuery& query) {
   LineOf(db, query);
   auto id = db.Prepare("SELECT id FROM name_table WHERE table_name = ?1 AND name = ?2");
   const auto idOf = [&id](const char* table, const std::string& name) {
@@ -379,7 +392,8 @@ dc::ResultDbSize SizeOf(SqliteDatabase& db, const PlantLine& line) {
   const double bytes = static_cast<double>(db.QueryInt("PRAGMA page_count").value_or(0) *
                                            db.QueryInt("PRAGMA page_size").value_or(0));
   auto share = db.Prepare(
-      "SELECT (SELECT COUNT(*) FROM test WHERE line_id = ?1) * 1.0 / MAX(1, (SELECT COUNT(*) FROM test))");
+      "SELECT (SELECT COUNT(*) FROM test WHERE line_id = ?1) * 1.0 / MAX(1, (SELECT COUNT(*) FROM "
+      "test))");
   share.BindAll(line.id);
   share.Step();
   dc::ResultDbSize size;
@@ -408,43 +422,58 @@ dc::StoreTokenCommand Tokens(SqliteDatabase& db) {
 
 std::map<std::string, PlantHandler, std::less<>> MakeHandlers() {
   std::map<std::string, PlantHandler, std::less<>> handlers = {
-      {"ApiVersionQuery", Answering<dc::ApiVersionQuery>([](SqliteDatabase& db, const auto&) { return Version(db); })},
+      {"ApiVersionQuery",
+       Answering<dc::ApiVersionQuery>([](SqliteDatabase& db, const auto&) { return Version(db); })},
       {"ResultDbVersionQuery",
-       Answering<dc::ResultDbVersionQuery>([](SqliteDatabase& db, const auto& q) { LineOf(db, q); return Version(db); })},
-      {"SimpleTopologyQuery", Answering<dc::SimpleTopologyQuery>([](SqliteDatabase& db, const auto&) { return Topology(db); })},
-      {"GeneralInformationQuery", Answering<dc::GeneralInformationQuery>([](SqliteDatabase& db, const auto& q) {
+       Answering<dc::ResultDbVersionQuery>([](SqliteDatabase& db, const auto& q) {
+         LineOf(db, q);
+         return Version(db);
+       })},
+      {"SimpleTopologyQuery", Answering<dc::SimpleTopologyQuery>(
+                                  [](SqliteDatabase& db, const auto&) { return Topology(db); })},
+      {"GeneralInformationQuery",
+       Answering<dc::GeneralInformationQuery>([](SqliteDatabase& db, const auto& q) {
          return Headers(SelectTests(db, LineOf(db, q), ReadSelection(q)));
        })},
-      {"GeneralInformationByIdQuery", Answering<dc::GeneralInformationByIdQuery>([](SqliteDatabase& db, const auto& q) {
+      {"GeneralInformationByIdQuery",
+       Answering<dc::GeneralInformationByIdQuery>([](SqliteDatabase& db, const auto& q) {
          return Headers(TestsById(db, LineOf(db, q), q.identifier()));
        })},
       {"MeasurementQuery", Answering<dc::MeasurementQuery>([](SqliteDatabase& db, const auto& q) {
-         return Measurements(db, SelectTests(db, LineOf(db, q), ReadSelection(q)), q.has_clavis() ? &q.clavis() : nullptr);
+         return Measurements(db, SelectTests(db, LineOf(db, q), ReadSelection(q)),
+                             q.has_clavis() ? &q.clavis() : nullptr);
        })},
-      {"MeasurementByIdQuery", Answering<dc::MeasurementByIdQuery>([](SqliteDatabase& db, const auto& q) {
-         return Measurements(db, TestsById(db, LineOf(db, q), q.identifier()), q.has_clavis() ? &q.clavis() : nullptr);
+      {"MeasurementByIdQuery",
+       Answering<dc::MeasurementByIdQuery>([](SqliteDatabase& db, const auto& q) {
+         return Measurements(db, TestsById(db, LineOf(db, q), q.identifier()),
+                             q.has_clavis() ? &q.clavis() : nullptr);
        })},
       {"DefectReportQuery", Answering<dc::DefectReportQuery>([](SqliteDatabase& db, const auto& q) {
          return Defects(db, SelectTests(db, LineOf(db, q), ReadSelection(q)));
        })},
-      {"DefectReportByIdQuery", Answering<dc::DefectReportByIdQuery>([](SqliteDatabase& db, const auto& q) {
+      {"DefectReportByIdQuery",
+       Answering<dc::DefectReportByIdQuery>([](SqliteDatabase& db, const auto& q) {
          return Defects(db, TestsById(db, LineOf(db, q), q.identifier()));
        })},
       {"GetShiftQuery", Answering<dc::GetShiftQuery>(ShiftPlan)},
-      {"MeasurementInformationQuery", Answering<dc::MeasurementInformationQuery>([](SqliteDatabase& db, const auto& q) {
+      {"MeasurementInformationQuery",
+       Answering<dc::MeasurementInformationQuery>([](SqliteDatabase& db, const auto& q) {
          return Informations(db, SelectTests(db, LineOf(db, q), ReadSelection(q)));
        })},
-      {"VectorTrackOfMeasurementsQuery", Answering<dc::VectorTrackOfMeasurementsQuery>([](SqliteDatabase& db, const auto& q) {
+      {"VectorTrackOfMeasurementsQuery",
+       Answering<dc::VectorTrackOfMeasurementsQuery>([](SqliteDatabase& db, const auto& q) {
          return VectorsOf(db, SelectTests(db, LineOf(db, q), ReadSelection(q)), q.clavis());
        })},
-      {"VectorTrackOfMeasurementsByIdQuery", Answering<dc::VectorTrackOfMeasurementsByIdQuery>([](SqliteDatabase& db, const auto& q) {
+      {"VectorTrackOfMeasurementsByIdQuery",
+       Answering<dc::VectorTrackOfMeasurementsByIdQuery>([](SqliteDatabase& db, const auto& q) {
          return VectorsOf(db, TestsById(db, LineOf(db, q), q.identifier()), q.clavis());
        })},
       {"ResultCountQuery", Answering<dc::ResultCountQuery>(ResultCounts)},
       {"ResultDbIdNameTablesQuery", Answering<dc::ResultDbIdNameTablesQuery>(NameTables)},
       {"GetErrorGroupQuery", Answering<dc::GetErrorGroupQuery>(ErrorGroups)},
       {"GetReferenceUnitQuery", Answering<dc::GetReferenceUnitQuery>(ReferenceUnits)},
-      {"LineResultCountQuery", Answering<dc::LineResultCountQuery>([](SqliteDatabase& db, const auto& q) {
+      {"LineResultCountQuery",
+       Answering<dc::LineResultCountQuery>([](SqliteDatabase& db, const auto& q) {
          dc::LineResultCountContainer container;
          AddLineCounts(db, LineOf(db, q), q, container);
          return container;
@@ -457,7 +486,8 @@ std::map<std::string, PlantHandler, std::less<>> MakeHandlers() {
          return container;
        })},
       {"ResultDbSizesQuery", Answering<dc::ResultDbSizesQuery>(Sizes)},
-      {"GetTokensQuery", Answering<dc::GetTokensQuery>([](SqliteDatabase& db, const auto&) { return Tokens(db); })},
+      {"GetTokensQuery",
+       Answering<dc::GetTokensQuery>([](SqliteDatabase& db, const auto&) { return Tokens(db); })},
   };
   AddCommandHandlers(handlers);
   AddReportHandlers(handlers);

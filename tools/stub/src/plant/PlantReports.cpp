@@ -35,7 +35,8 @@ TestRow RequireTest(SqliteDatabase& db, const PlantLine& line, std::int32_t id) 
   pb::RepeatedField<std::int32_t> ids;
   ids.Add(id);
   auto tests = TestsById(db, line, ids);
-  if (tests.empty()) throw PlantRefusal(404, "no test " + std::to_string(id) + " on line \"" + line.name + "\"");
+  if (tests.empty())
+    throw PlantRefusal(404, "no test " + std::to_string(id) + " on line \"" + line.name + "\"");
   return std::move(tests.front());
 }
 
@@ -49,7 +50,9 @@ CannedAnswer Sound(SqliteDatabase& db, const PlantLine& line, std::int32_t id) {
   return answer;
 }
 
-std::string SoundPath(const TestRow& test) { return std::to_string(test.header.pkident()) + ".wav"; }
+std::string SoundPath(const TestRow& test) {
+  return std::to_string(test.header.pkident()) + ".wav";
+}
 
 dc::WavFileInfo SoundInfo(SqliteDatabase& db, const dc::WavFileInfoQuery& query) {
   const PlantLine line = LineOf(db, query);
@@ -72,12 +75,14 @@ CannedAnswer SoundByName(SqliteDatabase& db, const dc::WavFileTestBenchQuery& qu
   if (!digits) throw PlantRefusal(404, "no sound file \"" + name + "\"");
   const auto id = static_cast<std::int32_t>(std::stol(name.substr(0, dot)));
   if (RequireTest(db, line, id).header.bench() != query.testbench()) {
-    throw PlantRefusal(404, "no sound file \"" + name + "\" on bench \"" + query.testbench() + "\"");
+    throw PlantRefusal(404,
+                       "no sound file \"" + name + "\" on bench \"" + query.testbench() + "\"");
   }
   return Sound(db, line, id);
 }
 
-dc::ArchiveFileInfoContainer ArchiveInfos(SqliteDatabase& db, const dc::ArchiveFileInfoQuery& query) {
+dc::ArchiveFileInfoContainer ArchiveInfos(SqliteDatabase& db,
+                                          const dc::ArchiveFileInfoQuery& query) {
   dc::ArchiveFileInfoContainer container;
   for (const TestRow& test : TestsById(db, LineOf(db, query), query.pkidents())) {
     dc::ArchiveFileInfo& info = *container.add_values();
@@ -100,12 +105,14 @@ struct Reject {
 std::vector<Reject> RejectsOf(SqliteDatabase& db, const std::vector<TestRow>& tests) {
   std::vector<Reject> rejects;
   for (const TestRow& test : tests) {
-    if (test.header.resultid() != 1) rejects.push_back({&test, DefectsOf(db, test.header.pkident()).report});
+    if (test.header.resultid() != 1)
+      rejects.push_back({&test, DefectsOf(db, test.header.pkident()).report});
   }
   return rejects;
 }
 
-dc::RejectsByShiftContainer RejectsByShift(SqliteDatabase& db, const dc::RejectsByShiftQuery& query) {
+dc::RejectsByShiftContainer RejectsByShift(SqliteDatabase& db,
+                                           const dc::RejectsByShiftQuery& query) {
   const PlantLine line = LineOf(db, query);
   const auto tests = SelectTests(db, line, ReadSelection(query));
   auto typeId = db.Prepare("SELECT id FROM unit_type WHERE name = ?1");
@@ -134,15 +141,24 @@ std::pair<std::string, std::string> CategoryOf(const Reject& reject, const dc::D
                                                en::TopNGroupBy groupBy) {
   const dc::GeneralInformation& header = reject.test->header;
   switch (groupBy) {
-    case en::Type: return {header.type(), header.basetype()};
-    case en::BaseType: return {header.basetype(), ""};
-    case en::TestBench: return {header.bench(), ""};
-    case en::Instrument: return {defect.clavis().instrument(), ""};
-    case en::Parameter: return {defect.clavis().instrumentparameter(), ""};
-    case en::Mode: return {defect.clavis().mode(), ""};
-    case en::Location: return {defect.clavis().location(), ""};
-    case en::Channel: return {defect.clavis().channel(), ""};
-    default: return {std::to_string(defect.errorcode()), defect.errortext()};
+    case en::Type:
+      return {header.type(), header.basetype()};
+    case en::BaseType:
+      return {header.basetype(), ""};
+    case en::TestBench:
+      return {header.bench(), ""};
+    case en::Instrument:
+      return {defect.clavis().instrument(), ""};
+    case en::Parameter:
+      return {defect.clavis().instrumentparameter(), ""};
+    case en::Mode:
+      return {defect.clavis().mode(), ""};
+    case en::Location:
+      return {defect.clavis().location(), ""};
+    case en::Channel:
+      return {defect.clavis().channel(), ""};
+    default:
+      return {std::to_string(defect.errorcode()), defect.errortext()};
   }
 }
 
@@ -188,9 +204,11 @@ dc::TopNRejectsContainer TopNRejects(SqliteDatabase& db, const dc::TopNRejectsQu
   return container;
 }
 
-dc::TestHistoryGeneralContainer TestHistory(SqliteDatabase& db, const dc::TestHistoryGeneralQuery& query) {
+dc::TestHistoryGeneralContainer TestHistory(SqliteDatabase& db,
+                                            const dc::TestHistoryGeneralQuery& query) {
   const PlantLine line = LineOf(db, query);
-  const std::int64_t offset = query.applyshiftoffset() ? std::int64_t{line.utcOffsetMinutes} * 60 : 0;
+  const std::int64_t offset =
+      query.applyshiftoffset() ? std::int64_t{line.utcOffsetMinutes} * 60 : 0;
   std::map<std::int64_t, dc::TestHistoryGeneralData> days;
   for (const TestRow& test : SelectTests(db, line, ReadSelection(query))) {
     const std::int64_t local = test.header.measurementtime().value() + offset;

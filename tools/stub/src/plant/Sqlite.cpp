@@ -75,9 +75,10 @@ double SqliteStatement::Real(int column) const { return sqlite3_column_double(st
 
 std::string SqliteStatement::Text(int column) const {
   const auto* text = sqlite3_column_text(statement_, column);
-  return text == nullptr ? std::string()
-                         : std::string(reinterpret_cast<const char*>(text),
-                                       static_cast<std::size_t>(sqlite3_column_bytes(statement_, column)));
+  return text == nullptr
+             ? std::string()
+             : std::string(reinterpret_cast<const char*>(text),
+                           static_cast<std::size_t>(sqlite3_column_bytes(statement_, column)));
 }
 
 bool SqliteStatement::IsNull(int column) const {

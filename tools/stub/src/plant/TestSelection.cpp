@@ -33,7 +33,6 @@ constexpr const char* kHeaderColumns =
     " JOIN bench b ON b.id = t.bench_id JOIN result_kind r ON r.id = t.result_id"
     " JOIN test_kind k ON k.id = t.test_kind_id";
 
-
 std::string FilePath(std::int64_t time, const std::string& bench) {
   const std::time_t seconds = time;
   std::tm utc{};
@@ -120,7 +119,8 @@ std::int64_t SecondsOf(const bcl::DateTime& time, bool upper) {
   const auto ticks = instant->time.time_since_epoch().count();
   // Whole seconds that lie within the bound.
   const std::int64_t perSecond = 10'000'000;
-  const std::int64_t floor = ticks >= 0 ? ticks / perSecond : -((-ticks + perSecond - 1) / perSecond);
+  const std::int64_t floor =
+      ticks >= 0 ? ticks / perSecond : -((-ticks + perSecond - 1) / perSecond);
   return upper ? floor : (ticks % perSecond == 0 ? floor : floor + 1);
 }
 
@@ -131,24 +131,36 @@ void AddTime(Conditions& where, const dc::TimeFilter& time) {
 
 void AddRepetition(Conditions& where, const dc::TestRepetitionFilter& filter) {
   switch (filter.testrepetition()) {
-    case en::FirstTest: where.Add("t.ordinal = 1"); break;
-    case en::LastTest: where.Add("t.this_last = 1"); break;
-    case en::CurrentRejects: where.Add("t.this_last = 1 AND t.result_id <> 1"); break;
-    case en::DirectTest: where.Add("t.ordinal = 1 AND t.this_last = 1"); break;
+    case en::FirstTest:
+      where.Add("t.ordinal = 1");
+      break;
+    case en::LastTest:
+      where.Add("t.this_last = 1");
+      break;
+    case en::CurrentRejects:
+      where.Add("t.this_last = 1 AND t.result_id <> 1");
+      break;
+    case en::DirectTest:
+      where.Add("t.ordinal = 1 AND t.this_last = 1");
+      break;
     case en::NTests:
       if (filter.has_nrofrepetitions()) {
         where.Add("t.ordinal <= " + where.Parameter(std::int64_t{filter.nrofrepetitions()}));
       }
       break;
-    default: break;
+    default:
+      break;
   }
-  if (filter.has_minordinal()) where.Add("t.ordinal >= " + where.Parameter(std::int64_t{filter.minordinal()}));
-  if (filter.has_maxordinal()) where.Add("t.ordinal <= " + where.Parameter(std::int64_t{filter.maxordinal()}));
+  if (filter.has_minordinal())
+    where.Add("t.ordinal >= " + where.Parameter(std::int64_t{filter.minordinal()}));
+  if (filter.has_maxordinal())
+    where.Add("t.ordinal <= " + where.Parameter(std::int64_t{filter.maxordinal()}));
   if (filter.has_maxrepetitions()) {
     where.Add("t.ordinal <= 1 + " + where.Parameter(std::int64_t{filter.maxrepetitions()}));
   }
   if (filter.has_maxminutes()) {
-    where.Add("t.time - t.first_time <= 60 * " + where.Parameter(std::int64_t{filter.maxminutes()}));
+    where.Add("t.time - t.first_time <= 60 * " +
+              where.Parameter(std::int64_t{filter.maxminutes()}));
   }
 }
 
@@ -165,10 +177,13 @@ void AddSerial(Conditions& where, const dc::SerialNumberFilter& filter) {
   where.AddList("CAST(" + part + " AS INTEGER)", filter.items(), true, filter.exclude());
 }
 
-void AddReferenceUnits(Conditions& where, const PlantLine& line, const dc::ReferenceUnitFilter& filter) {
+void AddReferenceUnits(Conditions& where, const PlantLine& line,
+                       const dc::ReferenceUnitFilter& filter) {
   const std::string lineId = where.Parameter(line.id);
-  const std::string bySerial = "t.serial IN (SELECT name FROM reference_unit WHERE line_id = " + lineId + " AND kind = 0)";
-  const std::string byType = "ut.name IN (SELECT name FROM reference_unit WHERE line_id = " + lineId + " AND kind = 1)";
+  const std::string bySerial =
+      "t.serial IN (SELECT name FROM reference_unit WHERE line_id = " + lineId + " AND kind = 0)";
+  const std::string byType =
+      "ut.name IN (SELECT name FROM reference_unit WHERE line_id = " + lineId + " AND kind = 1)";
   const std::string condition = filter.selectiontype() == en::BySerial ? bySerial
                                 : filter.selectiontype() == en::ByType ? byType
                                                                        : bySerial + " OR " + byType;
@@ -177,8 +192,8 @@ void AddReferenceUnits(Conditions& where, const PlantLine& line, const dc::Refer
 
 void AddAddInfo(Conditions& where, const dc::AddInfoFilter& filter) {
   std::vector<std::string> columns;
-  const std::vector<std::pair<std::string, std::string>> keys = {{"Operator", "t.operator"},
-                                                                 {"ProductionOrder", "t.production_order"}};
+  const std::vector<std::pair<std::string, std::string>> keys = {
+      {"Operator", "t.operator"}, {"ProductionOrder", "t.production_order"}};
   for (const auto& [key, column] : keys) {
     if (filter.keys().empty() ||
         std::find(filter.keys().begin(), filter.keys().end(), key) != filter.keys().end()) {
@@ -190,7 +205,8 @@ void AddAddInfo(Conditions& where, const dc::AddInfoFilter& filter) {
     std::string match = "1";
     if (!filter.items().empty()) {
       match = column + " IN (";
-      for (int i = 0; i < filter.items_size(); ++i) match += (i ? ", " : "") + where.Parameter(filter.items(i));
+      for (int i = 0; i < filter.items_size(); ++i)
+        match += (i ? ", " : "") + where.Parameter(filter.items(i));
       match += ")";
     }
     any += (any.empty() ? "" : " OR ") + match;
@@ -201,8 +217,8 @@ void AddAddInfo(Conditions& where, const dc::AddInfoFilter& filter) {
 void AddIdRanges(Conditions& where, const dc::IdRangeFilter& filter) {
   std::string included;
   for (const dc::IdRange& range : filter.ranges()) {
-    const std::string between = "t.id BETWEEN " + where.Parameter(std::int64_t{range.min()}) + " AND " +
-                                where.Parameter(std::int64_t{range.max()});
+    const std::string between = "t.id BETWEEN " + where.Parameter(std::int64_t{range.min()}) +
+                                " AND " + where.Parameter(std::int64_t{range.max()});
     if (range.exclude()) {
       where.Add("NOT " + between);
     } else {
@@ -238,11 +254,19 @@ Conditions WhereOf(const PlantLine& line, const Selection& s) {
   where.Add("t.line_id = " + where.Parameter(line.id));
   if (s.time) AddTime(where, *s.time);
   if (s.repetition) AddRepetition(where, *s.repetition);
-  if (s.baseType) where.AddList(s.baseType->useids() ? "bt.id" : "bt.name", s.baseType->items(), s.baseType->useids(), s.baseType->exclude());
-  if (s.type) where.AddList(s.type->useids() ? "ut.id" : "ut.name", s.type->items(), s.type->useids(), s.type->exclude());
-  if (s.bench) where.AddList(s.bench->useids() ? "b.id" : "b.name", s.bench->items(), s.bench->useids(), s.bench->exclude());
+  if (s.baseType)
+    where.AddList(s.baseType->useids() ? "bt.id" : "bt.name", s.baseType->items(),
+                  s.baseType->useids(), s.baseType->exclude());
+  if (s.type)
+    where.AddList(s.type->useids() ? "ut.id" : "ut.name", s.type->items(), s.type->useids(),
+                  s.type->exclude());
+  if (s.bench)
+    where.AddList(s.bench->useids() ? "b.id" : "b.name", s.bench->items(), s.bench->useids(),
+                  s.bench->exclude());
   if (s.serial) AddSerial(where, *s.serial);
-  if (s.testKind) where.AddList(s.testKind->useids() ? "k.id" : "k.name", s.testKind->items(), s.testKind->useids(), s.testKind->exclude());
+  if (s.testKind)
+    where.AddList(s.testKind->useids() ? "k.id" : "k.name", s.testKind->items(),
+                  s.testKind->useids(), s.testKind->exclude());
   if (s.shift) where.AddList("plant_shift(t.time)", s.shift->items(), false, s.shift->exclude());
   if (s.referenceUnit) AddReferenceUnits(where, line, *s.referenceUnit);
   if (s.addInfo) AddAddInfo(where, *s.addInfo);
@@ -277,7 +301,8 @@ Selection ReadSelection(const pb::Message& request) {
   return s;
 }
 
-std::vector<TestRow> SelectTests(SqliteDatabase& db, const PlantLine& line, const Selection& selection) {
+std::vector<TestRow> SelectTests(SqliteDatabase& db, const PlantLine& line,
+                                 const Selection& selection) {
   RegisterFunctions(db, line);
   const Conditions where = WhereOf(line, selection);
   const bool limited = selection.lastN && selection.lastN->topn() > 0;
@@ -331,8 +356,8 @@ TestDefects DefectsOf(SqliteDatabase& db, std::int32_t testId) {
     clavis.set_location(statement.Text(11));
     clavis.set_instrumentparameter(statement.Text(12));
     clavis.set_sensor(statement.Text(13));
-    defects.exceedances.push_back({static_cast<int>(statement.Int(7)), defect.position(),
-                                   defect.value(), defect.limit()});
+    defects.exceedances.push_back(
+        {static_cast<int>(statement.Int(7)), defect.position(), defect.value(), defect.limit()});
   }
   return defects;
 }

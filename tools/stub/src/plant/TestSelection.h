@@ -52,7 +52,8 @@ struct Selection {
 Selection ReadSelection(const google::protobuf::Message& request);
 
 /// `count` units of `scale` since 1970, UTC.
-bcl::DateTime UtcTime(std::int64_t count, bcl::DateTime_TimeSpanScale scale = bcl::DateTime_TimeSpanScale_SECONDS);
+bcl::DateTime UtcTime(std::int64_t count,
+                      bcl::DateTime_TimeSpanScale scale = bcl::DateTime_TimeSpanScale_SECONDS);
 
 /// One test as the plant holds it.
 struct TestRow {

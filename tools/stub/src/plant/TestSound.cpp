@@ -32,7 +32,8 @@ std::string WavHeader(std::uint32_t samples) {
 }
 
 /// One period of the sound, in pascal.
-std::vector<double> OnePeriod(const Korvan::KQ::DataContracts::Vector& spectrum, std::uint64_t seed) {
+std::vector<double> OnePeriod(const Korvan::KQ::DataContracts::Vector& spectrum,
+                              std::uint64_t seed) {
   const double pi = std::acos(-1.0);
   const double start = spectrum.xaxisrange().start();
   const double delta = spectrum.xaxisrange().delta();
@@ -41,7 +42,8 @@ std::vector<double> OnePeriod(const Korvan::KQ::DataContracts::Vector& spectrum,
   for (int line = 0; line < spectrum.values_size(); ++line) {
     const double hz = start + delta * line;
     if (hz <= 0 || hz >= kSoundRate / 2.0) continue;
-    const double amplitude = 2e-5 * std::pow(10.0, spectrum.values(line).y() / 20.0) * std::sqrt(2.0);
+    const double amplitude =
+        2e-5 * std::pow(10.0, spectrum.values(line).y() / 20.0) * std::sqrt(2.0);
     // A rotating phasor: one multiplication a sample instead of a sine.
     const std::complex<double> step = std::polar(1.0, 2 * pi * hz / kSoundRate);
     std::complex<double> phasor = std::polar(amplitude, random.Between(0, 2 * pi));

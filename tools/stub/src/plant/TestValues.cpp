@@ -12,7 +12,13 @@ namespace {
 namespace dc = Korvan::KQ::DataContracts;
 namespace en = Korvan::KQ::DataContracts::Enumerator;
 
-enum QuantityId { kLevel = 1, kOrderTrack = 2, kIdleSpectrum = 3, kRunUpSpectra = 4, kOrderMap = 5 };
+enum QuantityId {
+  kLevel = 1,
+  kOrderTrack = 2,
+  kIdleSpectrum = 3,
+  kRunUpSpectra = 4,
+  kOrderMap = 5
+};
 
 // The run-up's speeds: the track's points and the rows of spectra and order map.
 constexpr double kTrackFromRpm = 800, kTrackStepRpm = 100;
@@ -58,7 +64,8 @@ dc::AxisRange Axis(double start, double delta, int length) {
 
 dc::Limit UpperLimit(int quantityId) {
   dc::Limit limit;
-  limit.set_description(PlantQuantities()[static_cast<std::size_t>(quantityId - 1)].limitDescription);
+  limit.set_description(
+      PlantQuantities()[static_cast<std::size_t>(quantityId - 1)].limitDescription);
   limit.set_limittype(en::UpperLimit);
   return limit;
 }
@@ -80,12 +87,14 @@ int OrderBand(double hz) { return std::max(4, static_cast<int>(0.03 * hz / kSpec
 
 std::vector<float> IdleLimit() {
   std::vector<float> limit(kSpectrumLines);
-  for (int i = 0; i < kSpectrumLines; ++i) limit[i] = static_cast<float>(IdleFloor(i * kSpectrumDeltaHz) + 12);
+  for (int i = 0; i < kSpectrumLines; ++i)
+    limit[i] = static_cast<float>(IdleFloor(i * kSpectrumDeltaHz) + 12);
   for (const Order& order : kIdleOrders) {
     const double hz = order.order * kNominalIdleRpm / 60;
     const int centre = static_cast<int>(std::lround(hz / kSpectrumDeltaHz));
     const int band = OrderBand(hz);
-    for (int i = std::max(0, centre - band); i <= std::min(kSpectrumLines - 1, centre + band); ++i) {
+    for (int i = std::max(0, centre - band); i <= std::min(kSpectrumLines - 1, centre + band);
+         ++i) {
       limit[i] = std::max(limit[i], static_cast<float>(order.level + 8));
     }
   }
@@ -105,7 +114,9 @@ double OrderMapNominal(double order, double rpm) {
   return 30;
 }
 
-double OrderMapLimit(double order, double rpm) { return OrderMapNominal(order, rpm) + 8 + (order == 2 || order == 23 || order == 46 ? 0 : 7); }
+double OrderMapLimit(double order, double rpm) {
+  return OrderMapNominal(order, rpm) + 8 + (order == 2 || order == 23 || order == 46 ? 0 : 7);
+}
 
 dc::MeasurementValue Level(std::uint64_t seed) {
   PlantRandom random(Stream(seed, kLevel));
@@ -145,7 +156,8 @@ dc::MeasurementValue OrderTrack(std::uint64_t seed) {
 dc::MeasurementValue IdleSpectrum(std::uint64_t seed) {
   PlantRandom random(Stream(seed, kIdleSpectrum));
   std::vector<double> level(kSpectrumLines);
-  for (int i = 0; i < kSpectrumLines; ++i) level[i] = IdleFloor(i * kSpectrumDeltaHz) + random.Between(-2, 2);
+  for (int i = 0; i < kSpectrumLines; ++i)
+    level[i] = IdleFloor(i * kSpectrumDeltaHz) + random.Between(-2, 2);
   const double idleHz = IdleRpm(seed) / 60;
   for (const Order& order : kIdleOrders) {
     const double peak = order.level + random.Between(-3, 3);
@@ -181,7 +193,8 @@ dc::MeasurementValue RunUpSpectra(std::uint64_t seed) {
     const double r = rpm / 4000;
     std::vector<double> y(kRunUpLines);
     for (double& point : y) point = 0.01 * random.Between(0.5, 1.5);
-    for (const auto& [order, amplitude] : {std::pair{2.0, 0.2 + 0.3 * r}, std::pair{23.0, 0.5 * r * r}}) {
+    for (const auto& [order, amplitude] :
+         {std::pair{2.0, 0.2 + 0.3 * r}, std::pair{23.0, 0.5 * r * r}}) {
       const int line = static_cast<int>(std::lround(order * rpm / 60 / kRunUpDeltaHz));
       if (line < kRunUpLines) y[line] += amplitude * random.Between(0.9, 1.1);
     }
@@ -236,7 +249,8 @@ void Apply(const Exceedance& exceedance, dc::MeasurementValue& value) {
     case kOrderMap: {
       const int row = NearestIndex(exceedance.position, kRowsFromRpm, kRowsStepRpm, kRows);
       const int column = NearestIndex(23, kOrderDelta, kOrderDelta, kOrderColumns);
-      value.mutable_matrix()->mutable_values(row)->mutable_vectorpoints(column)->set_y(exceedance.value);
+      value.mutable_matrix()->mutable_values(row)->mutable_vectorpoints(column)->set_y(
+          exceedance.value);
       break;
     }
     default:
@@ -295,7 +309,8 @@ Exceedance ChooseExceedance(std::uint64_t seed, std::uint64_t choice) {
       break;
     }
   }
-  const double excess = exceedance.quantityId == kOrderTrack ? random.Between(0.1, 0.5) : random.Between(1, 6);
+  const double excess =
+      exceedance.quantityId == kOrderTrack ? random.Between(0.1, 0.5) : random.Between(1, 6);
   exceedance.value = static_cast<float>(exceedance.limit + excess);
   return exceedance;
 }
@@ -304,12 +319,24 @@ dc::MeasurementValue QuantityValue(int quantityId, std::uint64_t seed,
                                    const std::vector<Exceedance>& exceedances) {
   dc::MeasurementValue value;
   switch (quantityId) {
-    case kLevel: value = Level(seed); break;
-    case kOrderTrack: value = OrderTrack(seed); break;
-    case kIdleSpectrum: value = IdleSpectrum(seed); break;
-    case kRunUpSpectra: value = RunUpSpectra(seed); break;
-    case kOrderMap: value = OrderMap(seed); break;
-    default: value.set_invalid("no such quantity"); return value;
+    case kLevel:
+      value = Level(seed);
+      break;
+    case kOrderTrack:
+      value = OrderTrack(seed);
+      break;
+    case kIdleSpectrum:
+      value = IdleSpectrum(seed);
+      break;
+    case kRunUpSpectra:
+      value = RunUpSpectra(seed);
+      break;
+    case kOrderMap:
+      value = OrderMap(seed);
+      break;
+    default:
+      value.set_invalid("no such quantity");
+      return value;
   }
   for (const Exceedance& exceedance : exceedances) {
     if (exceedance.quantityId == quantityId) Apply(exceedance, value);
@@ -332,7 +359,8 @@ bool AnyAbove(const Points& points, const Bounds& bounds) {
 bool ExceedsLimit(const dc::MeasurementValue& value) {
   if (value.has_scalar()) {
     for (const auto& limit : value.scalar().limits()) {
-      if (limit.limit().limittype() == en::UpperLimit && value.scalar().value() > limit.scalar()) return true;
+      if (limit.limit().limittype() == en::UpperLimit && value.scalar().value() > limit.scalar())
+        return true;
     }
   }
   for (const auto& limit : value.scalartrack().limits()) {
@@ -342,8 +370,11 @@ bool ExceedsLimit(const dc::MeasurementValue& value) {
     if (AnyAbove(value.vector().values(), limit.vectorpoints())) return true;
   }
   for (const auto& limit : value.matrix().limits()) {
-    for (int row = 0; row < value.matrix().values_size() && row < limit.matrixelements_size(); ++row) {
-      if (AnyAbove(value.matrix().values(row).vectorpoints(), limit.matrixelements(row).vectorpoints())) return true;
+    for (int row = 0; row < value.matrix().values_size() && row < limit.matrixelements_size();
+         ++row) {
+      if (AnyAbove(value.matrix().values(row).vectorpoints(),
+                   limit.matrixelements(row).vectorpoints()))
+        return true;
     }
   }
   return false;

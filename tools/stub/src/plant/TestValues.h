@@ -15,8 +15,8 @@
 #include <string>
 #include <vector>
 
-#include "MeasurementValue.pb.h"
 #include "DataType.pb.h"
+#include "MeasurementValue.pb.h"
 #include "MeasurementValueContainer.pb.h"
 
 namespace vrex::stub::plant {

@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -25,7 +26,8 @@ class Plant {
 
   /// The answer to a request of `requestType`; nothing when the plant holds
   /// no data of that type. Safe to call from several threads at once.
-  std::optional<CannedAnswer> Answer(std::string_view requestType, const JournalEntry& request) const;
+  std::optional<CannedAnswer> Answer(std::string_view requestType,
+                                     const JournalEntry& request) const;
 
   const std::filesystem::path& File() const { return file_; }
 
@@ -34,8 +36,13 @@ class Plant {
   void RequireToken(std::string token) { token_ = std::move(token); }
 
  private:
+  class Connections;
+
   std::filesystem::path file_;
   std::optional<std::string> token_;
+  /// Read connections kept open between queries: opening one costs more
+  /// than answering a small query.
+  std::shared_ptr<Connections> connections_;
 };
 
 /// Writes a plant of `tests` tests over `days` days up to `now` (seconds since
