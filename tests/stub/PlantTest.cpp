@@ -26,13 +26,16 @@
 #include "LineResultCountContainer.pb.h"
 #include "LogEntryContainer.pb.h"
 #include "MeasurementContainer.pb.h"
+#include "ProtocolCrossReferenceStore.pb.h"
 #include "RawHttp.h"
 #include "ResultCountContainer.pb.h"
 #include "ScratchDirectory.h"
 #include "ShiftContainer.pb.h"
 #include "SimpleTopologyContainer.pb.h"
+#include "TestHistoryGeneralContainer.pb.h"
 #include "TopNRejectsContainer.pb.h"
 #include "VectorTrackOfMeasurementsContainer.pb.h"
+#include "WavFileInfo.pb.h"
 #include "vrex/MessageJson.h"
 #include "vrex/stub/Plant.h"
 #include "vrex/stub/StubServer.h"
@@ -275,6 +278,20 @@ TEST_F(PlantQueries, ATestIsTheSameInEveryAnswerAndUnknownLinesAreRefusedByName)
     counted[row.category()] = row.count();
   }
   EXPECT_EQ(counted, rejectsByBench);
+  const auto history = AskFor<dc::TestHistoryGeneralContainer>(*plant, "TestHistoryGeneralQuery",
+                                                               std::string("{") + kLine + "}");
+  int historyUnits = 0, historyBad = 0;
+  for (const auto& day : history.values())
+    historyUnits += day.allunits(), historyBad += day.badunits();
+  EXPECT_EQ(historyUnits, all.values_size());
+  EXPECT_EQ(historyBad, rejects);
+  EXPECT_EQ(history.values(0).year(), 2026);
+  EXPECT_EQ(history.values_size(), 8) << "seven days up to a moment in the day";
+  const auto references = AskFor<dc::ProtocolCrossReferenceStore>(
+      *plant, "ProtocolCrossReferenceQuery", std::string("{") + kLine + "}");
+  ASSERT_EQ(references.entries_size(), 5);
+  EXPECT_EQ(references.entries(2).fkinstrument(), 2)
+      << "FFT, second of Campbell, FFT, Level, Tracker";
   const auto topOne = AskFor<dc::TopNRejectsContainer>(
       *plant, "TopNRejectsQuery",
       std::string("{") + kLine + R"(, "GroupBy": "TestBench", "TopNCount": 1})");
@@ -367,7 +384,13 @@ TEST_F(PlantQueries, CommandsChangeWhatTheNextQuerySeesAndAFailedOneChangesNothi
                 .end(),
             840)
       << "the refused update left the shift whole";
-  EXPECT_EQ(logged(), before + 1) << "only the command that succeeded is logged";
+  EXPECT_EQ(Ask(*plant, "UpdateShiftCommand",
+                std::string("{") + kLine +
+                    R"(, "Shift": {"Name": "Weekend", "Items": [{"Start": 1380, "End": 1440}]}})")
+                .status,
+            200)
+      << "a shift may end at midnight";
+  EXPECT_EQ(logged(), before + 2) << "only the commands that succeeded are logged";
 
   const std::string groups = std::string("{") + kLine + R"(, "Names": ["Noise"]})";
   const auto noise = AskFor<dc::ErrorGroupsContainer>(*plant, "GetErrorGroupQuery", groups);
@@ -405,7 +428,7 @@ TEST_F(PlantQueries, CommandsChangeWhatTheNextQuerySeesAndAFailedOneChangesNothi
   EXPECT_FALSE(references.empty());
   EXPECT_EQ(Ask(*plant, "ResultDbTruncateCommand", std::string("{") + kLine + "}").status, 200);
   EXPECT_TRUE(Query(R"("LastN": {"TopN": 5})").empty());
-  EXPECT_EQ(logged(), before + 5);
+  EXPECT_EQ(logged(), before + 6);
 }
 
 /// The strongest line of `samples` by a DFT of its first `window` samples.
