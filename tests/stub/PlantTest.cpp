@@ -481,6 +481,17 @@ TEST_F(PlantQueries, ATestsSoundIsAWavFileWhoseStrongestLineIsItsSpectrums) {
   EXPECT_EQ(
       Ask(*plant, "WavFileQuery", std::string("{") + kLine + R"(, "Identifier": 99999})").status,
       404);
+  const auto where = AskFor<dc::WavFileInfo>(*plant, "WavFileInfoQuery",
+                                             std::string("{") + kLine + R"(, "Identifier": 1010})");
+  EXPECT_EQ(where.wavfilepath(), "1010.wav");
+  const auto byName = [&](const std::string& bench, const std::string& name) {
+    return Ask(*plant, "WavFileTestBenchQuery",
+               std::string("{") + kLine + R"(, "TestBench": ")" + bench + R"(", "FileName": ")" +
+                   name + "\"}");
+  };
+  EXPECT_EQ(byName(where.testbench(), "1010.wav").body, wav.body);
+  EXPECT_EQ(byName(where.testbench(), "x.wav").status, 404);
+  EXPECT_EQ(byName("Bench-9", "1010.wav").status, 404);
 }
 
 TEST_F(PlantQueries, TheGatewayTokenIsRequiredWhenTheStubIsToldSo) {
