@@ -28,6 +28,7 @@
 #include "MeasurementContainer.pb.h"
 #include "ProtocolCrossReferenceStore.pb.h"
 #include "RawHttp.h"
+#include "ReferenceUnitContainer.pb.h"
 #include "ResultCountContainer.pb.h"
 #include "ScratchDirectory.h"
 #include "ShiftContainer.pb.h"
@@ -35,7 +36,9 @@
 #include "TestHistoryGeneralContainer.pb.h"
 #include "TopNRejectsContainer.pb.h"
 #include "VectorTrackOfMeasurementsContainer.pb.h"
+#include "VersionDTO.pb.h"
 #include "WavFileInfo.pb.h"
+#include "plant/Sqlite.h"
 #include "plant/TestValues.h"
 #include "vrex/MessageJson.h"
 #include "vrex/stub/Plant.h"
@@ -269,6 +272,7 @@ TEST_F(PlantQueries, ATestIsTheSameInEveryAnswerAndUnknownLinesAreRefusedByName)
   int badOfLineA = 0;
   for (const auto& row : lines.values()) badOfLineA += row.line() == "Line-A" ? row.badunits() : 0;
   EXPECT_EQ(badOfLineA, rejects);
+  EXPECT_GT(lines.values(0).benchid(), 0);
   std::map<std::string, int> counted;
   const auto top = AskFor<dc::TopNRejectsContainer>(
       *plant, "TopNRejectsQuery", std::string("{") + kLine + R"(, "GroupBy": "TestBench"})");
@@ -424,6 +428,11 @@ TEST_F(PlantQueries, CommandsChangeWhatTheNextQuerySeesAndAFailedOneChangesNothi
   const auto references = Query(
       R"("ReferenceUnit": {"SelectionType": "BySerial"}, "SerialNumber": {"Items": ["SN-A-0003150"]})");
   EXPECT_FALSE(references.empty());
+  EXPECT_EQ(AskFor<dc::ReferenceUnitContainer>(
+                *plant, "GetReferenceUnitQuery",
+                std::string("{") + kLine + R"(, "Names": ["SN-A-0003150"]})")
+                .values_size(),
+            1);
   EXPECT_EQ(Ask(*plant, "ResultDbTruncateCommand", std::string("{") + kLine + "}").status, 200);
   EXPECT_TRUE(Query(R"("LastN": {"TopN": 5})").empty());
   EXPECT_EQ(logged(), before + 6);
@@ -566,7 +575,10 @@ TEST(PlantServer, ACaseGoesBeforeThePlantAndAnEmptyMatchTakesTheRequestSentAsJso
   server.SetPlant(std::make_shared<Plant>(directory.Path() / "plant"));
   server.AddCase({"ApiVersionQuery", "all", "{}", {TextAnswer(503, "busy")}});
   JournalEntry request;
-  EXPECT_EQ(Plant(directory.Path() / "plant").Answer("ApiVersionQuery", request)->status, 200);
+  dc::VersionDTO version;
+  ASSERT_TRUE(version.ParseFromString(
+      Plant(directory.Path() / "plant").Answer("ApiVersionQuery", request)->body));
+  EXPECT_EQ(version.major() * 100 + version.minor() * 10 + version.patch(), 421);
   server.Start();
   for (const std::string body : {"", "{}"}) {
     const auto version = vrex::testing::ExchangeRaw(
@@ -579,6 +591,14 @@ TEST(PlantServer, ACaseGoesBeforeThePlantAndAnEmptyMatchTakesTheRequestSentAsJso
       "POST /api/SimpleTopologyQuery HTTP/1.1\r\nContent-Length: 2\r\nConnection: close\r\n\r\n{}");
   EXPECT_EQ(vrex::testing::StatusOf(topology), 200);
   EXPECT_THAT(vrex::testing::BodyOf(topology), ::testing::HasSubstr("Plant-North"));
+  EXPECT_FALSE(server.Journal().back().unmatched) << "the plant answered it";
+
+  // A plant that holds a gateway token requires it.
+  {
+    plant::SqliteDatabase db(directory.Path() / "plant", plant::SqliteDatabase::Mode::ReadWrite);
+    db.Execute("INSERT INTO token VALUES ('gateway', 'secret')");
+  }
+  EXPECT_EQ(Plant(directory.Path() / "plant").Answer("SimpleTopologyQuery", request)->status, 401);
 }
 
 }  // namespace

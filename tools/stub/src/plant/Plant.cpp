@@ -2,8 +2,8 @@
 
 #include <mutex>
 #include <stdexcept>
-#include <vector>
 #include <string>
+#include <vector>
 
 #include "RequestMatch.h"
 #include "plant/PlantGenerator.h"
@@ -51,6 +51,9 @@ Plant::Plant(std::filesystem::path file)
     if (!version.Step() || version.Text(0) != std::to_string(plant::kPlantSchemaVersion)) {
       throw std::runtime_error(file_.string() + ": a plant database of another version");
     }
+    // A plant that holds a gateway token requires it.
+    auto gateway = db.Prepare("SELECT value FROM token WHERE name = 'gateway'");
+    if (gateway.Step()) token_ = gateway.Text(0);
   } catch (const plant::SqliteError& error) {
     throw std::runtime_error(file_.string() + ": no plant database (" + error.what() + ")");
   }

@@ -79,8 +79,7 @@ void WriteStaticTables(SqliteDatabase& db, const GeneratorOptions& options) {
            {"tests", std::to_string(options.tests)},
            {"days", std::to_string(options.days)},
            {"generated_at", std::to_string(options.now)},
-           {"api_version", "4.2.1"},
-           {"require_token", "0"}}) {
+           {"api_version", "4.2.1"}}) {
     info.BindAll(key, value).Run();
     info.Reset();
   }

@@ -32,7 +32,8 @@ class Plant {
   const std::filesystem::path& File() const { return file_; }
 
   /// From now on a request whose GatewayApiAuthentication header is not
-  /// `token` gets 401 from the plant.
+  /// `token` gets 401 from the plant. A plant whose token table holds a
+  /// "gateway" row requires that token from the start.
   void RequireToken(std::string token) { token_ = std::move(token); }
 
  private:
