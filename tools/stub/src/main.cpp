@@ -1,4 +1,5 @@
-// vrex-stub: a stand-in results server answering from a data directory, or
+// vrex-stub: a stand-in results server answering from a plant database and
+// the cases of a data directory, or
 // recording one from a live server (--record-from). Prints "vrex-stub
 // listening on http://HOST:PORT" as its first line, then serves until SIGINT
 // or SIGTERM.
@@ -66,7 +67,8 @@ void AddClientBounds(CLI::App& app, vrex::stub::StubServerOptions& options) {
 
 CommandLine ParseCommandLine(int argc, char** argv) {
   CommandLine line;
-  CLI::App app{"Stub results server: answers POST /api/<RequestType> from a data directory"};
+  CLI::App app{
+      "Stub results server: answers POST /api/<RequestType> from a plant database and cases"};
   app.add_option("--port", line.server.port, "Port to listen on; 0 picks a free one")
       ->check(CLI::Range(0, 65535));
   app.add_option("--host", line.server.host, "Address to listen on");
