@@ -1,8 +1,8 @@
 // vrex-stub: a stand-in results server answering from a plant database and
-// the cases of a data directory, or
-// recording one from a live server (--record-from). Prints "vrex-stub
-// listening on http://HOST:PORT" as its first line, then serves until SIGINT
-// or SIGTERM.
+// the cases of a data directory, or recording cases from a live server
+// (--record-from); `vrex-stub generate-plant` writes a plant database. Prints
+// "vrex-stub listening on http://HOST:PORT" as its first line, then serves
+// until SIGINT or SIGTERM.
 
 #include <pthread.h>
 
