@@ -2,28 +2,26 @@
 # Runs an example program against a freshly started vrex-stub and checks its
 # exit status and output; used by the example tests.
 #
-#   run-example.sh --stub VREX_STUB --data DIR [--overlay DIR] --exit N
+#   run-example.sh --stub VREX_STUB [--overlay DIR] --exit N
 #                  [--expect REGEX]... -- EXAMPLE [ARGUMENTS...]
 #
-# The stub answers from DIR, with the files of the overlay directory added or
-# replacing those of the same name. The example gets the stub's URL as its
-# first argument, before ARGUMENTS. Each REGEX (grep -E) must match a line of
-# its output.
+# The stub answers from its generated plant (seed 1), the cases of the overlay
+# directory first. The example gets the stub's URL as its first argument,
+# before ARGUMENTS. Each REGEX (grep -E) must match a line of its output.
 set -euo pipefail
 
-stub="" data="" overlay="" expected_exit=0
+stub="" overlay="" expected_exit=0
 patterns=()
 while [[ $# -gt 0 && "$1" != "--" ]]; do
   case "$1" in
     --stub) stub="$2"; shift 2 ;;
-    --data) data="$2"; shift 2 ;;
     --overlay) overlay="$2"; shift 2 ;;
     --exit) expected_exit="$2"; shift 2 ;;
     --expect) patterns+=("$2"); shift 2 ;;
     *) echo "run-example.sh: unknown option $1" >&2; exit 2 ;;
   esac
 done
-[[ "${1:-}" == "--" && -n "$stub" && -n "$data" ]] || { echo "run-example.sh: bad usage" >&2; exit 2; }
+[[ "${1:-}" == "--" && -n "$stub" ]] || { echo "run-example.sh: bad usage" >&2; exit 2; }
 shift
 
 scratch="$(mktemp -d "${TMPDIR:-/tmp}/vrex-example-XXXXXX")"
@@ -34,14 +32,13 @@ cleanup() {
 }
 trap cleanup EXIT
 
-if [[ -n "$overlay" ]]; then
-  mkdir "$scratch/data"
-  cp "$data"/* "$scratch/data/"
-  cp "$overlay"/* "$scratch/data/"
-  data="$scratch/data"
-fi
-
-"$stub" --port 0 --data "$data" >"$scratch/stub.log" 2>&1 &
+# The plant is generated for this run: commands change it, and no run sees
+# another's changes.
+"$stub" generate-plant -o "$scratch/plant.sqlite" --seed 1 2>/dev/null
+cases=()
+[[ -n "$overlay" ]] && cases=(--data "$overlay")
+: >"$scratch/stub.log"
+"$stub" --port 0 --plant "$scratch/plant.sqlite" "${cases[@]}" >"$scratch/stub.log" 2>&1 &
 stub_pid=$!
 url=""
 for _ in $(seq 1 100); do

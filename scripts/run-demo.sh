@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Sets up (packages, configure, and a build of only what the demo runs: the
 # library, the stub, the example and vrex), starts the stub results server
-# with the sample plant on an ephemeral port, runs the plant overview example
+# with a generated plant on an ephemeral port, runs the plant overview example
 # and vrex against it, and stops the server. run-tests.sh builds the rest.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -22,7 +22,7 @@ for _ in $(seq 1 100); do
   sleep 0.1
 done
 [[ -n "$url" ]] || { echo "vrex-stub did not report its address" >&2; exit 1; }
-echo "Stub results server with the sample plant at $url"
+echo "Stub results server with a generated plant at $url"
 echo
 "$build_dir/examples/plant_overview" "$url"
 line=(--factory Plant-North --line Line-A)

@@ -38,7 +38,7 @@ cmake --build "$build_dir" -j "$(nproc)" --target vrex_fuzzers
 export ASAN_OPTIONS="quarantine_size_mb=64:malloc_context_size=0:detect_leaks=1"
 export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
 
-"$build_dir/fuzz/vrex-fuzz-seeds" tools/stub/sample-plant "$build_dir/seeds"
+"$build_dir/fuzz/vrex-fuzz-seeds" tests/stub/canned-plant "$build_dir/seeds"
 
 failed=()
 for target in "${targets[@]}"; do

@@ -13,6 +13,8 @@ build_dir="${VREX_BUILD_DIR:-build}"
 # What builds the library and the tools (and so the demo).
 packages=(
   build-essential cmake ninja-build pkg-config
+  # The stub server's plant database, and the shell to open it with.
+  libsqlite3-dev sqlite3
   protobuf-compiler libprotobuf-dev
   libcurl4-openssl-dev
   libcpp-httplib-dev libcli11-dev libfmt-dev

@@ -72,9 +72,33 @@ TEST(StubExecutable, StartsOnlyWithGoodDataPrintsItsPortAndStopsOnSigterm) {
   EXPECT_EQ(vrex::testing::StatusOf(response), 200);
   dc::SimpleTopologyContainer topology;
   ASSERT_TRUE(topology.ParseFromString(vrex::testing::BodyOf(response)));
-  EXPECT_GE(topology.values_size(), 2) << "the default data is the sample plant";
+  EXPECT_EQ(topology.values_size(), 3) << "the default is the generated plant";
   stub.Signal(SIGTERM);
   EXPECT_TRUE(ExitsWith(stub, EXIT_SUCCESS)) << "no clean stop on SIGTERM";
+}
+
+TEST(StubExecutable, GeneratesAPlantAndServesItOnlyToRequestsWithTheToken) {
+  const ScratchDirectory data;
+  const std::string plant = (data.Path() / "plant.sqlite").string();
+  ChildProcess generate(VREX_STUB_EXECUTABLE, {"generate-plant", "-o", plant, "--tests", "400"});
+  ASSERT_TRUE(ExitsWith(generate, EXIT_SUCCESS));
+  const std::string token = data.Write("token", "the token\n").string();
+  ChildProcess stub(VREX_STUB_EXECUTABLE, {"--port", "0", "--plant", plant, "--require-token", token});
+  const int port = AnnouncedPort(stub);
+  ASSERT_GT(port, 0) << stub.ReadRest(std::chrono::seconds(1));
+  const auto ask = [port](const std::string& header) {
+    return vrex::testing::ExchangeRaw(port, "POST /api/SimpleTopologyQuery HTTP/1.1\r\n" + header +
+                                                "Content-Length: 0\r\nConnection: close\r\n\r\n");
+  };
+  EXPECT_EQ(vrex::testing::StatusOf(ask("")), 401);
+  EXPECT_EQ(vrex::testing::StatusOf(ask("GatewayApiAuthentication: the toke\r\n")), 401);
+  const std::string answer = ask("GatewayApiAuthentication: the token\r\n");
+  EXPECT_EQ(vrex::testing::StatusOf(answer), 200);
+  dc::SimpleTopologyContainer topology;
+  ASSERT_TRUE(topology.ParseFromString(vrex::testing::BodyOf(answer)));
+  EXPECT_EQ(topology.values_size(), 3);
+  stub.Signal(SIGTERM);
+  EXPECT_TRUE(ExitsWith(stub, EXIT_SUCCESS));
 }
 
 /// A response's status line and Content-Type, and its body: what a replay

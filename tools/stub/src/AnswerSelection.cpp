@@ -52,6 +52,9 @@ Selection SelectAnswer(std::string_view method, std::string_view path, const Jou
   if (auto selected = answers.Select(*requestType, request.body)) {
     return std::move(*selected);
   }
+  if (const auto plant = answers.FindPlant()) {
+    if (auto answer = plant->Answer(*requestType, request)) return {std::move(*answer), {}, false};
+  }
   return {};
 }
 

@@ -11,8 +11,8 @@ namespace vrex::stub {
 
 /// For "POST /api/<RequestType>": what the type's responder makes of
 /// `request`, else the answer of the first of the type's cases that the
-/// request matches (a 404 naming the closest cases when none does), else 200
-/// with an empty body. 404 for an unknown request type or any other path;
+/// request matches (a 404 naming the closest cases when none does), else
+/// the plant's answer when it holds data of the type, else 200 with an empty body. 404 for an unknown request type or any other path;
 /// 405 for another method on a request type's path.
 Selection SelectAnswer(std::string_view method, std::string_view path, const JournalEntry& request,
                        AnswerTable& answers);

@@ -196,4 +196,14 @@ Responder AnswerTable::FindResponder(std::string_view requestType) const {
   return found == responders_.end() ? Responder() : found->second;
 }
 
+void AnswerTable::SetPlant(std::shared_ptr<const Plant> plant) {
+  const std::lock_guard lock(mutex_);
+  plant_ = std::move(plant);
+}
+
+std::shared_ptr<const Plant> AnswerTable::FindPlant() const {
+  const std::lock_guard lock(mutex_);
+  return plant_;
+}
+
 }  // namespace vrex::stub

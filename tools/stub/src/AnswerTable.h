@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <functional>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -14,6 +15,7 @@
 
 #include "RequestMatch.h"
 #include "vrex/stub/CannedAnswer.h"
+#include "vrex/stub/Plant.h"
 #include "vrex/stub/Responder.h"
 #include "vrex/stub/StubCase.h"
 
@@ -57,6 +59,10 @@ class AnswerTable {
   /// The responder of `requestType`; an empty function when it has none.
   Responder FindResponder(std::string_view requestType) const;
 
+  /// The plant that answers what no responder or case does; nullptr for none.
+  void SetPlant(std::shared_ptr<const Plant> plant);
+  std::shared_ptr<const Plant> FindPlant() const;
+
  private:
   struct LiveCase {
     StubCase definition;
@@ -72,6 +78,7 @@ class AnswerTable {
   mutable std::mutex mutex_;
   std::map<std::string, CaseList, std::less<>> cases_;
   std::map<std::string, Responder, std::less<>> responders_;
+  std::shared_ptr<const Plant> plant_;
 };
 
 }  // namespace vrex::stub

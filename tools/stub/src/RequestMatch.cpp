@@ -195,6 +195,12 @@ std::unique_ptr<pb::Message> DecodeRequest(std::string_view requestType, std::st
   const pb::Descriptor* type = FindContractMessage(requestType);
   if (type == nullptr) return nullptr;
   std::unique_ptr<pb::Message> request = NewMessage(type);
+  // Clients send an all-default request as the JSON text "{}": the empty message.
+  const auto first = body.find_first_not_of(" \t\r\n");
+  if (first != std::string_view::npos && body.substr(first, 2) == "{}" &&
+      body.find_first_not_of(" \t\r\n", first + 2) == std::string_view::npos) {
+    return request;
+  }
   if (!request->ParseFromArray(body.data(), static_cast<int>(body.size()))) return nullptr;
   return request;
 }

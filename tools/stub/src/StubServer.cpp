@@ -210,6 +210,10 @@ void StubServer::AddCase(StubCase stubCase) { impl_->answers.Add(std::move(stubC
 std::vector<StubCase> StubServer::Cases() const { return impl_->answers.Cases(); }
 void StubServer::ResetSequences() { impl_->answers.ResetSequences(); }
 
+void StubServer::SetPlant(std::shared_ptr<const Plant> plant) {
+  impl_->answers.SetPlant(std::move(plant));
+}
+
 std::optional<CannedAnswer> StubServer::Answer(std::string_view requestType) const {
   return impl_->answers.Find(requestType);
 }

@@ -1,7 +1,8 @@
-// vrex-stub: a stand-in results server answering from a data directory, or
-// recording one from a live server (--record-from). Prints "vrex-stub
-// listening on http://HOST:PORT" as its first line, then serves until SIGINT
-// or SIGTERM.
+// vrex-stub: a stand-in results server answering from a plant database and
+// the cases of a data directory, or recording cases from a live server
+// (--record-from); `vrex-stub generate-plant` writes a plant database. Prints
+// "vrex-stub listening on http://HOST:PORT" as its first line, then serves
+// until SIGINT or SIGTERM.
 
 #include <pthread.h>
 
@@ -15,8 +16,9 @@
 #include <iostream>
 #include <optional>
 #include <string>
+#include <system_error>
 
-#include "DefaultDataDirectory.h"
+#include "PlantOptions.h"
 #include "Recorder.h"
 #include "vrex/RequestCatalog.h"
 #include "vrex/data/Text.h"
@@ -27,6 +29,7 @@ namespace {
 struct CommandLine {
   vrex::stub::StubServerOptions server;
   std::string dataDirectory;
+  vrex::stub::PlantOptions plant;
   std::string recordFrom;
   std::chrono::milliseconds recordTimeout{5000};
   bool verbose = false;
@@ -77,12 +80,14 @@ void AddClientBounds(CLI::App& app, vrex::stub::StubServerOptions& options) {
 
 CommandLine ParseCommandLine(int argc, char** argv) {
   CommandLine line;
-  CLI::App app{"Stub results server: answers POST /api/<RequestType> from a data directory"};
+  CLI::App app{
+      "Stub results server: answers POST /api/<RequestType> from a plant database and cases"};
   app.add_option("--port", line.server.port, "Port to listen on; 0 picks a free one")
       ->check(CLI::Range(0, 65535));
   app.add_option("--host", line.server.host, "Address to listen on");
   app.add_option("--data", line.dataDirectory,
-                 "Data directory, one answer per request type (default: the sample plant)");
+                 "Data directory of cases, tried before the plant (default: none)");
+  vrex::stub::AddPlantOptions(app, line.plant);
   app.add_option("--threads", line.server.threads, "Connections served at once")
       ->check(CLI::Range(1, 256));
   AddClientBounds(app, line.server);
@@ -106,8 +111,8 @@ CommandLine ParseCommandLine(int argc, char** argv) {
     std::cerr << "vrex-stub: --record-from needs --data, the directory to record into\n";
     std::exit(EXIT_FAILURE);
   }
-  if (line.dataDirectory.empty()) {
-    line.dataDirectory = vrex::stub::DefaultDataDirectory().string();
+  if (*line.plant.generate) {
+    std::exit(vrex::stub::GeneratePlantCommand(line.plant));
   }
   return line;
 }
@@ -143,6 +148,15 @@ void RecordFromLiveServer(vrex::stub::StubServer& server, vrex::stub::Recorder& 
   }
 }
 
+/// The private copy of the default plant, removed however the program ends.
+struct RemovedAtExit {
+  std::filesystem::path path;
+  ~RemovedAtExit() {
+    std::error_code ignored;
+    if (!path.empty()) std::filesystem::remove(path, ignored);
+  }
+};
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -152,8 +166,13 @@ int main(int argc, char** argv) {
     vrex::stub::StubServer server(line.server);
     std::optional<vrex::stub::Recorder> recorder;
     auto answers = vrex::Result<std::size_t>::Success(0);
+    RemovedAtExit plantCopy;
     if (line.recordFrom.empty()) {
-      answers = server.LoadAnswers(line.dataDirectory);
+      if (!line.dataDirectory.empty()) answers = server.LoadAnswers(line.dataDirectory);
+      if (answers) {
+        server.SetPlant(
+            vrex::stub::OpenPlant(line.plant, line.dataDirectory.empty(), plantCopy.path));
+      }
     } else {
       RecordFromLiveServer(server, recorder.emplace(line.recordFrom, line.dataDirectory,
                                                     line.recordTimeout, StandardError));
@@ -171,7 +190,15 @@ int main(int argc, char** argv) {
       std::cerr << "vrex-stub: recording answers of " << line.recordFrom << " into "
                 << line.dataDirectory << '\n';
     } else {
-      std::cerr << "vrex-stub: " << answers.Value() << " cases from " << line.dataDirectory << '\n';
+      if (!line.dataDirectory.empty()) {
+        std::cerr << "vrex-stub: " << answers.Value() << " cases from " << line.dataDirectory
+                  << '\n';
+      }
+      if (!plantCopy.path.empty() || !line.plant.plantFile.empty()) {
+        std::cerr << "vrex-stub: plant "
+                  << (plantCopy.path.empty() ? line.plant.plantFile : plantCopy.path.string())
+                  << '\n';
+      }
     }
 
     int received = 0;

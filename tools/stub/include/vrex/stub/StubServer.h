@@ -14,7 +14,9 @@
 //   - a request type with cases (StubCase.h): the next answer of the first
 //     case the request matches; 404 naming the closest cases and the field
 //     that differed when none does (journalled as unmatched);
-//   - a request type the catalog knows, without one: 200 with an empty body
+//   - a request type without cases, when a plant (Plant.h) is set and holds
+//     data of that type: what the plant computes from the request;
+//   - a request type the catalog knows, without any of these: 200 with an empty body
 //     (an empty message of any type);
 //   - a request type the catalog does not know, or a path that is not
 //     "/api/<RequestType>": 404;
@@ -36,6 +38,7 @@
 #include "vrex/stub/AnswerLoader.h"
 #include "vrex/stub/CannedAnswer.h"
 #include "vrex/stub/JournalEntry.h"
+#include "vrex/stub/Plant.h"
 #include "vrex/stub/Responder.h"
 #include "vrex/stub/StubCase.h"
 
@@ -139,6 +142,8 @@ class StubServer {
   void SetBlockingResponder(std::string_view requestType, Responder responder);
   /// Removes the responder of `requestType`; its canned answer, if any, applies again.
   void ClearResponder(std::string_view requestType);
+  /// Answers what no responder or case does from `plant`; nullptr removes it.
+  void SetPlant(std::shared_ptr<const Plant> plant);
   /// The first answer of the default case of `requestType`, if it has one.
   std::optional<CannedAnswer> Answer(std::string_view requestType) const;
   /// Adds the cases of a data directory (see AnswerLoader.h), replacing

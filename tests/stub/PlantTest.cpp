@@ -1,0 +1,605 @@
+// The generated plant as the stub serves it: every filter of a test query
+// against a plain in-memory reading of the same tests, the same test alike in
+// every answer, commands seen by the next query, and a generator that is
+// deterministic and realistic.
+
+#include <gmock/gmock.h>
+#include <google/protobuf/util/message_differencer.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "AddShiftCommand.pb.h"
+#include "DefectReportContainer.pb.h"
+#include "ErrorGroupsContainer.pb.h"
+#include "GeneralInformationContainer.pb.h"
+#include "IdNameTableStore.pb.h"
+#include "LineResultCountContainer.pb.h"
+#include "LogEntryContainer.pb.h"
+#include "MeasurementContainer.pb.h"
+#include "ProtocolCrossReferenceStore.pb.h"
+#include "RawHttp.h"
+#include "ReferenceUnitContainer.pb.h"
+#include "ResultCountContainer.pb.h"
+#include "ScratchDirectory.h"
+#include "ShiftContainer.pb.h"
+#include "SimpleTopologyContainer.pb.h"
+#include "TestHistoryGeneralContainer.pb.h"
+#include "TopNRejectsContainer.pb.h"
+#include "VectorTrackOfMeasurementsContainer.pb.h"
+#include "VersionDTO.pb.h"
+#include "WavFileInfo.pb.h"
+#include "plant/Sqlite.h"
+#include "plant/TestValues.h"
+#include "vrex/MessageJson.h"
+#include "vrex/stub/Plant.h"
+#include "vrex/stub/StubServer.h"
+
+namespace vrex::stub {
+namespace {
+
+namespace dc = Korvan::KQ::DataContracts;
+using Header = dc::GeneralInformation;
+
+constexpr std::int64_t kNow = 1'795'000'000;  // a fixed present moment
+constexpr const char* kLine = R"("Factory": "Plant-North", "Line": "Line-A")";
+
+std::string Slurp(const std::filesystem::path& file) {
+  std::ifstream in(file, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+/// The plant's answer to `json` as a `requestType`; `status` when it is no 200.
+CannedAnswer Ask(const Plant& plant, const std::string& requestType, const std::string& json) {
+  auto request = MessageFromJson(requestType, json);
+  EXPECT_TRUE(request.Ok()) << json;
+  JournalEntry entry;
+  entry.body = request.Ok() ? request.Value()->SerializeAsString() : "";
+  return plant.Answer(requestType, entry).value_or(TextAnswer(599, "no answer"));
+}
+
+template <typename Answer>
+Answer AskFor(const Plant& plant, const std::string& requestType, const std::string& json) {
+  const CannedAnswer answer = Ask(plant, requestType, json);
+  EXPECT_EQ(answer.status, 200) << requestType << " " << json << ": " << answer.body;
+  Answer message;
+  EXPECT_TRUE(message.ParseFromString(answer.body));
+  return message;
+}
+
+std::vector<int> IdsOf(const dc::GeneralInformationContainer& tests) {
+  std::vector<int> ids;
+  for (const Header& test : tests.values()) ids.push_back(test.pkident());
+  return ids;
+}
+
+class PlantQueries : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    directory_ = new vrex::testing::ScratchDirectory();
+    GeneratePlantFile(directory_->Path() / "plant.sqlite", 1600, 7, 7, kNow);
+  }
+  static void TearDownTestSuite() { delete directory_; }
+
+  void SetUp() override {
+    // Each test a copy of its own: commands change it.
+    const auto file =
+        directory_->Path() /
+        (std::string(::testing::UnitTest::GetInstance()->current_test_info()->name()) + ".sqlite");
+    std::filesystem::copy_file(directory_->Path() / "plant.sqlite", file);
+    plant = std::make_unique<Plant>(file);
+    all = AskFor<dc::GeneralInformationContainer>(*plant, "GeneralInformationQuery",
+                                                  std::string("{") + kLine + "}");
+  }
+
+  std::vector<int> Query(const std::string& filters) {
+    return IdsOf(AskFor<dc::GeneralInformationContainer>(
+        *plant, "GeneralInformationQuery", std::string("{") + kLine + ", " + filters + "}"));
+  }
+
+  static inline vrex::testing::ScratchDirectory* directory_ = nullptr;
+  std::unique_ptr<Plant> plant;
+  dc::GeneralInformationContainer all;  // every test of Line-A, oldest first
+};
+
+std::string Time(const Header& test) { return std::to_string(test.measurementtime().value()); }
+
+int LocalMinute(const Header& test) {  // Line-A keeps UTC+1
+  return static_cast<int>((test.measurementtime().value() / 60 + 60) % 1440);
+}
+
+TEST_F(PlantQueries, EveryFilterSelectsWhatAPlainReadingOfTheTestsDoes) {
+  ASSERT_EQ(all.values_size(), 400);
+  const auto& t = all.values();
+  std::map<std::string, std::int64_t> firstTime;  // of each unit
+  for (const Header& test : t) firstTime.emplace(test.serial(), test.measurementtime().value());
+  const Header& failed =
+      *std::find_if(t.begin(), t.end(), [](const Header& h) { return h.resultid() != 1; });
+
+  struct Row {
+    std::string filters;
+    std::function<bool(const Header&)> selects;
+    int last = 0;  // LastN.TopN
+    bool first = false;
+  };
+  const auto window = [&](const Header& h) {
+    return h.measurementtime().value() >= t[100].measurementtime().value() &&
+           h.measurementtime().value() <= t[140].measurementtime().value();
+  };
+  const std::string time = R"("Time": {"From": {"value": )" + Time(t[100]) +
+                           R"(, "scale": "SECONDS"}, "Until": {"value": )" + Time(t[140]) +
+                           R"(, "scale": "SECONDS"}})";
+  const std::string halfPast = R"("Time": {"From": {"value": )" +
+                               std::to_string(t[100].measurementtime().value() * 1000 + 500) +
+                               R"(, "scale": "MILLISECONDS"}})";
+  const std::vector<Row> rows = {
+      {time, window},
+      {halfPast,
+       [&](const Header& h) {
+         return h.measurementtime().value() > t[100].measurementtime().value();
+       }},
+      {R"("LastN": {"TopN": 5})", [](const Header&) { return true; }, 5},
+      {R"("LastN": {"TopN": 5, "TopNFirst": true})", [](const Header&) { return true; }, 5, true},
+      {time + R"(, "LastN": {"TopN": 3})", window, 3},
+      {R"("TestRepetition": {"TestRepetition": "FirstTest"})",
+       [](const Header& h) { return h.ordinal() == 1; }},
+      {R"("TestRepetition": {"TestRepetition": "LastTest"})",
+       [](const Header& h) { return h.thislast(); }},
+      {R"("TestRepetition": {"TestRepetition": "CurrentRejects"})",
+       [](const Header& h) { return h.thislast() && h.result() != "OK"; }},
+      {R"("TestRepetition": {"TestRepetition": "DirectTest"})",
+       [](const Header& h) { return h.ordinal() == 1 && h.thislast(); }},
+      {R"("TestRepetition": {"TestRepetition": "NTests", "NrOfRepetitions": 2})",
+       [](const Header& h) { return h.ordinal() <= 2; }},
+      {R"("TestRepetition": {"MinOrdinal": 2, "MaxOrdinal": 3})",
+       [](const Header& h) { return h.ordinal() >= 2 && h.ordinal() <= 3; }},
+      {R"("TestRepetition": {"MaxRepetitions": 0})",
+       [](const Header& h) { return h.ordinal() == 1; }},
+      {R"("TestRepetition": {"MaxMinutes": 20})",
+       [&](const Header& h) {
+         return h.measurementtime().value() - firstTime[h.serial()] <= 1200;
+       }},
+      {R"("BaseType": {"Items": ["GX-300"]})",
+       [](const Header& h) { return h.basetype() == "GX-300"; }},
+      {R"("BaseType": {"Items": ["2"], "UseIds": true, "Exclude": true})",
+       [](const Header& h) { return h.basetype() != "GX-300"; }},
+      {R"("Type": {"Items": ["GX-200-6M", "GX-300-4M"]})",
+       [](const Header& h) { return h.type() == "GX-200-6M" || h.type() == "GX-300-4M"; }},
+      {R"("Type": {"Items": ["1"], "UseIds": true})",
+       [](const Header& h) { return h.type() == "GX-200-4M"; }},
+      {R"("Bench": {"Items": ["Bench-2"]})",
+       [](const Header& h) { return h.bench() == "Bench-2"; }},
+      {R"("Bench": {"Items": ["Bench-2"], "Exclude": true})",
+       [](const Header& h) { return h.bench() != "Bench-2"; }},
+      {R"("Bench": {"Items": ["3", "x"], "UseIds": true})",
+       [](const Header& h) { return h.bench() == "Bench-3"; }},
+      {R"("Bench": {"Items": ["Bench-9"]})", [](const Header&) { return false; }},
+      {R"("SerialNumber": {"Items": [")" + failed.serial() + R"("]})",
+       [&](const Header& h) { return h.serial() == failed.serial(); }},
+      {R"("SerialNumber": {"Items": ["3150", "3151"], "ParseNumber": true, "ParseStart": 5, "ParseLength": 7})",
+       [](const Header& h) {
+         return h.serial() == "SN-A-0003150" || h.serial() == "SN-A-0003151";
+       }},
+      {R"("SerialNumber": {"Items": ["SN-A-0003150"], "Exclude": true})",
+       [](const Header& h) { return h.serial() != "SN-A-0003150"; }},
+      {R"("TestKind": {"Items": ["Retest"]})",
+       [](const Header& h) { return h.testkind() == "Retest"; }},
+      {R"("TestKind": {"Items": ["3"], "UseIds": true})",
+       [](const Header& h) { return h.testkind() == "Reference test"; }},
+      {R"("ShiftOffset": {"Items": ["Night"]})",
+       [](const Header& h) { return LocalMinute(h) >= 1320 || LocalMinute(h) < 360; }},
+      {R"("ShiftOffset": {"Items": ["Early"], "Exclude": true})",
+       [](const Header& h) { return LocalMinute(h) < 360 || LocalMinute(h) >= 840; }},
+      {R"("ReferenceUnit": {"SelectionType": "BySerial"})",
+       [](const Header& h) { return h.serial() == "REF-A-01"; }},
+      {R"("ReferenceUnit": {"Exclude": true})",
+       [](const Header& h) { return h.serial() != "REF-A-01"; }},
+      {R"("AddInfo": {"Keys": ["Operator"], "Items": ["K. Yilmaz"]})",
+       [](const Header& h) { return h.additionalinfo().at("Operator") == "K. Yilmaz"; }},
+      {R"("AddInfo": {"Items": ["K. Yilmaz", "M. Weber"], "Exclude": true})",
+       [](const Header& h) {
+         const std::string& who = h.additionalinfo().at("Operator");
+         return who != "K. Yilmaz" && who != "M. Weber";
+       }},
+      {R"("IdRange": {"Ranges": [{"Min": 1100, "Max": 1200}, {"Min": 1150, "Max": 1160, "Exclude": true}]})",
+       [](const Header& h) {
+         return h.pkident() >= 1100 && h.pkident() <= 1200 &&
+                (h.pkident() < 1150 || h.pkident() > 1160);
+       }},
+      {R"("Bench": {"Items": ["Bench-1"]}, "TestRepetition": {"TestRepetition": "FirstTest"}, "LastN": {"TopN": 4})",
+       [](const Header& h) { return h.bench() == "Bench-1" && h.ordinal() == 1; }, 4},
+  };
+  for (const Row& row : rows) {
+    std::vector<int> expected;
+    for (const Header& test : t) {
+      if (row.selects(test)) expected.push_back(test.pkident());
+    }
+    if (row.last > 0 && static_cast<int>(expected.size()) > row.last) {
+      expected = row.first ? std::vector<int>(expected.begin(), expected.begin() + row.last)
+                           : std::vector<int>(expected.end() - row.last, expected.end());
+    }
+    EXPECT_EQ(Query(row.filters), expected) << row.filters;
+  }
+}
+
+TEST_F(PlantQueries, ATestIsTheSameInEveryAnswerAndUnknownLinesAreRefusedByName) {
+  const Header& failed = *std::find_if(all.values().begin(), all.values().end(),
+                                       [](const Header& h) { return h.resultid() != 1; });
+  const std::string ids = R"("Identifier": [)" + std::to_string(failed.pkident()) +
+                          ", 99999, 1001, " + std::to_string(failed.pkident()) + "]";
+  const auto byId = AskFor<dc::GeneralInformationContainer>(
+      *plant, "GeneralInformationByIdQuery", std::string("{") + kLine + ", " + ids + "}");
+  EXPECT_EQ(IdsOf(byId), (std::vector<int>{failed.pkident(), 1001}));
+  const auto measurements = AskFor<dc::MeasurementContainer>(
+      *plant, "MeasurementByIdQuery", std::string("{") + kLine + ", " + ids + "}");
+  const auto defects = AskFor<dc::DefectReportContainer>(
+      *plant, "DefectReportQuery",
+      std::string("{") + kLine + R"(, "IdRange": {"Ranges": [{"Min": )" +
+          std::to_string(failed.pkident()) + R"(, "Max": )" + std::to_string(failed.pkident()) +
+          "}]}}");
+  ASSERT_EQ(measurements.measurements().count(failed.pkident()), 1U);
+  const dc::Measurement& measurement = measurements.measurements().at(failed.pkident());
+  using google::protobuf::util::MessageDifferencer;
+  EXPECT_TRUE(MessageDifferencer::Equals(measurement.generalinformation(), failed));
+  EXPECT_TRUE(MessageDifferencer::Equals(byId.values(0), failed));
+  ASSERT_GE(measurement.defectreport().defects_size(), 1);
+  EXPECT_TRUE(MessageDifferencer::Equals(defects.values().at(failed.pkident()),
+                                         measurement.defectreport()));
+  EXPECT_EQ(measurements.measurements().size(), 2U) << "the unknown identifier is left out";
+
+  std::map<std::string, int> rejectsByBench;
+  int rejects = 0;
+  for (const Header& test : all.values()) {
+    if (test.resultid() != 1) ++rejects, ++rejectsByBench[test.bench()];
+  }
+  int bad = 0;
+  const auto counts =
+      AskFor<dc::ResultCountContainer>(*plant, "ResultCountQuery", std::string("{") + kLine + "}");
+  for (const auto& row : counts.values()) bad += row.badunits();
+  EXPECT_EQ(bad, rejects);
+  const auto lines = AskFor<dc::LineResultCountContainer>(
+      *plant, "FactoryResultCountQuery",
+      R"({"Factory": "Plant-North", "Lines": ["Line-A", "Line-B"]})");
+  int badOfLineA = 0;
+  for (const auto& row : lines.values()) badOfLineA += row.line() == "Line-A" ? row.badunits() : 0;
+  EXPECT_EQ(badOfLineA, rejects);
+  EXPECT_GT(lines.values(0).benchid(), 0);
+  std::map<std::string, int> counted;
+  const auto top = AskFor<dc::TopNRejectsContainer>(
+      *plant, "TopNRejectsQuery", std::string("{") + kLine + R"(, "GroupBy": "TestBench"})");
+  for (const auto& row : top.values()) {
+    counted[row.category()] = row.count();
+  }
+  EXPECT_EQ(counted, rejectsByBench);
+  const auto history = AskFor<dc::TestHistoryGeneralContainer>(*plant, "TestHistoryGeneralQuery",
+                                                               std::string("{") + kLine + "}");
+  int historyUnits = 0, historyBad = 0;
+  for (const auto& day : history.values())
+    historyUnits += day.allunits(), historyBad += day.badunits();
+  EXPECT_EQ(historyUnits, all.values_size());
+  EXPECT_EQ(historyBad, rejects);
+  EXPECT_EQ(history.values(0).year(), 2026);
+  EXPECT_EQ(history.values_size(), 8) << "seven days up to a moment in the day";
+  const auto references = AskFor<dc::ProtocolCrossReferenceStore>(
+      *plant, "ProtocolCrossReferenceQuery", std::string("{") + kLine + "}");
+  ASSERT_EQ(references.entries_size(), 5);
+  EXPECT_EQ(references.entries(2).fkinstrument(), 2)
+      << "FFT, second of Campbell, FFT, Level, Tracker";
+  const auto topOne = AskFor<dc::TopNRejectsContainer>(
+      *plant, "TopNRejectsQuery",
+      std::string("{") + kLine + R"(, "GroupBy": "TestBench", "TopNCount": 1})");
+  ASSERT_EQ(topOne.values_size(), 1);
+  EXPECT_EQ(topOne.values(0).count(),
+            std::max_element(rejectsByBench.begin(), rejectsByBench.end(),
+                             [](const auto& a, const auto& b) { return a.second < b.second; })
+                ->second);
+  const auto level = AskFor<dc::TopNRejectsContainer>(
+      *plant, "TopNRejectsQuery",
+      std::string("{") + kLine + R"(, "ErrorCode": {"Items": [1003]}})");
+  ASSERT_EQ(level.values_size(), 1);
+  EXPECT_EQ(level.values(0).category(), "1003");
+
+  const auto track = AskFor<dc::VectorTrackOfMeasurementsContainer>(
+      *plant, "VectorTrackOfMeasurementsByIdQuery",
+      std::string("{") + kLine + ", " + ids + R"(, "Clavis": {"Mode": "Idle"}})");
+  ASSERT_EQ(track.vectortrack().values_size(), 2);
+  EXPECT_EQ(track.vectortrack().values(0).z(), failed.pkident());
+  EXPECT_TRUE(MessageDifferencer::Equals(
+      track.measurementinfos().at(failed.pkident()).defectreport(), measurement.defectreport()));
+
+  const auto only = AskFor<dc::MeasurementContainer>(
+      *plant, "MeasurementByIdQuery",
+      std::string("{") + kLine +
+          R"(, "Identifier": [1001], "Clavis": {"Items": [{"Mode": "Idle"}]}})");
+  ASSERT_EQ(only.measurements().at(1001).measurementvalues().values_size(), 1);
+  EXPECT_EQ(
+      only.measurements().at(1001).measurementvalues().keys().begin()->second.instrumentparameter(),
+      "Spectrum");
+
+  const auto topology = AskFor<dc::SimpleTopologyContainer>(*plant, "SimpleTopologyQuery", "{}");
+  ASSERT_EQ(topology.values_size(), 3);
+  const dc::Line& chicago = topology.values(1).lines(0);
+  EXPECT_EQ(chicago.timezoneid().windowstimezoneid(), "Central Standard Time");
+  EXPECT_EQ(chicago.timezoneid().utcoffsetinminutes(), -360);
+  EXPECT_EQ(chicago.benchtimezoneid().ianatimezoneid(), "Etc/UTC");
+  const auto names = AskFor<dc::IdNameTableStore>(*plant, "ResultDbIdNameTablesQuery",
+                                                  std::string("{") + kLine + "}");
+  std::set<std::string> locations;
+  for (const auto& table : names.tables()) {
+    for (const auto& item : table.items()) {
+      if (table.name() == "Location") locations.insert(item.name());
+    }
+  }
+  EXPECT_EQ(locations, (std::set<std::string>{"Gearbox", "Housing"}));
+
+  const CannedAnswer line =
+      Ask(*plant, "GeneralInformationQuery", R"({"Factory": "Plant-North", "Line": "Line-Z"})");
+  EXPECT_EQ(line.status, 400);
+  EXPECT_THAT(line.body, ::testing::HasSubstr("\"Line-Z\""));
+  const CannedAnswer factory =
+      Ask(*plant, "MeasurementQuery", R"({"Factory": "Plant-West", "Line": "Line-A"})");
+  EXPECT_EQ(factory.status, 400);
+  EXPECT_THAT(factory.body, ::testing::HasSubstr("\"Plant-West\""));
+}
+
+TEST_F(PlantQueries, CommandsChangeWhatTheNextQuerySeesAndAFailedOneChangesNothing) {
+  const auto logged = [&] {
+    return AskFor<dc::LogEntryContainer>(*plant, "LogEntryQuery",
+                                         R"({"FromTime": {"value": )" + std::to_string(kNow + 1) +
+                                             R"(, "scale": "SECONDS"}})")
+        .logentries_size();
+  };
+  const int before = logged();
+  EXPECT_EQ(before, 0) << "the generator's entry is older";
+  const std::string weekend =
+      std::string("{") + kLine +
+      R"(, "Shift": {"Name": "Weekend", "Items": [{"Start": 360, "End": 840, "Weekdays": ["Saturday"]}]}})";
+  EXPECT_EQ(Ask(*plant, "AddShiftCommand", weekend).status, 200);
+  EXPECT_EQ(Ask(*plant, "AddShiftCommand", weekend).status, 409)
+      << "a second shift of the same name";
+  const auto shifts = AskFor<dc::ShiftContainer>(
+      *plant, "GetShiftQuery", std::string("{") + kLine + R"(, "Names": ["Weekend"]})");
+  ASSERT_EQ(shifts.values_size(), 1);
+  EXPECT_EQ(shifts.values(0).items(0).weekdays(0), Korvan::KQ::DataContracts::Enumerator::Saturday);
+  EXPECT_EQ(AskFor<dc::ShiftContainer>(*plant, "GetShiftQuery",
+                                       std::string("{") + kLine + R"(, "Names": ["Early"]})")
+                .values_size(),
+            1);
+  EXPECT_EQ(Ask(*plant, "UpdateShiftCommand",
+                std::string("{") + kLine +
+                    R"(, "Shift": {"Name": "Early", "Items": [{"Start": -5, "End": 60}]}})")
+                .status,
+            400);
+  EXPECT_EQ(AskFor<dc::ShiftContainer>(*plant, "GetShiftQuery",
+                                       std::string("{") + kLine + R"(, "Names": ["Early"]})")
+                .values(0)
+                .items(0)
+                .end(),
+            840)
+      << "the refused update left the shift whole";
+  EXPECT_EQ(Ask(*plant, "UpdateShiftCommand",
+                std::string("{") + kLine +
+                    R"(, "Shift": {"Name": "Weekend", "Items": [{"Start": 1380, "End": 1440}]}})")
+                .status,
+            200)
+      << "a shift may end at midnight";
+  EXPECT_EQ(logged(), before + 2) << "only the commands that succeeded are logged";
+
+  const std::string groups = std::string("{") + kLine + R"(, "Names": ["Noise"]})";
+  const auto noise = AskFor<dc::ErrorGroupsContainer>(*plant, "GetErrorGroupQuery", groups);
+  ASSERT_EQ(noise.values_size(), 1);
+  EXPECT_EQ(noise.values(0).items_size(), 3);
+  EXPECT_EQ(
+      Ask(*plant, "UpdateErrorGroupCommand",
+          std::string("{") + kLine +
+              R"(, "ErrorGroup": {"Name": "Noise", "Items": [{"StartId": 1001, "EndId": 1005}]}})")
+          .status,
+      200);
+  const auto updated = AskFor<dc::ErrorGroupsContainer>(*plant, "GetErrorGroupQuery", groups);
+  ASSERT_EQ(updated.values_size(), 1);
+  ASSERT_EQ(updated.values(0).items_size(), 1);
+  EXPECT_EQ(updated.values(0).items(0).endid(), 1005);
+  EXPECT_EQ(
+      Ask(*plant, "DeleteErrorGroupCommand", std::string("{") + kLine + R"(, "Name": "Noise"})")
+          .status,
+      200);
+  EXPECT_EQ(AskFor<dc::ErrorGroupsContainer>(*plant, "GetErrorGroupQuery", groups).values_size(),
+            0);
+  EXPECT_EQ(
+      AskFor<dc::ErrorGroupsContainer>(*plant, "GetErrorGroupQuery", std::string("{") + kLine + "}")
+          .values(0)
+          .name(),
+      "Vibration");
+  EXPECT_EQ(Ask(*plant, "AddReferenceUnitCommand",
+                std::string("{") + kLine + R"(, "ReferenceUnit": {"Name": "SN-A-0003150"}})")
+                .status,
+            200);
+  EXPECT_THAT(Query(R"("ReferenceUnit": {"SelectionType": "BySerial"})"),
+              ::testing::Contains(::testing::Ge(1001)));
+  const auto references = Query(
+      R"("ReferenceUnit": {"SelectionType": "BySerial"}, "SerialNumber": {"Items": ["SN-A-0003150"]})");
+  EXPECT_FALSE(references.empty());
+  EXPECT_EQ(AskFor<dc::ReferenceUnitContainer>(
+                *plant, "GetReferenceUnitQuery",
+                std::string("{") + kLine + R"(, "Names": ["SN-A-0003150"]})")
+                .values_size(),
+            1);
+  EXPECT_EQ(Ask(*plant, "ResultDbTruncateCommand", std::string("{") + kLine + "}").status, 200);
+  EXPECT_TRUE(Query(R"("LastN": {"TopN": 5})").empty());
+  EXPECT_EQ(logged(), before + 6);
+}
+
+/// The strongest line of `samples` by a DFT of its first `window` samples.
+int DominantLine(const std::string& samples, int window) {
+  std::vector<double> x(static_cast<std::size_t>(window));
+  for (int i = 0; i < window; ++i) {
+    x[static_cast<std::size_t>(i)] =
+        static_cast<std::int16_t>(static_cast<std::uint8_t>(samples[2 * i]) |
+                                  static_cast<std::uint8_t>(samples[2 * i + 1]) << 8);
+  }
+  int best = 0;
+  double strongest = -1;
+  for (int k = 1; k < window / 2; ++k) {  // Goertzel, bin by bin
+    const double c = 2 * std::cos(2 * std::acos(-1.0) * k / window);
+    double s1 = 0, s2 = 0;
+    for (double v : x) {
+      const double s0 = v + c * s1 - s2;
+      s2 = s1;
+      s1 = s0;
+    }
+    const double power = s1 * s1 + s2 * s2 - c * s1 * s2;
+    if (power > strongest) strongest = power, best = k;
+  }
+  return best;
+}
+
+TEST_F(PlantQueries, ATestsSoundIsAWavFileWhoseStrongestLineIsItsSpectrums) {
+  const CannedAnswer wav =
+      Ask(*plant, "WavFileQuery", std::string("{") + kLine + R"(, "Identifier": 1010})");
+  ASSERT_EQ(wav.status, 200) << wav.body;
+  ASSERT_GT(wav.body.size(), 44U + 2 * 12800);
+  EXPECT_EQ(wav.body.substr(0, 4), "RIFF");
+  EXPECT_EQ(wav.body.substr(8, 8), "WAVEfmt ");
+  EXPECT_EQ(wav.body.substr(36, 4), "data");
+  const auto spectrum = AskFor<dc::MeasurementContainer>(
+      *plant, "MeasurementByIdQuery",
+      std::string("{") + kLine +
+          R"(, "Identifier": [1010], "Clavis": {"Items": [{"Mode": "Idle"}]}})");
+  const auto& lines = spectrum.measurements()
+                          .at(1010)
+                          .measurementvalues()
+                          .values()
+                          .begin()
+                          ->second.vector()
+                          .values();
+  const auto loudest = std::max_element(lines.begin() + 1, lines.end(),
+                                        [](const auto& a, const auto& b) { return a.y() < b.y(); });
+  // 12 800 samples at 16 kHz: bin k is k * 1.25 Hz, the spectrum's line k.
+  EXPECT_EQ(DominantLine(wav.body.substr(44), 12800), loudest - lines.begin());
+  EXPECT_EQ(
+      Ask(*plant, "WavFileQuery", std::string("{") + kLine + R"(, "Identifier": 99999})").status,
+      404);
+  const auto where = AskFor<dc::WavFileInfo>(*plant, "WavFileInfoQuery",
+                                             std::string("{") + kLine + R"(, "Identifier": 1010})");
+  EXPECT_EQ(where.wavfilepath(), "1010.wav");
+  const auto byName = [&](const std::string& bench, const std::string& name) {
+    return Ask(*plant, "WavFileTestBenchQuery",
+               std::string("{") + kLine + R"(, "TestBench": ")" + bench + R"(", "FileName": ")" +
+                   name + "\"}");
+  };
+  EXPECT_EQ(byName(where.testbench(), "1010.wav").body, wav.body);
+  EXPECT_EQ(byName(where.testbench(), "x.wav").status, 404);
+  EXPECT_EQ(byName("Bench-9", "1010.wav").status, 404);
+}
+
+TEST_F(PlantQueries, TheGatewayTokenIsRequiredWhenTheStubIsToldSo) {
+  plant->RequireToken("right token");
+  JournalEntry request;
+  EXPECT_EQ(plant->Answer("SimpleTopologyQuery", request)->status, 401);
+  request.headers.push_back({"GatewayApiAuthentication", "wrong token"});
+  EXPECT_EQ(plant->Answer("SimpleTopologyQuery", request)->status, 401);
+  request.headers.back().value = "right token";
+  EXPECT_EQ(plant->Answer("SimpleTopologyQuery", request)->status, 200);
+}
+
+TEST(PlantGenerator, TheSameSeedGivesTheSameBytesAndARealisticPlant) {
+  const vrex::testing::ScratchDirectory directory;
+  GeneratePlantFile(directory.Path() / "a", 2000, 5, 3, kNow);
+  GeneratePlantFile(directory.Path() / "b", 2000, 5, 3, kNow);
+  GeneratePlantFile(directory.Path() / "c", 2000, 5, 4, kNow);
+  EXPECT_EQ(Slurp(directory.Path() / "a"), Slurp(directory.Path() / "b"));
+  EXPECT_NE(Slurp(directory.Path() / "a"), Slurp(directory.Path() / "c"));
+
+  const Plant plant(directory.Path() / "a");
+  const std::string line = R"("Factory": "Plant-North", "Line": "Line-A")";
+  const auto headers =
+      AskFor<dc::GeneralInformationContainer>(plant, "GeneralInformationQuery", "{" + line + "}");
+  std::set<std::string> units, failedUnits;
+  std::map<std::string, int> ordinals;
+  std::string valuesOf;  // the failing tests and the last 30: their values are checked
+  for (const Header& header : headers.values()) {
+    EXPECT_EQ(header.ordinal(), ++ordinals[header.serial()]) << "retests in order";
+    units.insert(header.serial());
+    if (header.resultid() != 1) {
+      if (header.ordinal() == 1) failedUnits.insert(header.serial());
+      valuesOf += std::to_string(header.pkident()) + ", ";
+    }
+  }
+  for (const Header& header : headers.values()) {
+    EXPECT_EQ(header.thislast(), header.ordinal() == ordinals[header.serial()]);
+  }
+  const double rate = static_cast<double>(failedUnits.size()) / static_cast<double>(units.size());
+  EXPECT_GE(rate, 0.03);
+  EXPECT_LE(rate, 0.08);
+
+  for (int i = headers.values_size() - 30; i < headers.values_size(); ++i) {
+    valuesOf += std::to_string(headers.values(i).pkident()) + ", ";
+  }
+  const auto answer = AskFor<dc::MeasurementContainer>(
+      plant, "MeasurementByIdQuery", "{" + line + R"(, "Identifier": [)" + valuesOf + "0]}");
+  EXPECT_GT(answer.measurements_size(), 40);
+  for (const auto& [id, test] : answer.measurements()) {
+    const Header& header = test.generalinformation();
+    bool exceeds = false;
+    for (const auto& [key, value] : test.measurementvalues().values()) {
+      exceeds = exceeds || plant::ExceedsLimit(value);
+    }
+    EXPECT_EQ(exceeds, header.resultid() != 1)
+        << "a test fails exactly when a value exceeds its limit: " << id;
+    EXPECT_EQ(test.defectreport().defects_size() > 0, header.resultid() != 1) << id;
+    for (const dc::Defect& defect : test.defectreport().defects()) {
+      EXPECT_GT(defect.value(), defect.limit());
+      bool named = false;  // the defect's key is that of a value over its limit
+      for (const auto& [handle, key] : test.measurementvalues().keys()) {
+        named = named || (key.SerializeAsString() == defect.clavis().SerializeAsString() &&
+                          plant::ExceedsLimit(test.measurementvalues().values().at(handle)));
+      }
+      EXPECT_TRUE(named) << id;
+    }
+  }
+}
+
+TEST(PlantServer, ACaseGoesBeforeThePlantAndAnEmptyMatchTakesTheRequestSentAsJsonText) {
+  const vrex::testing::ScratchDirectory directory;
+  GeneratePlantFile(directory.Path() / "plant", 400, 2, 1, kNow);
+  StubServer server;
+  server.SetPlant(std::make_shared<Plant>(directory.Path() / "plant"));
+  server.AddCase({"ApiVersionQuery", "all", "{}", {TextAnswer(503, "busy")}});
+  JournalEntry request;
+  dc::VersionDTO version;
+  ASSERT_TRUE(version.ParseFromString(
+      Plant(directory.Path() / "plant").Answer("ApiVersionQuery", request)->body));
+  EXPECT_EQ(version.major() * 100 + version.minor() * 10 + version.patch(), 421);
+  server.Start();
+  for (const std::string body : {"", "{}"}) {
+    const auto version = vrex::testing::ExchangeRaw(
+        server.Port(), "POST /api/ApiVersionQuery HTTP/1.1\r\nContent-Length: " +
+                           std::to_string(body.size()) + "\r\nConnection: close\r\n\r\n" + body);
+    EXPECT_EQ(vrex::testing::StatusOf(version), 503) << "body \"" << body << "\"";
+  }
+  const auto topology = vrex::testing::ExchangeRaw(
+      server.Port(),
+      "POST /api/SimpleTopologyQuery HTTP/1.1\r\nContent-Length: 2\r\nConnection: close\r\n\r\n{}");
+  EXPECT_EQ(vrex::testing::StatusOf(topology), 200);
+  EXPECT_THAT(vrex::testing::BodyOf(topology), ::testing::HasSubstr("Plant-North"));
+  EXPECT_FALSE(server.Journal().back().unmatched) << "the plant answered it";
+
+  // A plant that holds a gateway token requires it.
+  {
+    plant::SqliteDatabase db(directory.Path() / "plant", plant::SqliteDatabase::Mode::ReadWrite);
+    db.Execute("INSERT INTO token VALUES ('gateway', 'secret')");
+  }
+  EXPECT_EQ(Plant(directory.Path() / "plant").Answer("SimpleTopologyQuery", request)->status, 401);
+}
+
+}  // namespace
+}  // namespace vrex::stub

@@ -1,0 +1,365 @@
+#include "plant/TestSelection.h"
+
+#include <sqlite3.h>
+
+#include <cstdlib>
+#include <set>
+#include <variant>
+
+#include "vrex/data/Time.h"
+
+namespace vrex::stub::plant {
+
+namespace {
+
+namespace pb = google::protobuf;
+namespace en = Korvan::KQ::DataContracts::Enumerator;
+
+template <typename Filter>
+void Take(const pb::Message& request, const char* name, std::optional<Filter>& into) {
+  const pb::FieldDescriptor* field = request.GetDescriptor()->FindFieldByName(name);
+  if (field == nullptr || field->message_type() != Filter::descriptor() ||
+      !request.GetReflection()->HasField(request, field)) {
+    return;
+  }
+  into.emplace().CopyFrom(request.GetReflection()->GetMessage(request, field));
+}
+
+constexpr const char* kHeaderColumns =
+    "SELECT t.id, t.time, t.serial, ut.name, bt.name, b.name, r.name, t.result_id,"
+    " t.property_id, t.test_kind_id, k.name, t.ordinal, t.this_last, t.file_offset, t.operator,"
+    " t.production_order, t.next_time, t.seed FROM test t"
+    " JOIN unit_type ut ON ut.id = t.type_id JOIN base_type bt ON bt.id = ut.base_type_id"
+    " JOIN bench b ON b.id = t.bench_id JOIN result_kind r ON r.id = t.result_id"
+    " JOIN test_kind k ON k.id = t.test_kind_id";
+
+std::string FilePath(std::int64_t time, const std::string& bench) {
+  const std::time_t seconds = time;
+  std::tm utc{};
+  gmtime_r(&seconds, &utc);
+  char day[32];
+  std::strftime(day, sizeof day, "%Y/%m/%d/", &utc);
+  char stamp[16];
+  std::strftime(stamp, sizeof stamp, "%Y%m%d", &utc);
+  return day + bench + "_" + stamp + ".kqa";
+}
+
+TestRow ReadRow(const SqliteStatement& row) {
+  TestRow test;
+  dc::GeneralInformation& header = test.header;
+  header.set_pkident(static_cast<std::int32_t>(row.Int(0)));
+  *header.mutable_measurementtime() = UtcTime(row.Int(1));
+  header.set_serial(row.Text(2));
+  header.set_type(row.Text(3));
+  header.set_basetype(row.Text(4));
+  header.set_bench(row.Text(5));
+  header.set_result(row.Text(6));
+  header.set_resultid(static_cast<std::int32_t>(row.Int(7)));
+  header.set_propertyid(static_cast<std::int32_t>(row.Int(8)));
+  header.set_testkindid(static_cast<std::int32_t>(row.Int(9)));
+  header.set_testkind(row.Text(10));
+  header.set_ordinal(static_cast<std::int32_t>(row.Int(11)));
+  header.set_thislast(row.Int(12) != 0);
+  header.set_fileoffset(static_cast<std::int32_t>(row.Int(13)));
+  header.set_relativefilepath(FilePath(row.Int(1), header.bench()));
+  (*header.mutable_additionalinfo())["Operator"] = row.Text(14);
+  (*header.mutable_additionalinfo())["ProductionOrder"] = row.Text(15);
+  if (!row.IsNull(16)) *header.mutable_timeofnextmeasurement() = UtcTime(row.Int(16));
+  test.seed = static_cast<std::uint64_t>(row.Int(17));
+  return test;
+}
+
+/// A WHERE clause with its parameters, bound in order.
+class Conditions {
+ public:
+  void Add(std::string condition) { sql_ += " AND (" + std::move(condition) + ")"; }
+  std::string Parameter(std::int64_t value) {
+    parameters_.emplace_back(value);
+    return "?" + std::to_string(parameters_.size());
+  }
+  std::string Parameter(std::string value) {
+    parameters_.emplace_back(std::move(value));
+    return "?" + std::to_string(parameters_.size());
+  }
+  /// "column IN (?, ?)" over the items, or over their numbers with `numbers`
+  /// (an item that is no number matches nothing); NOT with `exclude`.
+  template <typename Items>
+  void AddList(const std::string& column, const Items& items, bool numbers, bool exclude) {
+    std::string list;
+    for (const std::string& item : items) {
+      if (numbers) {
+        char* end = nullptr;
+        const long long number = std::strtoll(item.c_str(), &end, 10);
+        if (item.empty() || *end != '\0') continue;
+        list += (list.empty() ? "" : ", ") + Parameter(std::int64_t{number});
+      } else {
+        list += (list.empty() ? "" : ", ") + Parameter(item);
+      }
+    }
+    Add(std::string(exclude ? "NOT " : "") + column + " IN (" + list + ")");
+  }
+  const std::string& Sql() const { return sql_; }
+  void Bind(SqliteStatement& statement) const {
+    int index = 0;
+    for (const auto& parameter : parameters_) {
+      std::visit([&](const auto& value) { statement.Bind(++index, value); }, parameter);
+    }
+  }
+
+ private:
+  std::string sql_;
+  std::vector<std::variant<std::int64_t, std::string>> parameters_;
+};
+
+std::int64_t SecondsOf(const bcl::DateTime& time, bool upper) {
+  const auto instant = vrex::data::ToInstant(time);
+  if (!instant || instant->extreme != vrex::data::Extreme::None) {
+    return upper ? INT64_MAX : INT64_MIN;
+  }
+  const auto ticks = instant->time.time_since_epoch().count();
+  // Whole seconds that lie within the bound.
+  const std::int64_t perSecond = 10'000'000;
+  const std::int64_t floor =
+      ticks >= 0 ? ticks / perSecond : -((-ticks + perSecond - 1) / perSecond);
+  return upper ? floor : (ticks % perSecond == 0 ? floor : floor + 1);
+}
+
+void AddTime(Conditions& where, const dc::TimeFilter& time) {
+  if (time.has_from()) where.Add("t.time >= " + where.Parameter(SecondsOf(time.from(), false)));
+  if (time.has_until()) where.Add("t.time <= " + where.Parameter(SecondsOf(time.until(), true)));
+}
+
+void AddRepetition(Conditions& where, const dc::TestRepetitionFilter& filter) {
+  switch (filter.testrepetition()) {
+    case en::FirstTest:
+      where.Add("t.ordinal = 1");
+      break;
+    case en::LastTest:
+      where.Add("t.this_last = 1");
+      break;
+    case en::CurrentRejects:
+      where.Add("t.this_last = 1 AND t.result_id <> 1");
+      break;
+    case en::DirectTest:
+      where.Add("t.ordinal = 1 AND t.this_last = 1");
+      break;
+    case en::NTests:
+      if (filter.has_nrofrepetitions()) {
+        where.Add("t.ordinal <= " + where.Parameter(std::int64_t{filter.nrofrepetitions()}));
+      }
+      break;
+    default:
+      break;
+  }
+  if (filter.has_minordinal())
+    where.Add("t.ordinal >= " + where.Parameter(std::int64_t{filter.minordinal()}));
+  if (filter.has_maxordinal())
+    where.Add("t.ordinal <= " + where.Parameter(std::int64_t{filter.maxordinal()}));
+  if (filter.has_maxrepetitions()) {
+    where.Add("t.ordinal <= 1 + " + where.Parameter(std::int64_t{filter.maxrepetitions()}));
+  }
+  if (filter.has_maxminutes()) {
+    where.Add("t.time - t.first_time <= 60 * " +
+              where.Parameter(std::int64_t{filter.maxminutes()}));
+  }
+}
+
+void AddSerial(Conditions& where, const dc::SerialNumberFilter& filter) {
+  if (!filter.parsenumber()) {
+    where.AddList("t.serial", filter.items(), false, filter.exclude());
+    return;
+  }
+  // SQL counts characters from 1, the filter from 0.
+  std::string part = "substr(t.serial, 1 + " + where.Parameter(std::int64_t{filter.parsestart()});
+  if (filter.has_parselength()) part += ", " + where.Parameter(std::int64_t{filter.parselength()});
+  part += ")";
+  where.Add("plant_is_number(" + part + ")");
+  where.AddList("CAST(" + part + " AS INTEGER)", filter.items(), true, filter.exclude());
+}
+
+void AddReferenceUnits(Conditions& where, const PlantLine& line,
+                       const dc::ReferenceUnitFilter& filter) {
+  const std::string lineId = where.Parameter(line.id);
+  const std::string bySerial =
+      "t.serial IN (SELECT name FROM reference_unit WHERE line_id = " + lineId + " AND kind = 0)";
+  const std::string byType =
+      "ut.name IN (SELECT name FROM reference_unit WHERE line_id = " + lineId + " AND kind = 1)";
+  const std::string condition = filter.selectiontype() == en::BySerial ? bySerial
+                                : filter.selectiontype() == en::ByType ? byType
+                                                                       : bySerial + " OR " + byType;
+  where.Add(std::string(filter.exclude() ? "NOT " : "") + "(" + condition + ")");
+}
+
+void AddAddInfo(Conditions& where, const dc::AddInfoFilter& filter) {
+  std::vector<std::string> columns;
+  const std::vector<std::pair<std::string, std::string>> keys = {
+      {"Operator", "t.operator"}, {"ProductionOrder", "t.production_order"}};
+  for (const auto& [key, column] : keys) {
+    if (filter.keys().empty() ||
+        std::find(filter.keys().begin(), filter.keys().end(), key) != filter.keys().end()) {
+      columns.push_back(column);
+    }
+  }
+  std::string any;
+  for (const std::string& column : columns) {
+    std::string match = "1";
+    if (!filter.items().empty()) {
+      match = column + " IN (";
+      for (int i = 0; i < filter.items_size(); ++i)
+        match += (i ? ", " : "") + where.Parameter(filter.items(i));
+      match += ")";
+    }
+    any += (any.empty() ? "" : " OR ") + match;
+  }
+  where.Add(std::string(filter.exclude() ? "NOT " : "") + "(" + (any.empty() ? "0" : any) + ")");
+}
+
+void AddIdRanges(Conditions& where, const dc::IdRangeFilter& filter) {
+  std::string included;
+  for (const dc::IdRange& range : filter.ranges()) {
+    const std::string between = "t.id BETWEEN " + where.Parameter(std::int64_t{range.min()}) +
+                                " AND " + where.Parameter(std::int64_t{range.max()});
+    if (range.exclude()) {
+      where.Add("NOT " + between);
+    } else {
+      included += (included.empty() ? "" : " OR ") + between;
+    }
+  }
+  if (!included.empty()) where.Add(included);
+}
+
+void IsNumber(sqlite3_context* context, int, sqlite3_value** values) {
+  const auto* text = reinterpret_cast<const char*>(sqlite3_value_text(values[0]));
+  bool number = text != nullptr && *text != '\0';
+  for (const char* c = text; number && *c != '\0'; ++c) number = *c >= '0' && *c <= '9';
+  sqlite3_result_int(context, number ? 1 : 0);
+}
+
+void ShiftOfTime(sqlite3_context* context, int, sqlite3_value** values) {
+  const auto* line = static_cast<const PlantLine*>(sqlite3_user_data(context));
+  const std::string shift = ShiftAt(*line, sqlite3_value_int64(values[0]));
+  sqlite3_result_text(context, shift.c_str(), static_cast<int>(shift.size()), SQLITE_TRANSIENT);
+}
+
+void RegisterFunctions(SqliteDatabase& db, const PlantLine& line) {
+  // The line outlives the statement that calls these; both are re-registered per query.
+  sqlite3_create_function(db.Handle(), "plant_shift", 1, SQLITE_UTF8 | SQLITE_DETERMINISTIC,
+                          const_cast<PlantLine*>(&line), ShiftOfTime, nullptr, nullptr);
+  sqlite3_create_function(db.Handle(), "plant_is_number", 1, SQLITE_UTF8 | SQLITE_DETERMINISTIC,
+                          nullptr, IsNumber, nullptr, nullptr);
+}
+
+Conditions WhereOf(const PlantLine& line, const Selection& s) {
+  Conditions where;
+  where.Add("t.line_id = " + where.Parameter(line.id));
+  if (s.time) AddTime(where, *s.time);
+  if (s.repetition) AddRepetition(where, *s.repetition);
+  if (s.baseType)
+    where.AddList(s.baseType->useids() ? "bt.id" : "bt.name", s.baseType->items(),
+                  s.baseType->useids(), s.baseType->exclude());
+  if (s.type)
+    where.AddList(s.type->useids() ? "ut.id" : "ut.name", s.type->items(), s.type->useids(),
+                  s.type->exclude());
+  if (s.bench)
+    where.AddList(s.bench->useids() ? "b.id" : "b.name", s.bench->items(), s.bench->useids(),
+                  s.bench->exclude());
+  if (s.serial) AddSerial(where, *s.serial);
+  if (s.testKind)
+    where.AddList(s.testKind->useids() ? "k.id" : "k.name", s.testKind->items(),
+                  s.testKind->useids(), s.testKind->exclude());
+  if (s.shift) where.AddList("plant_shift(t.time)", s.shift->items(), false, s.shift->exclude());
+  if (s.referenceUnit) AddReferenceUnits(where, line, *s.referenceUnit);
+  if (s.addInfo) AddAddInfo(where, *s.addInfo);
+  if (s.idRange) AddIdRanges(where, *s.idRange);
+  return where;
+}
+
+}  // namespace
+
+bcl::DateTime UtcTime(std::int64_t count, bcl::DateTime_TimeSpanScale scale) {
+  bcl::DateTime time;
+  time.set_value(count);
+  time.set_scale(scale);
+  time.set_kind(bcl::DateTime_DateTimeKind_UTC);
+  return time;
+}
+
+Selection ReadSelection(const pb::Message& request) {
+  Selection s;
+  Take(request, "Time", s.time);
+  Take(request, "LastN", s.lastN);
+  Take(request, "TestRepetition", s.repetition);
+  Take(request, "BaseType", s.baseType);
+  Take(request, "Type", s.type);
+  Take(request, "Bench", s.bench);
+  Take(request, "SerialNumber", s.serial);
+  Take(request, "TestKind", s.testKind);
+  Take(request, "ShiftOffset", s.shift);
+  Take(request, "ReferenceUnit", s.referenceUnit);
+  Take(request, "AddInfo", s.addInfo);
+  Take(request, "IdRange", s.idRange);
+  return s;
+}
+
+std::vector<TestRow> SelectTests(SqliteDatabase& db, const PlantLine& line,
+                                 const Selection& selection) {
+  RegisterFunctions(db, line);
+  const Conditions where = WhereOf(line, selection);
+  const bool limited = selection.lastN && selection.lastN->topn() > 0;
+  const bool first = limited && selection.lastN->topnfirst();
+  std::string sql = std::string(kHeaderColumns) + " WHERE 1" + where.Sql() +
+                    (first ? " ORDER BY t.time, t.id" : " ORDER BY t.time DESC, t.id DESC");
+  if (limited) sql += " LIMIT " + std::to_string(selection.lastN->topn());
+  SqliteStatement statement = db.Prepare(sql);
+  where.Bind(statement);
+  std::vector<TestRow> tests;
+  while (statement.Step()) tests.push_back(ReadRow(statement));
+  if (!first) std::reverse(tests.begin(), tests.end());
+  return tests;
+}
+
+std::vector<TestRow> TestsById(SqliteDatabase& db, const PlantLine& line,
+                               const pb::RepeatedField<std::int32_t>& ids) {
+  SqliteStatement statement =
+      db.Prepare(std::string(kHeaderColumns) + " WHERE t.line_id = ?1 AND t.id = ?2");
+  std::vector<TestRow> tests;
+  std::set<std::int32_t> seen;
+  for (const std::int32_t id : ids) {
+    if (!seen.insert(id).second) continue;
+    statement.BindAll(line.id, std::int64_t{id});
+    if (statement.Step()) tests.push_back(ReadRow(statement));
+    statement.Reset();
+  }
+  return tests;
+}
+
+TestDefects DefectsOf(SqliteDatabase& db, std::int32_t testId) {
+  auto statement = db.Prepare(
+      "SELECT d.error_code, d.error_text, d.nr, d.error_result, d.value, d.limit_value,"
+      " d.position, q.id, q.mode, q.instrument, q.channel, q.location, q.parameter, q.sensor"
+      " FROM defect d JOIN quantity q ON q.id = d.quantity_id WHERE d.test_id = ?1 ORDER BY d.nr");
+  statement.BindAll(std::int64_t{testId});
+  TestDefects defects;
+  while (statement.Step()) {
+    dc::Defect& defect = *defects.report.add_defects();
+    defect.set_errorcode(static_cast<std::int32_t>(statement.Int(0)));
+    defect.set_errortext(statement.Text(1));
+    defect.set_errornr(static_cast<std::int32_t>(statement.Int(2)));
+    defect.set_errorresult(static_cast<std::int32_t>(statement.Int(3)));
+    defect.set_value(static_cast<float>(statement.Real(4)));
+    defect.set_limit(static_cast<float>(statement.Real(5)));
+    defect.set_position(static_cast<float>(statement.Real(6)));
+    dc::Clavis& clavis = *defect.mutable_clavis();
+    clavis.set_mode(statement.Text(8));
+    clavis.set_instrument(statement.Text(9));
+    clavis.set_channel(statement.Text(10));
+    clavis.set_location(statement.Text(11));
+    clavis.set_instrumentparameter(statement.Text(12));
+    clavis.set_sensor(statement.Text(13));
+    defects.exceedances.push_back(
+        {static_cast<int>(statement.Int(7)), defect.position(), defect.value(), defect.limit()});
+  }
+  return defects;
+}
+
+}  // namespace vrex::stub::plant
