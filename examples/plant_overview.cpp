@@ -141,6 +141,12 @@ int main(int argc, char** argv) {
     return 2;
   }
   const std::string server = argv[1];
+  // The established functions pass any URL to libcurl, whatever its scheme
+  // (file://, gopher://): a URL typed by a user is held to http and https here.
+  if (server.rfind("http://", 0) != 0 && server.rfind("https://", 0) != 0) {
+    std::cerr << "plant_overview: SERVER_URL must start with http:// or https://\n";
+    return 2;
+  }
   dc::MessageContainer status;
 
   const dc::VersionDTO version =

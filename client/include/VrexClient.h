@@ -54,6 +54,13 @@ namespace contracts = ::Korvan::KQ::DataContracts;
 /// transfer fails (one line on stderr) or a 200 body does not parse;
 /// ApiPipeline/Unauthorized/Error for 4xx; ApiPipeline/Failed/Error for any
 /// other status. An empty request is sent as the JSON body "{}".
+///
+/// `url` goes to libcurl as it is, with every protocol libcurl speaks
+/// (file:// reads local files, gopher:// and dict:// send bytes to any
+/// port): it must come from the application's configuration, never from
+/// untrusted input. The same holds for every function below, which call
+/// Post. vrex::Client (vrex/Client.h) is the form that allows http and https
+/// only.
 VREX_EXPORT contracts::MessageContainer Post(std::string url,
                                              const google::protobuf::Message& request,
                                              google::protobuf::Message& response,

@@ -67,8 +67,13 @@ std::vector<Seed> AnswerSeeds(const std::filesystem::path& samplePlant, const Sa
 
 std::vector<Seed> SlicedParseSeeds(std::vector<Seed> answerSeeds) {
   constexpr char kChunkOf8Bytes = 7;
-  for (Seed& seed : answerSeeds) {
+  // Field 1 once more, as a message and as a number, each tag in 5 bytes with
+  // bits beyond 32 that the parser drops.
+  const std::string fiveByteTags("\x8a\x80\x80\x80\x70\x00\x88\x80\x80\x80\x70\x07", 12);
+  for (std::size_t i = 0, plain = answerSeeds.size(); i < plain; ++i) {
+    Seed& seed = answerSeeds[i];  // not used after the push_back, which may move it
     seed.bytes.insert(seed.bytes.begin() + 1, kChunkOf8Bytes);
+    answerSeeds.push_back({"five-byte-tags-" + seed.name, seed.bytes + fiveByteTags});
   }
   return answerSeeds;
 }

@@ -21,7 +21,8 @@ struct Seed {
 std::vector<Seed> AnswerSeeds(const std::filesystem::path& samplePlant, const SamplePlant& plant);
 
 /// The answer seeds as the sliced parse reads them: after the selector, a
-/// byte that makes the body arrive in chunks of 8 bytes.
+/// byte that makes the body arrive in chunks of 8 bytes; and each again,
+/// followed by field 1 with tags in 5 bytes.
 std::vector<Seed> SlicedParseSeeds(std::vector<Seed> answerSeeds);
 
 /// Request JSON: "{}" and a filled request of every request type.

@@ -12,7 +12,8 @@ function(run)
   set(last_output "${output}" PARENT_SCOPE)
 endfunction()
 
-run(${CMAKE_COMMAND} --install "${BUILD_DIR}" --prefix "${prefix}")
+# Installed as the documented steps install it: stripped.
+run(${CMAKE_COMMAND} --install "${BUILD_DIR}" --prefix "${prefix}" --strip)
 
 foreach(required IN ITEMS
     "include/lVrexClient/MeasurementQuery.pb.h"
@@ -53,6 +54,15 @@ foreach(required IN ITEMS "VrexClient::Post(" "VrexClient::CheckVersion(" "vrex:
   string(FIND "${exported}" "${required}" at)
   if(at EQUAL -1)
     message(FATAL_ERROR "The library does not export ${required}")
+  endif()
+endforeach()
+
+# Stripped: not even the local symbols name the token's bytes.
+execute_process(COMMAND ${NM} -C "${sonames}" OUTPUT_VARIABLE local_symbols ERROR_QUIET)
+foreach(forbidden IN ITEMS kTokenBytes gatewayAuthenticationToken)
+  string(FIND "${local_symbols}" "${forbidden}" at)
+  if(NOT at EQUAL -1)
+    message(FATAL_ERROR "The installed library names ${forbidden}: it is not stripped")
   endif()
 endforeach()
 

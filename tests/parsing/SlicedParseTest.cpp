@@ -67,6 +67,9 @@ INSTANTIATE_TEST_SUITE_P(
                  Bytes({0x0a, 0x00, 0xf8, 0x06, 0x05, 0x0a, 0x00, 0x82, 0x07, 0x01, 'x'}), true},
         Encoding{"PackedAndUnpackedRunsOfOneList", Type("LastAveragesContainer"),
                  Bytes({0x08, 0x01, 0x0a, 0x02, 0x02, 0x03, 0x08, 0x04}), true},
+        // Field 1 again, its tag in 5 bytes with bits beyond 32 that protobuf drops.
+        Encoding{"FiveByteTagKeepsItsLow32Bits", Type("VersionDTO"),
+                 Bytes({0x08, 0x04, 0x88, 0x80, 0x80, 0x80, 0x70, 0x07}), true},
         Encoding{"WrongWireTypeKeptAsUnknown", Type("VersionDTO"),
                  Bytes({0x0d, 0x01, 0x00, 0x00, 0x00, 0x08, 0x02}), true},
         Encoding{"GroupOfAnUnknownField", Type("GeneralInformationContainer"),

@@ -11,8 +11,12 @@
 
 #include "ApiVersionQuery.pb.h"
 #include "BoundedCall.h"
+#include "DeleteShiftCommand.pb.h"
 #include "Endpoints.h"
 #include "FaultCatalog.h"
+#include "GeneralInformationContainer.pb.h"
+#include "GeneralInformationQuery.pb.h"
+#include "StubFixture.h"
 #include "VrexClient.h"
 #include "vrex/Client.h"
 #include "vrex/stub/StubServer.h"
@@ -22,6 +26,7 @@ namespace {
 
 using ::testing::HasSubstr;
 using ::testing::Not;
+using Event = Outcome::Event;
 
 constexpr std::string_view kTransferFailureLine = "curl_easy_perform() failed: ";
 
@@ -253,6 +258,61 @@ TEST_P(SessionClientFault, EveryFormGivesTheDocumentedOutcomeWithinItsTimeOut) {
 
 INSTANTIATE_TEST_SUITE_P(FaultMatrix, SessionClientFault, ::testing::ValuesIn(Faults()),
                          PrintFaultName);
+
+// A server takes a request on a connection kept alive after a first call of
+// the same form, and closes it without an answer, as a restarting one would.
+// libcurl would send the request again on a fresh connection by itself; only
+// the client's own attempts may.
+struct ClosedUnanswered {
+  std::string name;  ///< "Command...", "Query..."; "...Async": with SendAsync
+  int maxAttempts;
+  std::size_t requests;  ///< of the command or query that the server received
+  Event event;
+};
+
+class KeptAliveConnectionClosed : public ::testing::TestWithParam<ClosedUnanswered> {};
+
+TEST_P(KeptAliveConnectionClosed, EachAttemptReachesTheServerAtMostOnce) {
+  const ClosedUnanswered& row = GetParam();
+  const bool command = row.name.rfind("Command", 0) == 0;
+  const bool async = row.name.find("Async") != std::string::npos;
+  stub::StubServer server;
+  server.SetAnswer("ApiVersionQuery", testing::Answer(200));
+  stub::CannedAnswer closing = testing::Answer(200);
+  closing.delivery = stub::Delivery::CloseWithoutAnswer;
+  server.AddCase({command ? "DeleteShiftCommand" : "GeneralInformationQuery", "closing", "",
+                  {closing, testing::Answer(200)}});
+  server.Start();
+  ClientOptions options = MatrixOptions(server.BaseUrl());
+  options.retry.maxAttempts = row.maxAttempts;
+  const Client client(options);
+  ASSERT_TRUE(async ? client.SendAsync(Query()).Get().Ok() : client.Send(Query()).Ok());
+
+  const contracts::DeleteShiftCommand deletion;
+  const contracts::GeneralInformationQuery query;
+  const Outcome outcome = RunBounded(
+      [&] {
+        contracts::GeneralInformationContainer answer;
+        if (command) return async ? client.SendAsync(deletion).Get() : client.Send(deletion);
+        return async ? client.SendAsync(query).Get().GetStatus() : client.Send(query, answer);
+      },
+      [&] { server.Stop(); });
+
+  EXPECT_EQ(outcome.GetEvent(), row.event) << outcome.Message();
+  const auto journal = server.Journal();
+  ASSERT_EQ(journal.size(), 1 + row.requests);
+  EXPECT_EQ(journal[1].connection, journal[0].connection) << "not sent on the kept-alive one";
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    FaultMatrix, KeptAliveConnectionClosed,
+    ::testing::Values(ClosedUnanswered{"Command", 3, 1, Event::NoAnswer},
+                      ClosedUnanswered{"CommandAsync", 3, 1, Event::NoAnswer},
+                      ClosedUnanswered{"QueryOnce", 1, 1, Event::NoAnswer},
+                      ClosedUnanswered{"QueryOnceAsync", 1, 1, Event::NoAnswer},
+                      ClosedUnanswered{"QueryRetried", 3, 2, Event::Succeeded},
+                      ClosedUnanswered{"QueryRetriedAsync", 3, 2, Event::Succeeded}),
+    [](const auto& info) { return info.param.name; });
 
 }  // namespace
 }  // namespace vrex::reliability

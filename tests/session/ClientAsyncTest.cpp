@@ -2,12 +2,16 @@
 // failures kept to their own call, cancellation and destruction under way.
 #include <gtest/gtest.h>
 
+#include <array>
+#include <atomic>
 #include <chrono>
+#include <future>
 #include <memory>
+#include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
-#include "AddShiftCommand.pb.h"
 #include "GeneralInformationContainer.pb.h"
 #include "GeneralInformationQuery.pb.h"
 #include "TestSupport.h"
@@ -26,13 +30,15 @@ constexpr std::chrono::seconds kHangBound{30};
 constexpr std::chrono::minutes kForever{10};
 
 // How the stub answers a GeneralInformationQuery, by the factory it names:
-// "Fail-..." with 500, "Slow-..." after kForever, anything else with one
-// test whose serial is the factory, after a few milliseconds that vary.
+// "Fail-..." with 500, "Busy-..." with 503 (retried), "Slow-..." after
+// kForever, anything else with one test whose serial is the factory, after a
+// few milliseconds that vary.
 stub::CannedAnswer EchoFactory(const stub::JournalEntry& request) {
   contracts::GeneralInformationQuery query;
   query.ParseFromString(request.body);
   const std::string& factory = query.factory();
   if (factory.rfind("Fail-", 0) == 0) return Answer(500);
+  if (factory.rfind("Busy-", 0) == 0) return Answer(503);
   contracts::GeneralInformationContainer answer;
   answer.add_values()->set_serial(factory);
   stub::CannedAnswer canned = stub::MessageAnswer(answer);
@@ -105,24 +111,88 @@ TEST_F(ClientAsync, CancelledCallsEndAsCancelledAndOthersGoOn) {
   EXPECT_EQ(GetWithin(alsoSlow).GetStatus().GetEvent(), Event::Cancelled);
 }
 
-TEST_F(ClientAsync, DestroyingTheClientEndsEveryCallUnderWayAsCancelled) {
-  std::vector<AsyncCall<Result<contracts::GeneralInformationContainer, Outcome>>> calls;
-  std::vector<AsyncCall<Outcome>> commands;
-  {
+// The last copy of a client let go in the callback of call `releasing`, or
+// on the test's thread, after call `cancelled` was cancelled. Every callback
+// must run once before the destructor returns, and a cancelled call end long
+// before its back-off (60 to 120 s) or queue (behind calls that never end).
+struct LetGo {
+  std::string name;
+  std::size_t connections;
+  int maxAttempts;
+  int backOffSeconds;  ///< each wait is between half of it and all of it
+  std::vector<std::string> factories;  ///< one call each, in this order
+  std::optional<std::size_t> releasing, cancelled;
+  std::size_t requestsFirst = 0;  ///< the server saw them before the cancel or let-go
+};
+
+// What one round saw; shared with the callbacks and the trace.
+struct Round {
+  std::array<std::atomic<int>, 4> callbacks{};
+  std::atomic<int> faults{0};  // callbacks or trace lines after the destructor, wrong ends
+  std::atomic<bool> gone{false};
+  std::promise<void> started, released;  // started: the test's thread is done with the client
+  std::shared_future<void> whenStarted = started.get_future().share();
+  std::unique_ptr<Client> client;
+
+  void Release() {
+    whenStarted.wait();
+    client.reset();
+    gone = true;
+    released.set_value();
+  }
+};
+
+class ClientLetGo : public ClientAsync, public ::testing::WithParamInterface<LetGo> {};
+
+TEST_P(ClientLetGo, EveryCallbackRunsOnceBeforeTheDestructorReturns) {
+  const LetGo& row = GetParam();
+  for (int roundNumber = 0; roundNumber < 20; ++roundNumber) {
+    auto round = std::make_shared<Round>();
+    auto whenReleased = round->released.get_future();
     ClientOptions options = Options();
-    options.totalTimeout = std::chrono::minutes(5);
-    options.maxConnectionsPerHost = 2;  // the rest still wait in the queue
-    const Client client(options);
-    for (int i = 0; i < 6; ++i) calls.push_back(client.SendAsync(QueryFor("Slow-" + std::to_string(i))));
-    commands.push_back(client.SendAsync(contracts::AddShiftCommand()));
+    options.totalTimeout = options.retry.maxTotalTime = std::chrono::minutes(5);
+    options.maxConnectionsPerHost = row.connections;
+    options.retry.maxAttempts = row.maxAttempts;
+    options.retry.initialDelay = options.retry.maxDelay = std::chrono::seconds(row.backOffSeconds);
+    options.onWireTrace = [round](WireTraceKind, auto) { round->faults += round->gone; };
+    round->client = std::make_unique<Client>(options);
+    server.ClearJournal();
+    std::vector<CallCanceller> calls;
+    for (std::size_t i = 0; i < row.factories.size(); ++i) {
+      calls.push_back(round->client->SendAsync(QueryFor(row.factories[i]), [=, &row](auto result) {
+        round->faults += round->gone;
+        ++round->callbacks[i];
+        const bool slow = row.factories[i][0] == 'S';  // never answered: it can only be cancelled
+        round->faults += slow && result.GetStatus().GetEvent() != Event::Cancelled;
+        if (row.releasing == i) round->Release();
+      }));
+    }
+    for (int wait = 0; wait < 3000 && server.Journal().size() < row.requestsFirst; ++wait) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    if (row.requestsFirst > 0) std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    if (row.cancelled) calls[*row.cancelled].Cancel();
+    round->started.set_value();
+    if (!row.releasing) round->Release();
+
+    ASSERT_EQ(whenReleased.wait_for(kHangBound), std::future_status::ready) << roundNumber;
+    for (std::size_t i = 0; i < row.factories.size(); ++i) EXPECT_EQ(round->callbacks[i], 1) << i;
+    EXPECT_EQ(round->faults, 0) << roundNumber;
   }
-  for (auto& call : calls) {
-    EXPECT_EQ(GetWithin(call).GetStatus().GetEvent(), Event::Cancelled);
-  }
-  // Done before the client went, or cancelled with it: either way it ended.
-  const Outcome command = GetWithin(commands[0]);
-  EXPECT_TRUE(command.Ok() || command.GetEvent() == Event::Cancelled) << command.Message();
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    Lifetimes, ClientLetGo,
+    ::testing::Values(
+        LetGo{"InTheCallbackOfARunningCall", 2, 1, 0, {"Plant-A", "Slow-1", "Slow-2"}, 0, {}},
+        LetGo{"InTheCallbackOfAQueuedCall", 1, 1, 0, {"Plant-A", "Plant-B", "Slow-1"}, 1, {}},
+        LetGo{"InTheCallbackOfACancelledQueuedCall", 1, 1, 0, {"Slow-0", "Slow-1", "Slow-2"}, 1, 1},
+        LetGo{"InTheCallbackOfACallCancelledInItsBackOff", 2, 2, 120,
+              {"Busy-A", "Slow-1", "Slow-2"}, 0, 0, 2},
+        LetGo{"InTheCallbackOfARetriedCall", 3, 3, 0, {"Busy-A", "Slow-1", "Busy-B", "Slow-2"}, 0, {}},
+        LetGo{"OnAnotherThreadDuringRetries", 2, 1000, 0, {"Busy-A", "Busy-B", "Busy-C"},
+              std::nullopt, std::nullopt, 12}),
+    [](const auto& info) { return info.param.name; });
 
 }  // namespace
 }  // namespace vrex::testing

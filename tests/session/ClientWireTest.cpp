@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -49,6 +50,42 @@ TEST(ClientWire, SendsTheHeadersAndBodiesOfTheEstablishedApi) {
   EXPECT_EQ(*seen[1].FindHeader("GatewayApiAuthentication"), "session-test-token");
   EXPECT_EQ(seen[0].FindHeader("Accept-Encoding"), nullptr);
   EXPECT_EQ(*seen[1].FindHeader("Accept-Encoding"), "gzip");
+}
+
+// Options that break a rule never reach the wire: each call, synchronous or
+// not, fails on this side naming the option, never showing the token.
+TEST(ClientWire, OptionsThatBreakARuleSendNothing) {
+  using Set = std::function<void(vrex::ClientOptions&)>;
+  const std::vector<std::pair<Set, std::string>> cases = {
+      {[](auto& o) { o.token = "t\r\nX-Injected: yes"; }, "byte 2 of the gateway token is 0x0D"},
+      {[](auto& o) { o.token = "tok\x7f"; }, "byte 4 of the gateway token is 0x7F"},
+      {[](auto& o) { o.token = " token"; }, "starts or ends with a blank"},
+      {[](auto& o) { o.token = "token "; }, "starts or ends with a blank"},
+      {[](auto& o) { o.token = ""; }, "the gateway token is empty"},
+      {[](auto& o) { o.totalTimeout = std::chrono::milliseconds(0); }, "totalTimeout is 0 ms"},
+      {[](auto& o) { o.connectTimeout = std::chrono::milliseconds(-5); }, "connectTimeout is -5"},
+      {[](auto& o) { o.retry.initialDelay = std::chrono::milliseconds(-1); }, "initialDelay"},
+      {[](auto& o) { o.retry.maxDelay = std::chrono::milliseconds(-1); }, "maxDelay is -1"},
+      {[](auto& o) { o.retry.maxTotalTime = std::chrono::milliseconds(-1); }, "maxTotalTime"},
+  };
+  vrex::stub::StubServer server;
+  server.Start();
+  for (const auto& [set, problem] : cases) {
+    vrex::ClientOptions options = QuickOptions(server.BaseUrl(), 3);
+    set(options);
+    const vrex::Client client(options);
+    for (const vrex::Outcome& outcome :
+         {client.Send(contracts::ApiVersionQuery()).GetStatus(),
+          client.SendAsync(contracts::ApiVersionQuery()).Get().GetStatus()}) {
+      EXPECT_EQ(outcome.GetEvent(), vrex::Outcome::Event::ClientFailed) << problem;
+      EXPECT_THAT(outcome.ErrorText(), ::testing::HasSubstr(problem));
+      EXPECT_THAT(outcome.ErrorText(), ::testing::Not(::testing::HasSubstr("Injected")));
+      EXPECT_EQ(outcome.Attempts(), 1);
+    }
+  }
+  EXPECT_TRUE(server.Journal().empty());
+  EXPECT_EQ(vrex::ClientOptionsProblem(QuickOptions(server.BaseUrl())), "");
+  EXPECT_EQ(vrex::GatewayTokenProblem(std::string(300, '~')), "");
 }
 
 }  // namespace

@@ -3,14 +3,18 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <httplib.h>
 #include <sys/wait.h>
 
+#include <condition_variable>
 #include <csignal>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <mutex>
 #include <regex>
 #include <string>
+#include <thread>
 
 #include "ChildProcess.h"
 #include "RawHttp.h"
@@ -153,6 +157,84 @@ TEST(StubExecutable, RecordsWhatALiveServerAnswersForReplay) {
         << "request " << i + 1;
   }
   EXPECT_EQ(replay.Cases().size(), 5U) << "one case per distinct request";
+}
+
+// A live server under a path that holds each MeasurementQuery until released
+// and answers like a proxy's error page quoting the token.
+TEST(StubExecutable, RecordsFromUnderAPathServesMeanwhileAndNeitherStoresNorFailsOnWhatItCannot) {
+  constexpr char kToken[] = "token-quoted-by-a-proxy";
+  std::mutex mutex;
+  std::condition_variable changed;
+  bool holding = false;
+  bool released = false;
+  httplib::Server live;
+  live.Post(R"(/prefix/api/(\w+))", [&](const httplib::Request& in, httplib::Response& out) {
+    if (in.matches[1] == "MeasurementQuery") {
+      std::unique_lock lock(mutex);
+      holding = true;
+      changed.notify_all();
+      changed.wait_for(lock, 3 * kPatience, [&] { return released; });  // beyond a raw client's
+    }
+    out.set_content("refused: " + in.get_header_value("GatewayApiAuthentication") + " " +
+                        in.get_header_value("Authorization").substr(7),  // after "Bearer "
+                    "text/plain");
+  });
+  const int livePort = live.bind_to_any_port("127.0.0.1");
+  std::thread serving([&] { live.listen_after_bind(); });
+  const ScratchDirectory data;
+  const fs::path unwritable = data.Path() / "ApiVersionQuery.cases.json";
+  fs::create_directory(unwritable);  // a directory where the case file goes
+  ChildProcess recorder(VREX_STUB_EXECUTABLE,
+                        {"--port", "0", "--threads", "1", "--record-timeout", "60", "--record-from",
+                         "http://127.0.0.1:" + std::to_string(livePort) + "/prefix/", "--data",
+                         data.Path().string()});
+  const int port = AnnouncedPort(recorder);
+  const auto ask = [&](const char* type) {
+    return vrex::testing::ExchangeRaw(
+        port, "POST /api/" + std::string(type) + " HTTP/1.1\r\nGatewayApiAuthentication: " +
+                  kToken + "\r\nAuthorization: Bearer bearer-credential\r\n"
+                  "Connection: close\r\nContent-Length: 0\r\n\r\n");
+  };
+
+  std::string held;
+  std::thread holder([&] {
+    try {
+      held = ask("MeasurementQuery");
+    } catch (const std::runtime_error&) {  // held beyond the client's patience: fails below
+    }
+  });
+  {
+    std::unique_lock lock(mutex);
+    EXPECT_TRUE(changed.wait_for(lock, kPatience, [&] { return holding; }));
+  }
+  std::string admin;
+  EXPECT_NO_THROW(admin = vrex::testing::ExchangeRaw(
+                      port, "GET /__stub/journal HTTP/1.1\r\nConnection: close\r\n\r\n"));
+  EXPECT_EQ(vrex::testing::StatusOf(admin), 200) << "answered while a forward waits";
+  {
+    const std::lock_guard lock(mutex);
+    released = true;
+  }
+  changed.notify_all();
+  holder.join();
+  EXPECT_EQ(vrex::testing::BodyOf(held), std::string("refused: ") + kToken + " bearer-credential")
+      << "returned unchanged";
+  const std::string unrecorded = ask("ApiVersionQuery");
+  EXPECT_EQ(vrex::testing::StatusOf(unrecorded), 200) << unrecorded;
+  recorder.Signal(SIGTERM);
+  EXPECT_THAT(recorder.ReadRest(kPatience), HasSubstr("goes back unrecorded"));
+  live.stop();
+  serving.join();
+
+  EXPECT_FALSE(fs::exists(unwritable.string() + ".partial"));
+  fs::remove(unwritable);
+  StubServer replay;
+  ASSERT_TRUE(replay.LoadAnswers(data.Path()).Ok());
+  ASSERT_EQ(replay.Cases().size(), 1U);
+  const std::string recorded = replay.Cases()[0].answers.at(0).body;
+  EXPECT_THAT(recorded, ::testing::StartsWith("refused: ***"));
+  EXPECT_THAT(recorded, ::testing::Not(HasSubstr(kToken)));
+  EXPECT_THAT(recorded, ::testing::Not(HasSubstr("bearer-credential")));
 }
 
 }  // namespace

@@ -14,6 +14,7 @@
 #include <mutex>
 #include <new>
 #include <ostream>
+#include <regex>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -46,8 +47,9 @@ const std::string kChunkedHead = kProtobufHead + "Transfer-Encoding: chunked\r\n
 /// A request with a Content-Length; `headers` end with CRLF.
 std::string Request(const std::string& method, const std::string& path,
                     const std::string& body = "",
-                    const std::string& headers = "Connection: close\r\n") {
-  return method + " " + path + " HTTP/1.1\r\nHost: 127.0.0.1\r\n" + headers +
+                    const std::string& headers = "Connection: close\r\n",
+                    const std::string& host = "127.0.0.1") {
+  return method + " " + path + " HTTP/1.1\r\nHost: " + host + "\r\n" + headers +
          "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
 }
 
@@ -96,6 +98,8 @@ CannedAnswer Answer(std::string body, Delivery delivery = Delivery::Whole, std::
 
 TEST(StubServerLifeCycle, ServesOnAnEphemeralPortUntilStoppedStartsAgainAndRefusesMisuse) {
   StubServer server;
+  server.SetBlockingResponder("ApiVersionQuery",
+                              [](const JournalEntry&) { return TextAnswer(200, "v"); });
   EXPECT_THROW(server.ServeConnection(-1), std::logic_error);
   EXPECT_THROW(server.SetAnswer("MeasurmentQuery", CannedAnswer{}), std::invalid_argument);
   EXPECT_THROW(server.SetResponder("ApiVersionQery", {}), std::invalid_argument);
@@ -244,6 +248,19 @@ INSTANTIATE_TEST_SUITE_P(
         SelectionCase{"PathOutsideTheApi", nullptr, Post("/" + kPath), 404, ::testing::_},
         SelectionCase{"GetInsteadOfPost", nullptr, Request("GET", kPath), 405, ::testing::_},
         SelectionCase{"MalformedRequestLine", nullptr, "\t" + Post(kPath), 400, ::testing::_},
+        // Framing read two ways by two parsers: refused, and no body served as a request.
+        SelectionCase{"SmuggledPastAnIdentityCoding", nullptr,
+                      "POST " + kPath + " HTTP/1.1\r\nTransfer-Encoding: identity\r\n\r\n" +
+                          Request("GET", kPath),
+                      400, HasSubstr("Transfer-Encoding other than chunked")},
+        SelectionCase{"NotQuiteChunked", nullptr, Post(kPath, "", "Transfer-Encoding: xchunked\r\n"),
+                      400, HasSubstr("Transfer-Encoding")},
+        SelectionCase{"ChunkedThenAnotherCoding", nullptr,
+                      Post(kPath, "", "Transfer-Encoding: chunked, identity\r\n"), 400,
+                      HasSubstr("Transfer-Encoding")},
+        SelectionCase{"ChunkedWithALength", nullptr,
+                      Post(kPath, "0\r\n\r\n", "Transfer-Encoding: chunked\r\n"), 400,
+                      ::testing::_},
         // Cases: the first one whose match the request contains answers.
         SelectionCase{
             "FirstCaseTheRequestContains",
@@ -303,7 +320,11 @@ struct AdminStep {
   std::string body = {};
   std::vector<const char*> present = {};
   std::vector<const char*> absent = {};
+  std::string host = "127.0.0.1";
+  std::string headers = {};
 };
+
+std::string Nested(std::size_t depth) { return std::string(depth, '[') + std::string(depth, ']'); }
 
 TEST_F(StubServerTest, AdminApiDrivesCasesSequencesAndTheJournalOverHttp) {
   const std::string lineA = Encoded(R"({"Line": "Line-A"})");
@@ -335,16 +356,30 @@ TEST_F(StubServerTest, AdminApiDrivesCasesSequencesAndTheJournalOverHttp) {
       {"DELETE", "/__stub/journal", 200},
       {"GET", "/__stub/journal", 200, "", {}, {"MeasurementQuery"}},
       {"DELETE", "/__stub/cases", 200},
-      {"POST", api, 200, lineA},
+      {"POST", api, 200, lineA, {}, {}, "127.0.0.1",
+       "GatewayApiAuthentication: gateway-secret\r\nAuthorization: Basic dXNlcjpwYXNz\r\n"},
       {"GET", "/__stub/cases", 200, "", {}, {"Line-A"}},
+      {"GET", "/__stub/journal", 200, "", {R"("value": "***)"}, {"gateway-secret", "dXNlcjpwYXNz"}},
       {"PUT", "/__stub/cases", 405},
       {"GET", "/__stub/case", 404, "", {"GET /__stub/journal"}},
+      // Callers other than a local test: a web page, a name rebound to 127.0.0.1.
+      {"GET", "/__stub/journal", 403, "", {"Origin"}, {}, "127.0.0.1", "Origin: http://a.test\r\n"},
+      {"DELETE", "/__stub/cases", 403, "", {"Host a.test:80 is no loopback"}, {}, "a.test:80"},
+      {"GET", "/__stub/journal", 200, "", {}, {}, "[::1]:80"},
+      {"GET", "/__stub/journal", 200, "", {}, {}, "LocalHost"},
+      // Bodies bounded before the parser sees them; brackets in strings do not count.
+      {"POST", "/__stub/cases", 400, Nested(65), {"deeper than 64"}},
+      {"POST", "/__stub/cases", 400, Nested(64), {"not a case"}, {"deeper"}},
+      {"POST", "/__stub/cases", 201,
+       R"({"requestType": "ApiVersionQuery", "answers": [{"text": "\")" + Nested(65) + R"("}]})"},
+      {"POST", "/__stub/cases", 413, std::string((std::size_t{16} << 20) + 1, ' '), {"16777216"}},
   };
   for (std::size_t i = 0; i < steps.size(); ++i) {
     const AdminStep& step = steps[i];
     SCOPED_TRACE("step " + std::to_string(i + 1) + ": " + step.method + " " + step.path);
     const std::string response =
-        ExchangeRaw(server.Port(), Request(step.method, step.path, step.body));
+        ExchangeRaw(server.Port(), Request(step.method, step.path, step.body,
+                                           step.headers + "Connection: close\r\n", step.host));
     const std::string body = BodyOf(response);
     EXPECT_EQ(StatusOf(response), step.status) << body;
     for (const char* part : step.present) EXPECT_THAT(body, HasSubstr(part));
@@ -477,6 +512,35 @@ TEST_F(StubServerTest, JournalsRequestsAsTheyCameAndCountsTheirConnections) {
   EXPECT_EQ(server.PeakConnections(), 1U);
 }
 
+TEST(StubServerJournal, ShowsSecretsMaskedYetApartAndKeepsItsBounds) {
+  StubServerOptions options;
+  options.journalEntries = 3;
+  options.journalBytes = 4096;
+  options.allowRemoteAdmin = true;  // a web page may read it now
+  StubServer server(options);
+  server.Start();
+  for (const std::string token : {"dropped-token", "token-one", "token-two", "token-one"}) {
+    ExchangeRaw(server.Port(), Post(kPath, "", "GatewayApiAuthentication: " + token + "\r\n"
+                                               "Connection: close\r\n"));
+  }
+  const std::string journal = BodyOf(ExchangeRaw(
+      server.Port(),
+      Request("GET", "/__stub/journal", "", "Origin: http://a.test\r\nConnection: close\r\n")));
+  EXPECT_THAT(journal, Not(HasSubstr("token-")));
+  EXPECT_THAT(journal, HasSubstr(R"("dropped": "1")"));
+  const std::regex mask(R"re("value": "(\*\*\*[0-9a-f]{8})")re");
+  std::vector<std::string> masks;
+  for (std::sregex_iterator at(journal.begin(), journal.end(), mask), end; at != end; ++at) {
+    masks.push_back((*at)[1]);
+  }
+  ASSERT_EQ(masks.size(), 3U) << journal;
+  EXPECT_EQ(masks[0], masks[2]);
+  EXPECT_NE(masks[0], masks[1]);
+
+  ExchangeRaw(server.Port(), Post(kPath, std::string(5000, 'x')));
+  EXPECT_EQ(server.Journal().size(), 1U) << "the newest is kept, alone over the bytes bound";
+}
+
 TEST_F(StubServerTest, AConnectionHandedOverIsServedOnTheCallingThread) {
   int ends[2];
   ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
@@ -537,6 +601,16 @@ TEST(HostileClients, AreBoundedAndLoggedWhileOthersAreStillAnswered) {
        }},
       {"took no byte of its answer",  // of one far larger than the socket buffers take
        [](int port, Held& held) { Sending(port, held, Post(kPath, "", "")); }},
+      {"refused with 400: Transfer-Encoding",
+       [&](int port, Held& held) {
+         Sending(port, held, headStart + "Transfer-Encoding: gzip\r\n\r\n");
+         EXPECT_EQ(StatusOf(held.back()->Receive()), 400);
+       }},
+      {"refused with 403: the admin API refuses",
+       [](int port, Held& held) {
+         Sending(port, held, Request("GET", "/__stub/journal", "", "Origin: http://a.test\r\n"));
+         EXPECT_EQ(StatusOf(held.back()->Receive()), 403);
+       }},
   };
   std::mutex mutex;
   std::string log;

@@ -76,13 +76,16 @@ TEST(Tables, AlignColumnsByCharactersNotBytes) {
   TextTable table({"NAME", "VALUE"});
   table.AddRow({"\u00b5V", "1"});
   table.AddRow({"volt", "2"});
-  EXPECT_EQ(table.Render(), "NAME  VALUE\n\u00b5V    1\nvolt  2\n");
+  table.AddRow({"a\tb\n", "\x1b]0;x\x07"});
+  EXPECT_EQ(table.Render(),
+            "NAME        VALUE\n\u00b5V          1\nvolt        2\na\\x09b\\x0a  \\x1b]0;x\\x07\n");
 }
 
 TEST(Csv, QuotesOnlyWhatRfc4180Requires) {
   const std::vector<std::pair<std::string, std::string>> cases = {
       {"plain text", "plain text"},     {"a,b", "\"a,b\""},   {"say \"hi\"", "\"say \"\"hi\"\"\""},
-      {"two\nlines", "\"two\nlines\""}, {"cr\r", "\"cr\r\""}, {"", ""}};
+      {"two\nlines", "\"two\nlines\""}, {"cr\r", "\"cr\r\""}, {"", ""},
+      {"tab\t\x1b[2J\x7f", "tab\t\\x1b[2J\\x7f"}, {"\xc2\x9b\xc2\xb5", "\\u009b\xc2\xb5"}};
   for (const auto& [text, field] : cases) EXPECT_EQ(CsvField(text), field) << text;
   EXPECT_EQ(CsvRecord({"a", "", "b,c"}), "a,,\"b,c\"\r\n");
 }

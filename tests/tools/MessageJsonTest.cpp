@@ -24,6 +24,7 @@ TEST(MessageFromJson, FailuresNameTheirCause) {
        "not JSON: parsing terminated before end of input near \"x\""},
       {"NoSuchType", "{}", "no contract message is named \"NoSuchType\""},
       {"", "{}", "no contract message is named \"\""},
+      {"GetShiftQuery", R"({"Names": [{}, ["Late"]]})", "a list holds a list"},
   };
   for (const auto& [type, json, message] : cases) {
     const auto result = MessageFromJson(type, json);
@@ -32,6 +33,7 @@ TEST(MessageFromJson, FailuresNameTheirCause) {
     EXPECT_THAT(result.GetStatus().Message(),
                 ::testing::Not(::testing::ContainsRegex("\n|TYPE_|/")));
   }
+  EXPECT_TRUE(MessageFromJson("GetShiftQuery", R"({"Names": ["a\"[[", "[[b"]})").Ok());
 }
 
 }  // namespace

@@ -22,13 +22,14 @@ TEST(RelativeSpans, AreReadInEveryUnitAndCombination) {
   const std::vector<std::pair<std::string, seconds>> cases = {
       {"30s", seconds(30)}, {"15m", minutes(15)},  {"2h", hours(2)},
       {"1d", hours(24)},    {"1w", hours(7 * 24)}, {"1h30m", minutes(90)},
+      {"36500d", hours(36500 * 24)},
   };
   for (const auto& [text, span] : cases) {
     const auto parsed = ParseRelativeSpan(text);
     ASSERT_TRUE(parsed.Ok()) << text << ": " << parsed.GetStatus().Message();
     EXPECT_EQ(parsed.Value(), span) << text;
   }
-  for (const char* bad : {"", "h", "2", "2x", "0h", "-2h", "2 h"}) {
+  for (const char* bad : {"", "h", "2", "2x", "0h", "-2h", "2 h", "36501d", "300000d", "99999999999s"}) {
     EXPECT_FALSE(ParseRelativeSpan(bad).Ok()) << bad;
   }
 }

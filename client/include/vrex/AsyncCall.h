@@ -21,8 +21,9 @@ class VREX_EXPORT CallCanceller {
   CallCanceller(std::weak_ptr<std::atomic<bool>> cancelled, std::weak_ptr<Transport> transport)
       : cancelled_(std::move(cancelled)), transport_(std::move(transport)) {}
 
-  /// Ends the call with Outcome::Event::Cancelled, unless it ended already.
-  /// Returns at once; the result then arrives soon.
+  /// Ends the call with Outcome::Event::Cancelled, unless it ended already,
+  /// wherever it waits: running, queued or in a retry's back-off. Returns at
+  /// once; the result arrives within milliseconds.
   void Cancel() const;
 
  private:

@@ -37,7 +37,7 @@
 namespace vrex {
 
 namespace internal {
-class CallRegistry;
+class ClientCalls;
 class AnswerParser;
 }
 
@@ -113,11 +113,21 @@ class VREX_EXPORT Client {
   // ClientOptions::maxConnectionsPerHost connections, further calls queued.
   // Time-outs, retries of queries with back-off, TLS, proxy, wire trace and
   // the answer size limit hold as for the synchronous forms. Results may be
-  // waited for, and calls started, from any thread. Destroying the last copy
-  // of the client ends the calls still under way as Cancelled.
+  // waited for, and calls started, from any thread. Cancelling a call ends it
+  // at once wherever it is: running, queued or waiting out a back-off.
   //
   // The forms with a callback call `onDone` on the event thread: keep it
   // short, and never wait there for another call of the same client.
+  //
+  // The last copy of a client may be let go on any thread, inside an
+  // `onDone` too. It ends the calls still under way as Cancelled and returns
+  // only once every call's `onDone` has run (its result is in), each exactly
+  // once; let go inside an `onDone`, the others' run there, before the
+  // destructor returns. Nothing of the client runs the caller's code after
+  // that: the wire trace handler is not called again either. Only a
+  // download's chunk or progress handler, which runs inside its transfer,
+  // must not let the last copy go (the destructor would wait for that very
+  // transfer).
 
   /// Sends a query; the result arrives in the AsyncCall.
   template <class Query, std::enable_if_t<kIsQuery<Query>, int> = 0>
@@ -248,7 +258,7 @@ class VREX_EXPORT Client {
   std::uint64_t maxAnswerBytes_;
   RetryPolicy retry_;
   std::shared_ptr<Transport> transport_;
-  std::shared_ptr<internal::CallRegistry> calls_;  // of the asynchronous calls; shared by copies
+  std::shared_ptr<internal::ClientCalls> calls_;  // of the asynchronous calls; held by copies only
   std::shared_ptr<internal::AnswerParser> parser_;
 };
 

@@ -9,6 +9,8 @@
 #include <string>
 #include <string_view>
 
+#include "vrex/Export.h"
+
 namespace vrex {
 
 /// TLS settings for https base URLs; libcurl's defaults where left empty.
@@ -68,8 +70,10 @@ struct ClientOptions {
   /// Scheme, host, optional port and path prefix, without "/api/"; used as
   /// given, like the established API.
   std::string baseUrl;
-  /// Sent in "GatewayApiAuthentication"; the build's token when empty.
+  /// Sent in "GatewayApiAuthentication"; the build's token when unset. It
+  /// must keep the build token's rule (GatewayTokenProblem).
   std::optional<std::string> token;
+  /// Both longer than 0 ms: libcurl would read 0 as "no time-out".
   std::chrono::milliseconds connectTimeout{10000};
   /// Bound of one attempt, answer included; downloads may set their own.
   std::chrono::milliseconds totalTimeout{60000};
@@ -95,9 +99,23 @@ struct ClientOptions {
   std::size_t maxConnectionsPerHost = 8;
   std::size_t maxRequestsInFlight = 64;
   ParseOptions parsing;
-  /// Unset: nothing is traced. The value of "GatewayApiAuthentication" is
-  /// shown as "***", never as the token.
+  /// Unset: nothing is traced. The values of "GatewayApiAuthentication",
+  /// "Authorization" and "Proxy-Authorization", the token wherever it shows
+  /// and URL passwords are shown as "***" (vrex/data/SecretMask.h).
   WireTraceHandler onWireTrace;
 };
+
+/// Why `token` cannot be sent as the gateway token, in words that do not
+/// repeat it; empty when it can. The rule of the build's token, except its
+/// length: not empty, printable ASCII from the blank (0x20) to the tilde
+/// (0x7E), neither starting nor ending with a blank. (A CR or LF would end
+/// the header and start another.)
+VREX_EXPORT std::string GatewayTokenProblem(std::string_view token);
+
+/// Why no call can be made with `options`, empty when there is no reason: a
+/// token that breaks the rule above, a time-out of 0 ms or less, a negative
+/// retry delay. A client made with such options sends nothing: every call
+/// fails with Outcome::Event::ClientFailed and this text.
+VREX_EXPORT std::string ClientOptionsProblem(const ClientOptions& options);
 
 }  // namespace vrex

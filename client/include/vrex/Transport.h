@@ -100,8 +100,15 @@ class VREX_EXPORT Transport {
   /// threads).
   virtual void PostAsync(AsyncExchange exchange);
 
-  /// Looks at the `cancelled` flags of the exchanges under way now.
+  /// Looks at the `cancelled` flags of the exchanges under way now: those
+  /// cancelled end soon, wherever they wait.
   virtual void WakeUp() {}
+
+  /// Ends the exchanges whose `cancelled` flag is set. Called on the
+  /// transport's own thread (from an onDone), it calls their onDone before it
+  /// returns; elsewhere it is WakeUp. A client calls it when its last copy
+  /// goes, having cancelled its calls.
+  virtual void EndCancelled() { WakeUp(); }
 };
 
 }  // namespace vrex

@@ -1,6 +1,5 @@
 #include "internal/AsyncAttempts.h"
 
-#include <algorithm>
 #include <utility>
 
 namespace vrex::internal {
@@ -39,7 +38,14 @@ void AsyncAttempts::Post(std::chrono::milliseconds delay) {
   exchange.onDone = [self = shared_from_this()](HttpResponse response) {
     self->OnResponse(response);
   };
-  transport->PostAsync(std::move(exchange));
+  try {
+    transport->PostAsync(std::move(exchange));
+  } catch (...) {  // not taken by the transport: the call must still end, once
+    HttpResponse response;
+    response.failure = TransferFailure::ClientFailed;
+    response.transportError = "the transport could not take the call";
+    finish_(response, attempts_);
+  }
 }
 
 void AsyncAttempts::OnResponse(const HttpResponse& response) {
@@ -50,27 +56,6 @@ void AsyncAttempts::OnResponse(const HttpResponse& response) {
     Post(*delay);
   } else {
     finish_(response, attempts_);
-  }
-}
-
-void CallRegistry::Add(const std::shared_ptr<std::atomic<bool>>& cancelled) {
-  const std::lock_guard<std::mutex> lock(mutex_);
-  // Finished calls leave expired entries; dropping them whenever the list has
-  // doubled keeps it as long as the calls under way, give or take.
-  if (flags_.size() == flags_.capacity()) {
-    flags_.erase(std::remove_if(flags_.begin(), flags_.end(),
-                                [](const auto& flag) { return flag.expired(); }),
-                 flags_.end());
-  }
-  flags_.push_back(cancelled);
-}
-
-void CallRegistry::CancelAll() {
-  const std::lock_guard<std::mutex> lock(mutex_);
-  for (const auto& weak : flags_) {
-    if (const auto flag = weak.lock()) {
-      *flag = true;
-    }
   }
 }
 

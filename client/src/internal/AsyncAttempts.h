@@ -9,8 +9,6 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <mutex>
-#include <vector>
 
 #include "internal/RetrySchedule.h"
 #include "vrex/ClientOptions.h"
@@ -45,18 +43,6 @@ class AsyncAttempts : public std::enable_shared_from_this<AsyncAttempts> {
   Finish finish_;
   int attempts_ = 0;
   std::shared_ptr<std::atomic<bool>> cancelled_;
-};
-
-/// The cancellation flags of the asynchronous calls of a client and its
-/// copies, for CancelAll.
-class CallRegistry {
- public:
-  void Add(const std::shared_ptr<std::atomic<bool>>& cancelled);
-  void CancelAll();
-
- private:
-  std::mutex mutex_;
-  std::vector<std::weak_ptr<std::atomic<bool>>> flags_;
 };
 
 }  // namespace vrex::internal

@@ -34,6 +34,15 @@ AtomicFile::~AtomicFile() {
 }
 
 bool AtomicFile::Open() {
+  // A device or FIFO is written in place: a file renamed over it would replace it.
+  std::error_code ignored;
+  const auto type = std::filesystem::status(target_, ignored).type();
+  if (type == std::filesystem::file_type::character || type == std::filesystem::file_type::block ||
+      type == std::filesystem::file_type::fifo) {
+    file_ = std::fopen(target_.c_str(), "wb");
+    if (file_ == nullptr) Fail("cannot open", target_, errno);
+    return file_ != nullptr;
+  }
   // "x" fails when the name exists, so a name chosen by another writer at
   // the same moment is never shared; a few tries find a free one.
   constexpr int kTries = 4;
@@ -76,7 +85,7 @@ bool AtomicFile::Commit() {
     return false;
   }
   std::error_code error;
-  std::filesystem::rename(temporary_, target_, error);
+  if (!temporary_.empty()) std::filesystem::rename(temporary_, target_, error);
   if (error) {
     Fail("cannot rename to", target_, error.value());
     return false;

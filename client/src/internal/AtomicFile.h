@@ -1,6 +1,7 @@
 #pragma once
 // A file that appears under its name complete or not at all: written under a
-// temporary name in the same directory and renamed when committed.
+// temporary name in the same directory and renamed when committed. A target
+// that is a device or a FIFO is written in place instead.
 
 #include <cstdio>
 #include <filesystem>

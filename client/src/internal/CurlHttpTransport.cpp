@@ -1,117 +1,49 @@
 #include "internal/CurlHttpTransport.h"
 
+#include <algorithm>
 #include <string>
 #include <utility>
 
 #include "internal/CurlGlobal.h"
 #include "internal/CurlTransfer.h"
-#include "internal/GatewayToken.h"
 #include "vrex/CurlTransport.h"
 
 namespace vrex {
-
-std::shared_ptr<Transport> MakeCurlTransport(const ClientOptions& options) {
-  return std::make_shared<internal::CurlHttpTransport>(options);
-}
 
 namespace internal {
 
 namespace {
 
-// The request headers as sent, with the gateway token replaced, so that a
-// trace can be shown and kept without leaking it.
-std::string MaskToken(std::string_view headers) {
-  constexpr std::string_view kName = "GatewayApiAuthentication:";
-  std::string masked(headers);
-  const std::size_t name = masked.find(kName);
-  if (name == std::string::npos) {
-    return masked;
+// Stands for a transport when the options break a rule: every exchange
+// fails on this side, before anything is sent.
+class RefusingTransport final : public Transport {
+ public:
+  explicit RefusingTransport(std::string problem) : problem_(std::move(problem)) {}
+  HttpResponse Post(const HttpRequest&) override {
+    HttpResponse response;
+    response.failure = TransferFailure::ClientFailed;
+    response.transportError = problem_;
+    return response;
   }
-  const std::size_t valueStart = name + kName.size();
-  const std::size_t lineEnd = masked.find_first_of("\r\n", valueStart);
-  masked.replace(valueStart, (lineEnd == std::string::npos ? masked.size() : lineEnd) - valueStart,
-                 " ***");
-  return masked;
-}
+  HttpResponse PostStreaming(const HttpRequest& request, const StreamHandler&) override {
+    return Post(request);
+  }
 
-// libcurl's debug callback; `context` is the handler of the transport's options.
-int TraceWire(CURL*, curl_infotype type, char* data, std::size_t size, void* context) {
-  const auto& handler = *static_cast<const WireTraceHandler*>(context);
-  const std::string_view text(data, size);
-  try {
-    switch (type) {
-      case CURLINFO_TEXT:
-        handler(WireTraceKind::Info, text);
-        break;
-      case CURLINFO_HEADER_OUT:
-        handler(WireTraceKind::RequestHeaders, MaskToken(text));
-        break;
-      case CURLINFO_HEADER_IN:
-        handler(WireTraceKind::ResponseHeader, text);
-        break;
-      default:  // bodies and TLS records are not traced
-        break;
-    }
-  } catch (...) {
-    // An exception must not cross libcurl's C frames; a lost trace line is harmless.
-  }
-  return 0;
-}
-
-void SetText(CURL* handle, CURLoption option, const std::string& value) {
-  if (!value.empty()) {
-    curl_easy_setopt(handle, option, value.c_str());
-  }
-}
+ private:
+  std::string problem_;
+};
 
 }  // namespace
 
 CurlHttpTransport::CurlHttpTransport(const ClientOptions& options)
-    : options_(options),
-      authenticationHeader_("GatewayApiAuthentication: " +
-                            options.token.value_or(internal::gatewayAuthenticationToken)),
-      pool_([this](CURL* handle) { Configure(handle); }) {
-  options_.token.reset();
-  EnsureCurlGlobalInit();
-}
+    : settings_((EnsureCurlGlobalInit(), std::make_shared<CurlSettings>(options))),
+      pool_([settings = settings_](CURL* handle) { settings->Configure(handle); }),
+      maxActive_(std::min(options.maxConnectionsPerHost, options.maxRequestsInFlight)) {}
 
-CurlHttpTransport::HeaderList CurlHttpTransport::BuildHeaders(std::string_view contentType) const {
-  const std::string contentTypeHeader = "Content-Type: " + std::string(contentType);
-  curl_slist* list = nullptr;
-  list = curl_slist_append(list, contentTypeHeader.c_str());
-  list = curl_slist_append(list, "accept: application/x-protobuf");
-  list = curl_slist_append(list, authenticationHeader_.c_str());
-  // Without this libcurl waits for "100 Continue" before large bodies.
-  list = curl_slist_append(list, "Expect:");
-  return HeaderList(list);
-}
-
-void CurlHttpTransport::Configure(CURL* handle) const {
-  // No signals: time-outs must work on any thread.
-  curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
-  curl_easy_setopt(handle, CURLOPT_TCP_KEEPALIVE, 1L);
-  curl_easy_setopt(handle, CURLOPT_PROTOCOLS_STR, "http,https");
-  curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT_MS,
-                   static_cast<long>(options_.connectTimeout.count()));
-  const long verify = options_.tls.verifyPeer ? 1L : 0L;
-  curl_easy_setopt(handle, CURLOPT_SSL_VERIFYPEER, verify);
-  curl_easy_setopt(handle, CURLOPT_SSL_VERIFYHOST, verify * 2L);
-  SetText(handle, CURLOPT_CAINFO, options_.tls.caFile);
-  SetText(handle, CURLOPT_CAPATH, options_.tls.caDirectory);
-  SetText(handle, CURLOPT_SSLCERT, options_.tls.clientCertificate);
-  SetText(handle, CURLOPT_SSLKEY, options_.tls.clientKey);
-  if (options_.proxy) {
-    curl_easy_setopt(handle, CURLOPT_PROXY, options_.proxy->c_str());
-  }
-  SetText(handle, CURLOPT_USERAGENT, options_.userAgent);
-  if (options_.acceptEncoding) {
-    curl_easy_setopt(handle, CURLOPT_ACCEPT_ENCODING, options_.acceptEncoding->c_str());
-  }
-  if (options_.onWireTrace) {
-    curl_easy_setopt(handle, CURLOPT_DEBUGFUNCTION, &TraceWire);
-    curl_easy_setopt(handle, CURLOPT_DEBUGDATA, &options_.onWireTrace);
-    curl_easy_setopt(handle, CURLOPT_VERBOSE, 1L);
-  }
+CurlHttpTransport::~CurlHttpTransport() {
+  engineRunning_.store(false, std::memory_order_release);
+  engine_.reset();
+  settings_->EndTrace();
 }
 
 HttpResponse CurlHttpTransport::Post(const HttpRequest& request) {
@@ -132,25 +64,19 @@ HttpResponse CurlHttpTransport::Perform(const HttpRequest& request, const Stream
     response.transportError = "libcurl could not create a transfer handle";
     return response;
   }
-  CurlTransfer transfer(handle, request, HeadersFor(request.contentType), onChunk);
+  CurlTransfer transfer(handle, request, settings_->HeadersFor(request.contentType), onChunk);
   return transfer.Finish(curl_easy_perform(handle));
-}
-
-curl_slist* CurlHttpTransport::HeadersFor(const std::string& contentType) {
-  const std::lock_guard<std::mutex> lock(headersMutex_);
-  auto found = headers_.find(contentType);
-  if (found == headers_.end()) {
-    found = headers_.emplace(contentType, BuildHeaders(contentType)).first;
-  }
-  return found->second.get();
 }
 
 CurlMultiEngine& CurlHttpTransport::Engine() {
   std::call_once(engineStarted_, [this] {
     CurlMultiEngine::Setup setup;
-    setup.configure = [this](CURL* handle) { Configure(handle); };
-    setup.headersFor = [this](const std::string& contentType) { return HeadersFor(contentType); };
-    setup.maxActive = std::min(options_.maxConnectionsPerHost, options_.maxRequestsInFlight);
+    // The loop may outlive this transport (see ~CurlMultiEngine): it holds the settings.
+    setup.configure = [settings = settings_](CURL* handle) { settings->Configure(handle); };
+    setup.headersFor = [settings = settings_](const std::string& contentType) {
+      return settings->HeadersFor(contentType);
+    };
+    setup.maxActive = maxActive_;
     engine_ = std::make_unique<CurlMultiEngine>(std::move(setup));
     engineRunning_.store(true, std::memory_order_release);
   });
@@ -159,11 +85,29 @@ CurlMultiEngine& CurlHttpTransport::Engine() {
 
 void CurlHttpTransport::PostAsync(AsyncExchange exchange) { Engine().Submit(std::move(exchange)); }
 
+CurlMultiEngine* CurlHttpTransport::RunningEngine() const {
+  return engineRunning_.load(std::memory_order_acquire) ? engine_.get() : nullptr;
+}
+
 void CurlHttpTransport::WakeUp() {
-  if (engineRunning_.load(std::memory_order_acquire)) {
-    engine_->WakeUp();
+  if (CurlMultiEngine* engine = RunningEngine()) {
+    engine->WakeUp();
+  }
+}
+
+void CurlHttpTransport::EndCancelled() {
+  if (CurlMultiEngine* engine = RunningEngine()) {
+    engine->EndCancelled();
   }
 }
 
 }  // namespace internal
+
+std::shared_ptr<Transport> MakeCurlTransport(const ClientOptions& options) {
+  if (std::string problem = ClientOptionsProblem(options); !problem.empty()) {
+    return std::make_shared<internal::RefusingTransport>(std::move(problem));
+  }
+  return std::make_shared<internal::CurlHttpTransport>(options);
+}
+
 }  // namespace vrex

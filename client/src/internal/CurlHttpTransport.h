@@ -1,17 +1,14 @@
 #pragma once
 // The libcurl implementation of vrex::Transport.
 
-#include <curl/curl.h>
-
 #include <atomic>
-#include <map>
+#include <cstddef>
 #include <memory>
 #include <mutex>
-#include <string>
-#include <string_view>
 
 #include "internal/CurlHandlePool.h"
 #include "internal/CurlMultiEngine.h"
+#include "internal/CurlSettings.h"
 #include "vrex/ClientOptions.h"
 #include "vrex/Transport.h"
 
@@ -20,33 +17,27 @@ namespace vrex::internal {
 class CurlHttpTransport final : public Transport {
  public:
   explicit CurlHttpTransport(const ClientOptions& options);
+  /// Stops the event loop (every exchange under way ends as Cancelled first)
+  /// and ends the wire trace: the handler is not called after this returns.
+  ~CurlHttpTransport() override;
 
   HttpResponse Post(const HttpRequest& request) override;
   HttpResponse PostStreaming(const HttpRequest& request, const StreamHandler& onChunk) override;
   /// Runs on an event loop started with the first asynchronous exchange.
   void PostAsync(AsyncExchange exchange) override;
   void WakeUp() override;
+  void EndCancelled() override;
 
  private:
-  struct HeaderListFree {
-    void operator()(curl_slist* list) const { curl_slist_free_all(list); }
-  };
-  using HeaderList = std::unique_ptr<curl_slist, HeaderListFree>;
-
-  HeaderList BuildHeaders(std::string_view contentType) const;
-  /// The headers of a request with `contentType`; kept for the transport's life.
-  curl_slist* HeadersFor(const std::string& contentType);
-  void Configure(CURL* handle) const;
   HttpResponse Perform(const HttpRequest& request, const StreamHandler* onChunk);
   CurlMultiEngine& Engine();
+  CurlMultiEngine* RunningEngine() const;
 
-  ClientOptions options_;  // without the token, which lives in the header lists only
-  std::string authenticationHeader_;
-  std::mutex headersMutex_;
-  std::map<std::string, HeaderList, std::less<>> headers_;  // by content type
+  std::shared_ptr<CurlSettings> settings_;  // shared with the event loop, which may end later
   CurlHandlePool pool_;
+  std::size_t maxActive_;  // exchanges of the event loop at once
   std::once_flag engineStarted_;
-  std::unique_ptr<CurlMultiEngine> engine_;  // last: stops before the rest goes
+  std::unique_ptr<CurlMultiEngine> engine_;
   std::atomic<bool> engineRunning_ = false;  // engine_ is set
 };
 

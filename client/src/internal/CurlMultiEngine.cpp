@@ -1,8 +1,10 @@
 #include "internal/CurlMultiEngine.h"
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <deque>
+#include <iterator>
 #include <map>
 #include <mutex>
 #include <unordered_map>
@@ -70,32 +72,48 @@ class CurlMultiEngine::Loop {
       Complete(exchange, Failed(TransferFailure::Cancelled, "the client is shutting down"));
       return;
     }
-    WakeUp();
+    WakeUp(false);
   }
 
-  void WakeUp() { curl_multi_wakeup(multi_); }
+  /// `lookAtQueues`: a call may have been cancelled while it waits in a
+  /// queue or a back-off, not only while its transfer runs.
+  void WakeUp(bool lookAtQueues = true) {
+    if (lookAtQueues) {
+      queuesCancelled_.store(true, std::memory_order_release);
+    }
+    curl_multi_wakeup(multi_);
+  }
 
   void Stop() {
     {
       const std::lock_guard<std::mutex> lock(mutex_);
       stopping_ = true;
     }
-    WakeUp();
+    WakeUp(false);
   }
 
+  // On the loop's thread only (from an onDone): the cancelled exchanges end
+  // now, wherever they wait.
+  void EndCancelledHere() {
+    TakeSubmitted();
+    queuesCancelled_.store(true, std::memory_order_relaxed);
+    EndCancelledOnes();
+  }
+
+  // On the loop's thread only, once stopping: ends every exchange left.
+  void EndAll() { EndAllWith("the client was destroyed while the call was under way"); }
+
   void Run() {
-    for (;;) {
-      if (TakeSubmitted()) {
-        break;
-      }
-      StartWaiting();
+    while (!Stopping()) {
+      TakeSubmitted();
       EndCancelledOnes();
+      StartWaiting();
       int running = 0;
       curl_multi_perform(multi_, &running);
       CollectDone();
       curl_multi_poll(multi_, nullptr, 0, static_cast<int>(NextWait().count()), nullptr);
     }
-    EndAll("the client was destroyed while the call was under way");
+    EndAll();
   }
 
  private:
@@ -104,14 +122,17 @@ class CurlMultiEngine::Loop {
     std::unique_ptr<CurlTransfer> transfer;  // refers to exchange.request and onChunk
   };
 
-  // Moves what was submitted into the loop's own queues; true when stopping.
-  bool TakeSubmitted() {
+  bool Stopping() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return stopping_;
+  }
+
+  // Moves what was submitted into the loop's own queues, and what is due
+  // from the back-offs into the queue of exchanges to start.
+  void TakeSubmitted() {
     std::deque<AsyncExchange> taken;
     {
       const std::lock_guard<std::mutex> lock(mutex_);
-      if (stopping_) {
-        return true;
-      }
       taken.swap(submitted_);
     }
     const Clock::time_point now = Clock::now();
@@ -127,7 +148,6 @@ class CurlMultiEngine::Loop {
       waiting_.push_back(std::move(it->second));
     }
     delayed_.erase(delayed_.begin(), due);
-    return false;
   }
 
   void StartWaiting() {
@@ -167,8 +187,12 @@ class CurlMultiEngine::Loop {
 
   // Ends the transfer of `handle` with `response`, or with what libcurl made
   // of it when `response` is empty.
+  // A handle ended already (by an onDone that ended the rest) is left alone.
   void End(CURL* handle, const HttpResponse* response, CURLcode result = CURLE_OK) {
     const auto found = active_.find(handle);
+    if (found == active_.end()) {
+      return;
+    }
     std::unique_ptr<Active> active = std::move(found->second);
     active_.erase(found);
     curl_multi_remove_handle(multi_, handle);
@@ -178,6 +202,9 @@ class CurlMultiEngine::Loop {
     Complete(active->exchange, std::move(ended));
   }
 
+  // The running transfers are looked at on every turn (there are few); the
+  // queues only when a cancellation woke the loop. Each exchange is taken out
+  // before its onDone runs, which may end others or submit new ones.
   void EndCancelledOnes() {
     std::vector<CURL*> cancelled;
     for (const auto& [handle, active] : active_) {
@@ -189,6 +216,31 @@ class CurlMultiEngine::Loop {
     for (CURL* handle : cancelled) {
       End(handle, &response);
     }
+    if (!queuesCancelled_.exchange(false, std::memory_order_acquire)) {
+      return;
+    }
+    std::vector<AsyncExchange> ended = TakeCancelled(waiting_);
+    for (auto it = delayed_.begin(); it != delayed_.end();) {
+      if (IsCancelled(it->second)) {
+        ended.push_back(std::move(it->second));
+        it = delayed_.erase(it);
+      } else {
+        ++it;
+      }
+    }
+    for (AsyncExchange& exchange : ended) {
+      Complete(exchange, response);
+    }
+  }
+
+  static std::vector<AsyncExchange> TakeCancelled(std::deque<AsyncExchange>& queue) {
+    std::vector<AsyncExchange> cancelled;
+    const auto kept = std::stable_partition(queue.begin(), queue.end(), [](const auto& exchange) {
+      return !IsCancelled(exchange);
+    });
+    std::move(kept, queue.end(), std::back_inserter(cancelled));
+    queue.erase(kept, queue.end());
+    return cancelled;
   }
 
   void CollectDone() {
@@ -213,7 +265,7 @@ class CurlMultiEngine::Loop {
     return wait;
   }
 
-  void EndAll(const std::string& why) {
+  void EndAllWith(const std::string& why) {
     const HttpResponse response = Failed(TransferFailure::Cancelled, why);
     while (!active_.empty()) {
       End(active_.begin()->first, &response);
@@ -257,6 +309,7 @@ class CurlMultiEngine::Loop {
   std::mutex mutex_;
   std::deque<AsyncExchange> submitted_;  // guarded by mutex_
   bool stopping_ = false;                // guarded by mutex_
+  std::atomic<bool> queuesCancelled_ = false;
 
   // The loop thread's own.
   std::multimap<Clock::time_point, AsyncExchange> delayed_;
@@ -278,17 +331,31 @@ CurlMultiEngine::~CurlMultiEngine() {
   if (!thread_.joinable()) {
     return;
   }
-  // Destroyed by an onDone on the loop's own thread (the last copy of a
-  // client let go in a callback): the loop ends the rest once that returns.
-  if (thread_.get_id() == std::this_thread::get_id()) {
-    thread_.detach();
-  } else {
+  if (!OnLoopThread()) {
     thread_.join();
+    return;
   }
+  // Destroyed by an onDone on the loop's own thread: every exchange ends
+  // here, before this returns; what the thread still does after that onDone
+  // touches only the loop, which it keeps alive, and no caller's code.
+  loop_->EndAll();
+  thread_.detach();
+}
+
+bool CurlMultiEngine::OnLoopThread() const {
+  return thread_.get_id() == std::this_thread::get_id();
 }
 
 void CurlMultiEngine::Submit(AsyncExchange exchange) { loop_->Submit(std::move(exchange)); }
 
 void CurlMultiEngine::WakeUp() { loop_->WakeUp(); }
+
+void CurlMultiEngine::EndCancelled() {
+  if (OnLoopThread()) {
+    loop_->EndCancelledHere();
+  } else {
+    loop_->WakeUp();
+  }
+}
 
 }  // namespace vrex::internal

@@ -1,9 +1,9 @@
 #pragma once
 // The event loop of the asynchronous calls: one thread drives libcurl's
 // multi interface for every exchange of a transport. Exchanges wait in a
-// queue until a connection is free, back-offs are timers of the loop, and
-// cancellation is looked at whenever the loop wakes. No thread per call, no
-// sleeping thread per retry.
+// queue until a connection is free, back-offs are timers of the loop, and a
+// cancellation wakes the loop, which ends the call wherever it waits. No
+// thread per call, no sleeping thread per retry.
 
 #include <curl/curl.h>
 
@@ -30,9 +30,10 @@ class CurlMultiEngine {
   };
 
   explicit CurlMultiEngine(Setup setup);
-  /// Ends every exchange not yet done as Cancelled (each onDone is called
-  /// before this returns, unless it runs on the loop's own thread) and stops
-  /// the loop.
+  /// Ends every exchange not yet done as Cancelled, each onDone called
+  /// before this returns, and stops the loop. Run by an onDone on the loop's
+  /// own thread, it ends them there and leaves the thread to finish that
+  /// onDone and end by itself.
   ~CurlMultiEngine();
   CurlMultiEngine(const CurlMultiEngine&) = delete;
   CurlMultiEngine& operator=(const CurlMultiEngine&) = delete;
@@ -40,10 +41,16 @@ class CurlMultiEngine {
   /// Takes `exchange` into the loop; safe from any thread, the loop's own
   /// included (a retry from an onDone).
   void Submit(AsyncExchange exchange);
-  /// Makes the loop look at the exchanges' cancellation flags now.
+  /// Makes the loop look at the exchanges' cancellation flags now, those
+  /// waiting in the queue or a back-off included.
   void WakeUp();
+  /// As WakeUp; on the loop's own thread, ends the cancelled exchanges (their
+  /// onDone called) before it returns.
+  void EndCancelled();
 
  private:
+  bool OnLoopThread() const;
+
   class Loop;  // everything the loop thread works on; it keeps it alive
 
   std::shared_ptr<Loop> loop_;

@@ -1,5 +1,7 @@
 #include "internal/CurlTransfer.h"
 
+#include <algorithm>
+#include <cstdio>
 #include <exception>
 #include <new>
 #include <utility>
@@ -66,13 +68,19 @@ bool IsBrokenHttp(CURLcode result) {
 CurlTransfer::CurlTransfer(CURL* handle, const HttpRequest& request, curl_slist* headers,
                            const StreamHandler* onChunk)
     : handle_(handle),
+      unsent_(request.body),
+      bodySize_(request.body.size()),
       onChunk_(onChunk),
       streamLimit_(request.maxStreamedBytes),
       body_(request.maxAnswerBytes) {
   curl_easy_setopt(handle, CURLOPT_URL, request.url.c_str());
-  curl_easy_setopt(handle, CURLOPT_POSTFIELDS, request.body.data());
+  curl_easy_setopt(handle, CURLOPT_POST, 1L);
   curl_easy_setopt(handle, CURLOPT_POSTFIELDSIZE_LARGE,
                    static_cast<curl_off_t>(request.body.size()));
+  curl_easy_setopt(handle, CURLOPT_READFUNCTION, &SendBody);
+  curl_easy_setopt(handle, CURLOPT_READDATA, this);
+  curl_easy_setopt(handle, CURLOPT_SEEKFUNCTION, &RewindBody);
+  curl_easy_setopt(handle, CURLOPT_SEEKDATA, this);
   curl_easy_setopt(handle, CURLOPT_HTTPHEADER, headers);
   curl_easy_setopt(handle, CURLOPT_TIMEOUT_MS, static_cast<long>(request.timeout.count()));
   curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, &ReceiveBody);
@@ -86,7 +94,29 @@ CurlTransfer::~CurlTransfer() {
   curl_easy_setopt(handle_, CURLOPT_ERRORBUFFER, nullptr);
   curl_easy_setopt(handle_, CURLOPT_WRITEDATA, nullptr);
   curl_easy_setopt(handle_, CURLOPT_HEADERDATA, nullptr);
+  curl_easy_setopt(handle_, CURLOPT_READDATA, nullptr);
+  curl_easy_setopt(handle_, CURLOPT_SEEKDATA, nullptr);
   curl_easy_setopt(handle_, CURLOPT_HTTPHEADER, nullptr);
+}
+
+std::size_t CurlTransfer::SendBody(char* buffer, std::size_t size, std::size_t count,
+                                   void* self) {
+  std::string_view& unsent = static_cast<CurlTransfer*>(self)->unsent_;
+  const std::size_t length = std::min(size * count, unsent.size());
+  unsent.copy(buffer, length);
+  unsent.remove_prefix(length);
+  return length;
+}
+
+// Once bytes of the body went out, libcurl asks to start it over only to
+// send the request again.
+int CurlTransfer::RewindBody(void* self, curl_off_t offset, int origin) {
+  auto& transfer = *static_cast<CurlTransfer*>(self);
+  if (offset == 0 && origin == SEEK_SET && transfer.unsent_.size() == transfer.bodySize_) {
+    return CURL_SEEKFUNC_OK;
+  }
+  transfer.resendRefused_ = true;
+  return CURL_SEEKFUNC_CANTSEEK;
 }
 
 // Returning less than the bytes handed in makes libcurl abort the transfer.
@@ -219,6 +249,13 @@ void CurlTransfer::Classify(CURLcode result, HttpResponse& response) const {
   if (stop_ != Stop::None) {
     response.failure = FailureOf(stop_);
     response.transportError = stopDetail_;
+    return;
+  }
+  if (resendRefused_ && result == CURLE_SEND_FAIL_REWIND) {
+    response.failure = TransferFailure::NoAnswer;
+    response.transportError =
+        "the connection closed after the request was sent, without an answer; the request "
+        "was not sent again";
     return;
   }
   long requestBytes = 0;

@@ -6,6 +6,12 @@
 // Nothing thrown by a stream handler, nor running out of memory, crosses
 // libcurl's C frames: the callbacks catch it, stop the transfer and record
 // why, which the response then reports.
+//
+// The request goes out once per transfer. libcurl sends a request again by
+// itself when a kept-alive connection closes before any answer; the body is
+// therefore handed to it by a read callback that refuses to start over once
+// it gave bytes, which makes such a transfer fail (as NoAnswer) instead, and
+// the caller's retry policy decides whether the request may go again.
 
 #include <curl/curl.h>
 
@@ -39,6 +45,8 @@ class CurlTransfer {
 
   static std::size_t ReceiveBody(char* data, std::size_t size, std::size_t count, void* self);
   static std::size_t ReceiveHeader(char* data, std::size_t size, std::size_t count, void* self);
+  static std::size_t SendBody(char* buffer, std::size_t size, std::size_t count, void* self);
+  static int RewindBody(void* self, curl_off_t offset, int origin);
 
   bool OnHeaderLine(std::string_view line);
   bool OnEndOfHeaders();
@@ -51,6 +59,9 @@ class CurlTransfer {
   static TransferFailure FailureOf(Stop stop);
 
   CURL* handle_;
+  std::string_view unsent_;  // of the request's body
+  std::size_t bodySize_;
+  bool resendRefused_ = false;
   const StreamHandler* onChunk_;  // null: keep every body
   std::uint64_t streamLimit_;
   BodyBuffer body_;

@@ -27,9 +27,10 @@ Read ReadVarint(std::string_view bytes, std::size_t& position, int maxBytes, std
   return Read::Malformed;
 }
 
-// Limits the protobuf parser applies: a tag takes at most 5 bytes, a value at
-// most 10, a length fits 31 bits.
+// Limits the protobuf parser applies: a tag takes at most 5 bytes, of which
+// it keeps the low 32 bits; a value at most 10 bytes; a length fits 31 bits.
 constexpr int kTagBytes = 5;
+constexpr std::uint64_t kTagBits = std::numeric_limits<std::uint32_t>::max();
 constexpr int kVarintBytes = 10;
 constexpr int kLengthBytes = 5;
 constexpr std::uint64_t kMaxLength = std::numeric_limits<std::int32_t>::max();
@@ -38,12 +39,14 @@ enum WireType : std::uint64_t { kVarint = 0, kFixed64 = 1, kLengthDelimited = 2,
 
 // The end of the field whose head is at `position`, or why there is none yet.
 Read FieldEnd(std::string_view bytes, std::size_t position, std::uint64_t& tag, std::size_t& end) {
-  // A tag of field 0 or beyond 32 bits passes: the slice's parse refuses it,
-  // as the parse in one piece does.
+  // A tag of field 0 passes: the slice's parse refuses it, as the parse in
+  // one piece does. Bits of a 5-byte tag beyond 32 are dropped, as protobuf
+  // drops them, so a field is the same field here as there.
   Read read = ReadVarint(bytes, position, kTagBytes, tag);
   if (read != Read::Done) {
     return read;
   }
+  tag &= kTagBits;
   std::uint64_t value = 0;
   switch (tag & 7) {
     case kVarint:

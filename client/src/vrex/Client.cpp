@@ -8,6 +8,7 @@
 #include "internal/AnswerStream.h"
 #include "internal/AsyncAttempts.h"
 #include "internal/AtomicFile.h"
+#include "internal/CallRegistry.h"
 #include "internal/RetrySchedule.h"
 #include "internal/SliceRules.h"
 #include "vrex/CurlTransport.h"
@@ -133,11 +134,11 @@ Client::Client(ClientOptions options, std::shared_ptr<Transport> transport)
       maxAnswerBytes_(options.maxAnswerBytes),
       retry_(options.retry),
       transport_(std::move(transport)),
-      calls_(std::make_shared<internal::CallRegistry>()),
       parser_(std::make_shared<internal::AnswerParser>(options.parsing)) {
   if (!transport_) {
     throw std::invalid_argument("vrex::Client needs a transport");
   }
+  calls_ = std::make_shared<internal::ClientCalls>(transport_);
 }
 
 HttpRequest Client::BuildRequest(std::string_view requestType,
@@ -237,13 +238,15 @@ CallCanceller Client::Start(std::string_view requestType, RequestKind kind,
   HttpRequest http = BuildRequest(requestType, request, timeout);
   http.maxStreamedBytes = maxStreamedBytes;
   const Clock::time_point start = Clock::now();
+  const std::shared_ptr<internal::CallRegistry>& registry = calls_->Registry();
   auto attempts = std::make_shared<internal::AsyncAttempts>(
       std::move(http), std::move(onChunk), internal::RetrySchedule(retry_, start),
       MayRetry(requestType, kind), transport_,
-      [onEnd = std::move(onEnd), start](const HttpResponse& response, int made) {
+      [onEnd = std::move(onEnd), start, registry](const HttpResponse& response, int made) {
+        const internal::CallRegistry::Ending ending(*registry);
         onEnd(response, made, start);
       });
-  calls_->Add(attempts->Cancelled());
+  registry->Add(attempts->Cancelled());
   CallCanceller canceller(attempts->Cancelled(), transport_);
   attempts->Begin();
   return canceller;
@@ -300,7 +303,7 @@ CallCanceller Client::StartDownloadToFile(std::string_view requestType,
 }
 
 void Client::CancelAll() const {
-  calls_->CancelAll();
+  calls_->Registry()->CancelAll();
   transport_->WakeUp();
 }
 

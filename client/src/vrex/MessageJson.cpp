@@ -4,6 +4,7 @@
 #include <google/protobuf/util/json_util.h>
 
 #include "internal/JsonParseError.h"
+#include "vrex/data/JsonShape.h"
 #include "vrex/ContractTypes.h"
 
 namespace vrex {
@@ -23,6 +24,11 @@ Result<T> Failure(std::string error) {
 }  // namespace
 
 std::string MergeJsonInto(std::string_view json, Message& message) {
+  // The JSON parser reads [["a", ["b"]], "c"] as the list a, b, c; no field
+  // of the contract is a list of lists, so a list inside a list is a mistake.
+  if (data::ScanJsonShape(json).listInList) {
+    return "a list holds a list; each list of the contract holds plain values or objects";
+  }
   google::protobuf::util::JsonParseOptions options;
   options.ignore_unknown_fields = false;
   const auto status = google::protobuf::util::JsonStringToMessage(

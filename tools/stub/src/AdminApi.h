@@ -9,7 +9,9 @@
 //   GET    /__stub/journal           the requests received, bodies decoded
 //   DELETE /__stub/journal           empties the journal
 //
-// Its own requests are not journalled.
+// Its own requests are not journalled. Unless the options allow remote
+// callers, it answers only requests naming a loopback Host and carrying no
+// Origin: a web page, even one whose name resolves to 127.0.0.1, gets 403.
 
 #include <string_view>
 
@@ -17,15 +19,17 @@
 #include "RequestJournal.h"
 #include "vrex/stub/CannedAnswer.h"
 #include "vrex/stub/JournalEntry.h"
+#include "vrex/stub/StubServer.h"
 
 namespace vrex::stub {
 
 /// Whether `path` (without query) is one of the admin API.
 bool IsAdminPath(std::string_view path);
 
-/// The answer to an admin request, after doing what it asks.
+/// The answer to an admin request, after doing what it asks; every refusal
+/// is logged.
 CannedAnswer AnswerAdmin(std::string_view method, std::string_view path,
                          const JournalEntry& request, AnswerTable& answers,
-                         RequestJournal& journal);
+                         RequestJournal& journal, const StubServerOptions& options);
 
 }  // namespace vrex::stub

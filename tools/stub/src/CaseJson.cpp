@@ -8,6 +8,7 @@
 
 #include "AnswerSelection.h"
 #include "RequestMatch.h"
+#include "CredentialMask.h"
 #include "StubFiles.pb.h"
 #include "vrex/MessageJson.h"
 #include "vrex/RequestCatalog.h"
@@ -200,13 +201,18 @@ std::string CaseFileJson(const std::vector<StubCase>& cases) {
   return Printed(file);
 }
 
-std::string JournalJson(const std::vector<JournalEntry>& entries) {
+std::string JournalJson(const std::vector<JournalEntry>& entries, std::uint64_t dropped) {
   files::Journal journal;
+  journal.set_dropped(dropped);
   for (const JournalEntry& entry : entries) {
     files::JournalRecord* record = journal.add_requests();
     record->set_method(entry.method);
     record->set_path(entry.path);
-    for (const HeaderField& header : entry.headers) AddHeader(header, *record->mutable_headers());
+    for (const HeaderField& header : entry.headers) {
+      AddHeader(HeaderField{header.name, CarriesSecret(header.name) ? MaskedSecret(header.value)
+                                                                    : header.value},
+                *record->mutable_headers());
+    }
     const std::string path = entry.path.substr(0, entry.path.find('?'));
     const auto requestType = RequestTypeOf(path);
     const auto request = requestType ? DecodeRequest(*requestType, entry.body) : nullptr;

@@ -3,6 +3,7 @@
 // bodies of the admin API and what recording writes. The forms are the
 // messages of StubFiles.proto.
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -27,7 +28,8 @@ Result<StubCase> ParseCase(std::string_view json);
 /// message in proto3 JSON, other bodies as base64.
 std::string CaseFileJson(const std::vector<StubCase>& cases);
 
-/// `entries` with the bodies of requests decoded into proto3 JSON.
-std::string JournalJson(const std::vector<JournalEntry>& entries);
+/// `entries` with the bodies of requests decoded into proto3 JSON and the
+/// values of headers that carry secrets masked, and the count of those dropped.
+std::string JournalJson(const std::vector<JournalEntry>& entries, std::uint64_t dropped);
 
 }  // namespace vrex::stub

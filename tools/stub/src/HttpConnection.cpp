@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <boost/asio/dispatch.hpp>
+#include <boost/asio/execution/outstanding_work.hpp>
+#include <boost/asio/prefer.hpp>
 #include <boost/asio/post.hpp>
 #include <boost/beast/http/error.hpp>
 #include <cerrno>
@@ -145,7 +147,17 @@ void HttpConnection::OnRequest() {
   JournalEntry& request = parser_->Request();
   request.connection = id_;
   const bool keepAlive = parser_->keep_alive();
-  Answer(context_.handler.Answer(std::move(request)), keepAlive);
+  // Until the answer comes, from whichever thread, its event loop keeps running.
+  const auto loop =
+      asio::prefer(socket_.get_executor(), asio::execution::outstanding_work.tracked);
+  context_.handler.Answer(
+      std::move(request),
+      [self = shared_from_this(), keepAlive, loop](std::shared_ptr<const CannedAnswer> answer) {
+        // At once when the answer comes on the connection's own thread.
+        asio::dispatch(loop, [self, keepAlive, answer]() {
+          self->Guarded([&] { self->Answer(answer, keepAlive); });
+        });
+      });
 }
 
 void HttpConnection::Refuse(const beast::error_code& error) {
@@ -161,8 +173,11 @@ void HttpConnection::Refuse(const beast::error_code& error) {
     Log("a request head over " + std::to_string(kHeadLimit) + " bytes is refused with 431");
     Answer(std::make_shared<CannedAnswer>(TextAnswer(431, "request head too large")), false);
   } else {
-    Answer(std::make_shared<CannedAnswer>(TextAnswer(400, "bad request: " + error.message())),
-           false);
+    const std::string cause = error == http::error::bad_transfer_encoding
+                                  ? "Transfer-Encoding other than chunked, or with Content-Length"
+                                  : error.message();
+    Log("a malformed request is refused with 400: " + cause);
+    Answer(std::make_shared<CannedAnswer>(TextAnswer(400, "bad request: " + cause)), false);
   }
 }
 

@@ -11,6 +11,7 @@
 #include <boost/beast/core/flat_buffer.hpp>
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -24,12 +25,16 @@ namespace vrex::stub {
 
 class ConnectionRegistry;
 
+/// Takes the answer to a request, from any thread.
+using AnswerReady = std::function<void(std::shared_ptr<const CannedAnswer>)>;
+
 /// The server side of a connection: chooses the answer to each request.
 class RequestHandler {
  public:
   virtual ~RequestHandler() = default;
-  /// Called in the connection's strand, on one of the serving threads.
-  virtual std::shared_ptr<const CannedAnswer> Answer(JournalEntry request) = 0;
+  /// Called in the connection's strand, on one of the serving threads; gives
+  /// the answer to `ready` at once, or later from another thread.
+  virtual void Answer(JournalEntry request, AnswerReady ready) = 0;
 };
 
 /// What every connection of a server shares; outlives them all.

@@ -90,7 +90,13 @@ HttpListener::HttpListener(const StubServerOptions& options, RequestHandler& han
       acceptor_(*loops_.front()),
       accepted_(*loops_[1]),
       acceptPause_(*loops_.front()) {
-  Bind(acceptor_, ResolveEndpoint(*loops_.front(), options_), options_);
+  const tcp::endpoint endpoint = ResolveEndpoint(*loops_.front(), options_);
+  Bind(acceptor_, endpoint, options_);
+  if (!endpoint.address().is_loopback()) {
+    options_.log("listening on " + endpoint.address().to_string() +
+                 ", not a loopback address: other machines reach this server" +
+                 (options_.allowRemoteAdmin ? ", its admin API included" : ""));
+  }
   port_ = acceptor_.local_endpoint().port();
   Accept();
   for (auto& loop : loops_) {

@@ -6,10 +6,12 @@
 #include <array>
 #include <fstream>
 #include <stdexcept>
+#include <system_error>
 #include <utility>
 
 #include "CaseJson.h"
 #include "RequestMatch.h"
+#include "CredentialMask.h"
 #include "vrex/MessageJson.h"
 #include "vrex/data/Text.h"
 
@@ -38,21 +40,32 @@ std::string MatchOf(std::string_view requestType, const std::string& body) {
   return json ? json.Value() : std::string();
 }
 
-/// Writes `text` to `path` whole or not at all.
+/// Writes `text` to `path` whole or not at all; throws std::runtime_error
+/// naming the cause when it cannot, leaving nothing behind.
 void WriteWhole(const fs::path& path, const std::string& text) {
   const fs::path partial = path.string() + ".partial";
-  {
-    std::ofstream out(partial, std::ios::binary | std::ios::trunc);
-    out << text;
-    if (!out.flush()) throw std::runtime_error(partial.string() + ": cannot be written");
+  std::error_code error = std::make_error_code(std::errc::io_error);
+  if (std::ofstream out(partial, std::ios::binary | std::ios::trunc); out << text && out.flush()) {
+    out.close();
+    fs::rename(partial, path, error);
   }
-  fs::rename(partial, path);
+  if (error) {
+    std::error_code ignored;
+    fs::remove(partial, ignored);
+    throw std::runtime_error(path.string() + " cannot be written (" + error.message() + ")");
+  }
 }
 
 }  // namespace
 
-Recorder::Recorder(std::string liveUrl, fs::path directory)
-    : liveUrl_(std::move(liveUrl)), directory_(std::move(directory)) {
+Recorder::Recorder(const std::string& liveUrl, fs::path directory,
+                   std::chrono::milliseconds timeout, LogSink log)
+    : directory_(std::move(directory)), timeout_(timeout), log_(std::move(log)) {
+  const std::size_t scheme = liveUrl.find("://");
+  const std::size_t path = liveUrl.find('/', scheme == std::string::npos ? 0 : scheme + 3);
+  origin_ = liveUrl.substr(0, path);
+  prefix_ = path == std::string::npos ? "" : liveUrl.substr(path);
+  while (!prefix_.empty() && prefix_.back() == '/') prefix_.pop_back();
   fs::create_directories(directory_);
 }
 
@@ -62,18 +75,23 @@ CannedAnswer Recorder::Forward(std::string_view requestType, const JournalEntry&
     if (!FramesTheHop(header.name)) headers.emplace(header.name, header.value);
   }
   const std::string* contentType = request.FindHeader("Content-Type");
-  httplib::Client live(liveUrl_);
-  const auto response = live.Post(request.path, headers, request.body,
+  httplib::Client live(origin_);
+  live.set_connection_timeout(timeout_);
+  live.set_read_timeout(timeout_);
+  live.set_write_timeout(timeout_);
+  const auto response = live.Post(prefix_ + request.path, headers, request.body,
                                   contentType ? *contentType : std::string(kProtobufContentType));
   if (!response) {
-    return TextAnswer(502, "the live server " + liveUrl_ +
+    return TextAnswer(502, "the live server " + origin_ + prefix_ +
                                " did not answer: " + httplib::to_string(response.error()));
   }
   CannedAnswer answer;
   answer.status = response->status;
   answer.body = response->body;
   answer.contentType = response->get_header_value("Content-Type");
-  Record(requestType, request, answer);
+  CannedAnswer recorded = answer;
+  recorded.body = WithoutSecrets(answer.body, SecretsOf(request.headers));
+  Record(requestType, request, recorded);
   for (const auto& [name, value] : response->headers) {
     if (!FramesTheHop(name)) answer.headers.push_back({name, value});
   }
@@ -95,7 +113,11 @@ void Recorder::Record(std::string_view requestType, const JournalEntry& request,
   std::stable_sort(cases.begin(), cases.end(), [](const StubCase& a, const StubCase& b) {
     return a.match.size() > b.match.size();
   });
-  WriteWhole(directory_ / (std::string(requestType) + ".cases.json"), CaseFileJson(cases));
+  try {
+    WriteWhole(directory_ / (std::string(requestType) + ".cases.json"), CaseFileJson(cases));
+  } catch (const std::exception& error) {
+    log_(std::string("the answer goes back unrecorded: ") + error.what());
+  }
 }
 
 }  // namespace vrex::stub

@@ -1,6 +1,9 @@
 #include "RequestParser.h"
 
+#include <boost/beast/http/error.hpp>
 #include <string>
+
+#include "vrex/data/Text.h"
 
 namespace vrex::stub {
 
@@ -12,8 +15,13 @@ void RequestParser::on_request_impl(verb, std::string_view methodText, std::stri
 
 void RequestParser::on_response_impl(int, std::string_view, int, error_code&) {}
 
-void RequestParser::on_field_impl(field, std::string_view nameText, std::string_view value,
-                                  error_code&) {
+void RequestParser::on_field_impl(field name, std::string_view nameText, std::string_view value,
+                                  error_code& error) {
+  // The parser takes a body it cannot frame (identity, xchunked, "chunked,
+  // identity") as none, and serves its bytes as the next request: refused.
+  if (name == field::transfer_encoding && !data::EqualsIgnoringCase(value, "chunked")) {
+    error = boost::beast::http::error::bad_transfer_encoding;
+  }
   request_.headers.push_back({std::string(nameText), std::string(value)});
 }
 

@@ -1,6 +1,9 @@
 #include "vrex/stub/StubServer.h"
 
+#include <boost/asio/post.hpp>
+#include <boost/asio/thread_pool.hpp>
 #include <iostream>
+#include <set>
 #include <stdexcept>
 #include <utility>
 
@@ -28,7 +31,8 @@ std::string_view PathOf(std::string_view target) { return target.substr(0, targe
 
 class StubServer::Impl final : public RequestHandler {
  public:
-  explicit Impl(StubServerOptions options) : options_(std::move(options)) {
+  explicit Impl(StubServerOptions options)
+      : journal(options.journalEntries, options.journalBytes), options_(std::move(options)) {
     options_.log = OrStandardError(std::move(options_.log));
   }
 
@@ -38,7 +42,22 @@ class StubServer::Impl final : public RequestHandler {
     }
     listener_ = std::make_unique<HttpListener>(options_, *this);
   }
-  void Stop() { listener_.reset(); }
+  void Stop() {
+    std::unique_ptr<boost::asio::thread_pool> blocking;
+    {
+      const std::lock_guard lock(blockingMutex_);
+      stopping_ = true;
+      blocking = std::move(blockingCalls_);
+    }
+    if (blocking) {
+      blocking->stop();  // the calls under way end, the others are dropped
+      blocking->join();
+      blocking.reset();  // before the connections' registry goes with the listener
+    }
+    listener_.reset();
+    const std::lock_guard lock(blockingMutex_);
+    stopping_ = false;
+  }
   bool IsRunning() const { return listener_ != nullptr; }
   void ServeConnection(int socket) {
     if (!listener_) {
@@ -65,12 +84,52 @@ class StubServer::Impl final : public RequestHandler {
     observer_ = std::move(observer);
   }
 
-  std::shared_ptr<const CannedAnswer> Answer(JournalEntry request) override {
+  void SetBlocking(std::string_view requestType, bool blocking) {
+    const std::lock_guard lock(blockingMutex_);
+    if (blocking) {
+      blockingTypes_.emplace(requestType);
+    } else if (const auto found = blockingTypes_.find(requestType); found != blockingTypes_.end()) {
+      blockingTypes_.erase(found);
+    }
+  }
+
+  bool Blocks(std::string_view requestType) {
+    const std::lock_guard lock(blockingMutex_);
+    return blockingTypes_.count(requestType) != 0;
+  }
+
+  void Answer(JournalEntry request, AnswerReady ready) override {
     const std::string_view path = PathOf(request.path);
     if (options_.adminApi && IsAdminPath(path)) {
-      return std::make_shared<const CannedAnswer>(
-          AnswerAdmin(request.method, path, request, answers, journal));
+      ready(std::make_shared<const CannedAnswer>(
+          AnswerAdmin(request.method, path, request, answers, journal, options_)));
+      return;
     }
+    const auto requestType = RequestTypeOf(path);
+    if (!requestType || !Blocks(*requestType)) {
+      ready(Chosen(std::move(request)));
+      return;
+    }
+    const std::lock_guard lock(blockingMutex_);
+    if (stopping_) return;  // its connection closes with the server
+    if (!blockingCalls_) {
+      blockingCalls_ = std::make_unique<boost::asio::thread_pool>(options_.threads);
+    }
+    boost::asio::post(*blockingCalls_, [this, request = std::move(request), ready]() mutable {
+      try {
+        ready(Chosen(std::move(request)));
+      } catch (const std::exception& error) {
+        options_.log(std::string("the answer of a blocking responder was lost: ") + error.what());
+      }
+    });
+  }
+
+  AnswerTable answers;
+  RequestJournal journal;
+
+ private:
+  std::shared_ptr<const CannedAnswer> Chosen(JournalEntry request) {
+    const std::string_view path = PathOf(request.path);
     Selection selection = SelectAnswer(request.method, path, request, answers);
     request.matchedCase = std::move(selection.caseName);
     request.unmatched = selection.unmatched;
@@ -80,10 +139,6 @@ class StubServer::Impl final : public RequestHandler {
     return answer;
   }
 
-  AnswerTable answers;
-  RequestJournal journal;
-
- private:
   void Notify(const JournalEntry& request, const CannedAnswer& answer) {
     RequestObserver observer;
     {
@@ -104,6 +159,10 @@ class StubServer::Impl final : public RequestHandler {
   std::unique_ptr<HttpListener> listener_;
   std::mutex observerMutex_;
   RequestObserver observer_;
+  std::mutex blockingMutex_;
+  std::set<std::string, std::less<>> blockingTypes_;  // whose responders block
+  std::unique_ptr<boost::asio::thread_pool> blockingCalls_;  // made for the first such request
+  bool stopping_ = false;
 };
 
 StubServer::StubServer(StubServerOptions options)
@@ -134,10 +193,17 @@ void StubServer::ClearAnswers() { impl_->answers.Clear(); }
 
 void StubServer::SetResponder(std::string_view requestType, Responder responder) {
   impl_->answers.SetResponder(requestType, std::move(responder));
+  impl_->SetBlocking(requestType, false);
+}
+
+void StubServer::SetBlockingResponder(std::string_view requestType, Responder responder) {
+  impl_->answers.SetResponder(requestType, std::move(responder));
+  impl_->SetBlocking(requestType, true);
 }
 
 void StubServer::ClearResponder(std::string_view requestType) {
   impl_->answers.RemoveResponder(requestType);
+  impl_->SetBlocking(requestType, false);
 }
 
 void StubServer::AddCase(StubCase stubCase) { impl_->answers.Add(std::move(stubCase)); }

@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <exception>
+#include <functional>
 #include <iostream>
 #include <optional>
 #include <string>
@@ -27,6 +28,7 @@ struct CommandLine {
   vrex::stub::StubServerOptions server;
   std::string dataDirectory;
   std::string recordFrom;
+  std::chrono::milliseconds recordTimeout{5000};
   bool verbose = false;
 };
 
@@ -34,19 +36,22 @@ std::chrono::milliseconds Milliseconds(double seconds) {
   return std::chrono::milliseconds(static_cast<std::int64_t>(seconds * 1000.0));
 }
 
-// The bounds that keep clients that misbehave from hanging the stub; each
-// one logs a line on stderr when it applies.
+/// Reads "512K", "64M" or plain bytes.
+std::function<std::string(const std::string&)> ByteSize() {
+  return [](const std::string& text) {
+    const auto size = vrex::data::ParseByteSize(text);
+    if (!size) throw CLI::ValidationError(size.GetStatus().Message());
+    return std::to_string(size.Value());
+  };
+}
+
+// The bounds that keep clients that misbehave from hanging the stub (each
+// one logs a line on stderr when it applies), and who may use its admin API.
 void AddClientBounds(CLI::App& app, vrex::stub::StubServerOptions& options) {
   app.add_option("--max-request-size", options.maxRequestBytes,
                  "Largest request body: 512K, 64M or plain bytes; a larger one gets 413 "
                  "(default 64M)")
-      ->transform(
-          [](const std::string& text) {
-            const auto size = vrex::data::ParseByteSize(text);
-            if (!size) throw CLI::ValidationError(size.GetStatus().Message());
-            return std::to_string(size.Value());
-          },
-          "SIZE");
+      ->transform(ByteSize(), "SIZE");
   app.add_option_function<double>(
          "--read-timeout",
          [&options](double seconds) { options.readTimeout = Milliseconds(seconds); },
@@ -60,6 +65,14 @@ void AddClientBounds(CLI::App& app, vrex::stub::StubServerOptions& options) {
   app.add_option("--max-connections", options.maxConnections,
                  "Connections open at once; beyond it the longest idle one closes (default 512)")
       ->check(CLI::Range(1, 100000));
+  app.add_option("--journal-entries", options.journalEntries,
+                 "Requests the journal keeps; older ones are dropped and counted (default 100000)")
+      ->check(CLI::Range(1, 100000000));
+  app.add_option("--journal-size", options.journalBytes,
+                 "Bytes of requests the journal keeps: 512K, 64M or plain bytes (default 64M)")
+      ->transform(ByteSize(), "SIZE");
+  app.add_flag("--allow-remote-admin", options.allowRemoteAdmin,
+               "Let the admin API answer any Host and web pages (requests with an Origin)");
 }
 
 CommandLine ParseCommandLine(int argc, char** argv) {
@@ -75,7 +88,13 @@ CommandLine ParseCommandLine(int argc, char** argv) {
   AddClientBounds(app, line.server);
   app.add_option("--record-from", line.recordFrom,
                  "Live server URL: forward every request to it and write each distinct "
-                 "request with its answer as a case into --data");
+                 "request with its answer as a case into --data; a path in it goes before "
+                 "each request's");
+  app.add_option_function<double>(
+         "--record-timeout",
+         [&line](double seconds) { line.recordTimeout = Milliseconds(seconds); },
+         "Seconds the live server may stay silent before it is given up (default 5)")
+      ->check(CLI::Range(0.001, 86400.0));  // below a millisecond it would be none
   app.add_flag("--verbose", line.verbose, "Print every request and its status on stderr");
   app.set_version_flag("--version", "vrex-stub " VREX_STUB_VERSION);
   try {
@@ -104,6 +123,8 @@ sigset_t BlockStopSignals() {
   return signals;
 }
 
+void StandardError(std::string_view line) { std::cerr << "vrex-stub: " << line << '\n'; }
+
 void PrintEachRequest(vrex::stub::StubServer& server) {
   server.SetRequestObserver(
       [](const vrex::stub::JournalEntry& entry, const vrex::stub::CannedAnswer& answer) {
@@ -116,7 +137,7 @@ void PrintEachRequest(vrex::stub::StubServer& server) {
 void RecordFromLiveServer(vrex::stub::StubServer& server, vrex::stub::Recorder& recorder) {
   for (const vrex::RequestInfo& request : vrex::Requests()) {
     const std::string type(request.name);
-    server.SetResponder(type, [&recorder, type](const vrex::stub::JournalEntry& entry) {
+    server.SetBlockingResponder(type, [&recorder, type](const vrex::stub::JournalEntry& entry) {
       return recorder.Forward(type, entry);
     });
   }
@@ -134,7 +155,8 @@ int main(int argc, char** argv) {
     if (line.recordFrom.empty()) {
       answers = server.LoadAnswers(line.dataDirectory);
     } else {
-      RecordFromLiveServer(server, recorder.emplace(line.recordFrom, line.dataDirectory));
+      RecordFromLiveServer(server, recorder.emplace(line.recordFrom, line.dataDirectory,
+                                                    line.recordTimeout, StandardError));
     }
     if (!answers) {
       std::cerr << "vrex-stub: " << answers.GetStatus().Message() << '\n';

@@ -3,6 +3,7 @@
 #include <sstream>
 
 #include "LogLevel.pb.h"
+#include "TerminalText.h"
 #include "TextTable.h"
 #include "ValueSummary.h"
 #include "vrex/data/Clavis.h"
@@ -38,7 +39,8 @@ std::string RenderTestTable(const dc::GeneralInformationContainer& tests,
 
 std::string DescribeTest(const dc::GeneralInformation& test, const LineTimeZone& zone) {
   return std::to_string(test.pkident()) + "  " + zone.Format(test.measurementtime()) + "  " +
-         test.serial() + "  " + test.bench() + "  " + test.result();
+         Printable(test.serial()) + "  " + Printable(test.bench()) + "  " +
+         Printable(test.result());
 }
 
 namespace {
@@ -124,7 +126,7 @@ std::string ContextOf(const dc::LogEntryContainer& log) {
       context += (context.empty() ? "" : " / ") + *part;
     }
   }
-  return context.empty() ? "the server" : context;
+  return context.empty() ? "the server" : Printable(context);
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include "ClosestWords.h"
 #include "Commands.h"
 #include "HelpFormatter.h"
+#include "vrex/data/SecretMask.h"
 
 namespace vrex::cli {
 
@@ -25,7 +26,7 @@ std::string MainFooter() {
          "  vrex plot http://results:8080 --factory Plant-North --line Line-A --id 1001 --id 1002 "
          "--clavis 'Idle/FFT/Mic-1/Gearbox/Spectrum/MIC-4189-A' -o spectrum.png\n"
          "  vrex call http://results:8080 MeasurementQuery -d @query.json\n"
-         "\nThe token is taken from --token or $VREX_TOKEN. Run `vrex COMMAND --help` for the "
+         "\nThe token is taken from --token, --token-file or $VREX_TOKEN. Run `vrex COMMAND --help` for the "
          "options and examples of a command.\n\n" +
          ExitCodeHelp();
 }
@@ -77,7 +78,16 @@ int RunVrex(int argc, const char* const* argv, Console& console) {
     const int status = app.exit(error, console.out, console.err);
     return status == 0 ? 0 : ToInt(ExitCode::Usage);
   }
-  return action ? ToInt(action()) : ToInt(ExitCode::Usage);
+  if (!action) return ToInt(ExitCode::Usage);
+  // Whatever escapes a command ends the run with a message, never with abort().
+  try {
+    return ToInt(action());
+  } catch (const std::exception& error) {
+    console.err << "vrex: " << data::MaskSecrets(error.what()) << '\n';
+  } catch (...) {
+    console.err << "vrex: an unexpected failure ended the command\n";
+  }
+  return ToInt(ExitCode::Failure);
 }
 
 }  // namespace vrex::cli

@@ -24,7 +24,10 @@ struct TransportNotes {
 
 struct ServerArguments {
   std::string url;
-  std::string token;  ///< empty: VREX_TOKEN, else the build's token
+  /// From --token, --token-file or VREX_TOKEN, checked once parsing is done;
+  /// unset: the build's token.
+  std::optional<std::string> token;
+  std::string tokenFile;
   double timeoutSeconds = 60;
   double connectTimeoutSeconds = 10;
   std::string caFile;
@@ -41,7 +44,9 @@ struct ServerArguments {
   std::shared_ptr<TransportNotes> notes = std::make_shared<TransportNotes>();
 };
 
-/// Adds the URL positional and the connection options to `command`.
+/// Adds the URL positional and the connection options to `command`. Once
+/// the command line is parsed, the URL's scheme and the token are checked;
+/// a token from --token-file or VREX_TOKEN is read then.
 void AddServerArguments(CLI::App& command, ServerArguments& arguments);
 
 /// The client options the arguments describe; warns about --insecure on

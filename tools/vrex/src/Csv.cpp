@@ -1,8 +1,11 @@
 #include "Csv.h"
 
+#include "TerminalText.h"
+
 namespace vrex::cli {
 
-std::string CsvField(std::string_view text) {
+std::string CsvField(std::string_view raw) {
+  const std::string text = Printable(raw, LineBreaks::Keep);
   if (text.find_first_of(",\"\r\n") == std::string_view::npos) {
     return std::string(text);
   }

@@ -9,7 +9,8 @@
 
 namespace vrex::cli {
 
-/// One field, quoted only when it has to be.
+/// One field, quoted only when it has to be; control characters other than
+/// line breaks and tabs escaped.
 std::string CsvField(std::string_view text);
 
 /// The fields joined by commas, ended by CRLF.

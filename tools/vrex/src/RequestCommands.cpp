@@ -2,15 +2,12 @@
 // proto3 JSON; the answer printed as JSON, or the file saved.
 #include <google/protobuf/text_format.h>
 
-#include <cerrno>
-#include <cstring>
-#include <fstream>
-#include <iterator>
 #include <memory>
-#include <sstream>
 
+#include "BoundedInput.h"
 #include "Commands.h"
 #include "DisabledMembers.h"
+#include "PendingFile.h"
 #include "ProgressBar.h"
 #include "vrex/MessageJson.h"
 #include "vrex/RequestCatalog.h"
@@ -31,18 +28,8 @@ Result<std::string> ReadRequestText(std::string_view argument, std::istream& sta
     return TextResult::Success(std::string(argument));
   }
   const std::string path(argument.substr(1));
-  if (path == "-") {
-    std::ostringstream text;
-    text << standardInput.rdbuf();
-    return TextResult::Success(text.str());
-  }
-  std::ifstream file(path, std::ios::binary);
-  if (!file) {
-    return TextResult::Failure("cannot read the request file \"" + path +
-                               "\": " + std::strerror(errno));
-  }
-  return TextResult::Success(
-      std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()));
+  return path == "-" ? ReadStream(standardInput, kMaxRequestBytes, "the request on stdin")
+                     : ReadRegularFile(path, kMaxRequestBytes, "the request file");
 }
 
 Result<std::unique_ptr<google::protobuf::Message>> ReadRequest(std::string_view requestType,
@@ -199,8 +186,23 @@ ExitCode RunDownload(const DownloadArguments& arguments, Console& console) {
     }
     return true;
   };
-  const Outcome outcome =
-      client.DownloadToFile(arguments.requestType, *request.Value(), arguments.target, options);
+  // vrex's own pending file rather than DownloadToFile's: a signal can remove it.
+  PendingFile file(arguments.target);
+  Error written = file.Status();
+  Outcome outcome = written.Ok() ? client.Download(
+                                       arguments.requestType, *request.Value(),
+                                       [&](std::string_view chunk) {
+                                         written = file.Append(chunk);
+                                         return written.Ok();
+                                       },
+                                       options)
+                                 : Outcome(arguments.requestType, Outcome::Event::FileFailed, 0,
+                                           written.Message(), {}, 0);
+  if (outcome.Ok()) written = file.Commit();
+  if (!written.Ok()) {
+    outcome = Outcome(arguments.requestType, Outcome::Event::FileFailed, outcome.HttpStatus(),
+                      written.Message(), outcome.Elapsed(), outcome.Attempts());
+  }
   bar.Finish();
   const ExitCode code = ReportOutcome(outcome, arguments.server, console);
   if (code == ExitCode::Ok && console.errIsTerminal) {

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "TerminalText.h"
+
 namespace vrex::cli {
 
 std::size_t DisplayWidth(const std::string& text) {
@@ -15,6 +17,7 @@ TextTable::TextTable(std::vector<std::string> headers) : headers_(std::move(head
 
 void TextTable::AddRow(std::vector<std::string> cells) {
   cells.resize(headers_.size());
+  for (std::string& cell : cells) cell = Printable(cell);
   rows_.push_back(std::move(cells));
 }
 

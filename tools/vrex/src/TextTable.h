@@ -11,7 +11,8 @@ class TextTable {
  public:
   explicit TextTable(std::vector<std::string> headers);
 
-  /// A row with as many cells as headers (missing cells are empty).
+  /// A row with as many cells as headers (missing cells are empty), control
+  /// characters escaped.
   void AddRow(std::vector<std::string> cells);
   bool Empty() const { return rows_.empty(); }
 

@@ -37,6 +37,15 @@ std::optional<seconds> UnitOf(char unit) {
 
 std::string Quoted(std::string_view text) { return "\"" + std::string(text) + "\""; }
 
+// Far enough back for any plant's records, near enough that "now" minus the
+// span stays within what a system clock holds.
+constexpr seconds kLongestSpan{36500LL * 86400};
+
+Result<seconds> TooLong(std::string_view text) {
+  return Failure<seconds>("the time span " + Quoted(text) +
+                          " is too long; at most 100 years (36500d)");
+}
+
 }  // namespace
 
 Result<seconds> ParseRelativeSpan(std::string_view text) {
@@ -48,7 +57,7 @@ Result<seconds> ParseRelativeSpan(std::string_view text) {
     const std::size_t start = position;
     while (position < text.size() && std::isdigit(static_cast<unsigned char>(text[position]))) {
       if (count > 1'000'000'000) {
-        return Failure<seconds>("the time span " + Quoted(text) + " is too long");
+        return TooLong(text);
       }
       count = count * 10 + (text[position] - '0');
       ++position;
@@ -61,6 +70,9 @@ Result<seconds> ParseRelativeSpan(std::string_view text) {
     }
     ++position;
     total += *unit * count;
+    if (total > kLongestSpan) {
+      return TooLong(text);
+    }
     anyPart = true;
   }
   if (!anyPart || total.count() == 0) {

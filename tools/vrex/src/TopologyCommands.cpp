@@ -3,6 +3,7 @@
 #include "ApiVersionQuery.pb.h"
 #include "Commands.h"
 #include "SimpleTopologyQuery.pb.h"
+#include "TerminalText.h"
 #include "TopologyTree.h"
 #include "VrexClient.h"
 #include "vrex/MessageJson.h"
@@ -24,7 +25,7 @@ std::string VersionText(const dc::VersionDTO& version) {
                      std::to_string(version.patch());
   if (!version.developmentname().empty() || version.developmentversion() != 0) {
     text +=
-        " (" + version.developmentname() + " " + std::to_string(version.developmentversion()) + ")";
+        " (" + Printable(version.developmentname()) + " " + std::to_string(version.developmentversion()) + ")";
   }
   return text;
 }

@@ -2,6 +2,7 @@
 
 #include <chrono>
 
+#include "TerminalText.h"
 #include "vrex/data/Time.h"
 
 namespace vrex::cli {
@@ -34,7 +35,7 @@ std::string LineLabel(const dc::Line& line) {
 
 // One node of the tree: its branch, its text, and the prefix its children get.
 std::string Node(const std::string& prefix, bool last, const std::string& text) {
-  return prefix + std::string(last ? kLastBranch : kBranch) + text + "\n";
+  return prefix + std::string(last ? kLastBranch : kBranch) + Printable(text) + "\n";
 }
 
 std::string ChildPrefix(const std::string& prefix, bool last) {

@@ -57,6 +57,10 @@ struct StubServerOptions {
   /// Serve the admin API under "/__stub/"; off, those paths get 404 like any
   /// other (for drivers that send arbitrary requests, such as fuzzers).
   bool adminApi = true;
+  /// Let the admin API answer any Host and requests with an Origin. Off, it
+  /// answers only loopback Host names (127.0.0.0/8, ::1, localhost) and no
+  /// Origin, so that a web page cannot drive it (403 with the reason).
+  bool allowRemoteAdmin = false;
 
   // Bounds on hostile or broken clients; each one applied is logged.
   /// A request body over this is answered with 413 and its connection closed.
@@ -69,6 +73,10 @@ struct StubServerOptions {
   /// Connections open at once. A new one beyond it closes the connection
   /// that has waited longest for a request, or is refused when all are busy.
   std::size_t maxConnections = 512;
+  /// The journal keeps the newest requests within both bounds (the newest
+  /// one always) and counts those it drops.
+  std::size_t journalEntries = 100'000;
+  std::uint64_t journalBytes = std::uint64_t{64} << 20;  ///< heads and bodies
   /// Empty: lines go to the standard error stream, prefixed "vrex-stub: ".
   LogSink log;
 };
@@ -124,6 +132,11 @@ class StubServer {
   /// from it; a responder goes before a canned answer of the same type.
   /// Throws std::invalid_argument when the catalog knows no `requestType`.
   void SetResponder(std::string_view requestType, Responder responder);
+  /// As SetResponder, for a responder that waits on something else (a live
+  /// server): it runs on threads of its own (`threads` of them), so that the
+  /// serving threads answer other requests, the admin API's included,
+  /// meanwhile. Stop waits for the calls under way.
+  void SetBlockingResponder(std::string_view requestType, Responder responder);
   /// Removes the responder of `requestType`; its canned answer, if any, applies again.
   void ClearResponder(std::string_view requestType);
   /// The first answer of the default case of `requestType`, if it has one.
