@@ -284,7 +284,7 @@ std::vector<std::string> Filters(const Descriptor& type) {
   std::vector<std::string> names;
   for (int i = 0; i < type.field_count(); ++i) {
     const Descriptor* fieldType = type.field(i)->message_type();
-    const std::string_view typeName = fieldType != nullptr ? fieldType->name() : "";
+    const std::string typeName = fieldType != nullptr ? fieldType->name() : "";
     if (typeName.size() > 6 && typeName.substr(typeName.size() - 6) == "Filter") {
       names.push_back(type.field(i)->name());
     }
