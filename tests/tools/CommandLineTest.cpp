@@ -308,6 +308,8 @@ const std::vector<Case> kCases = {
        EXPECT_EQ(Contents(test.scratch.Path() / "t.csv"), "old");
        EXPECT_EQ(std::distance(std::filesystem::directory_iterator(test.scratch.Path()), {}), 1);
      }},
+    {"DownloadOfNoBytesWarns", "download|{url}|WavFileQuery|-o|{dir}/0.wav", 0, "",
+     "answered with no bytes|0.wav is empty", Serve("WavFileQuery", 200, "")},
     {"DownloadIntoAMissingDirectory", "download|{url}|ArchiveFileQuery|-o|{dir}/no/a.kqa", 8, "",
      "cannot write the file", Serve("ArchiveFileQuery", 200, "data")},
     {"DownloadOfAQuery", "download|{url}|GetShiftQuery|-o|{dir}/x", 2, "",

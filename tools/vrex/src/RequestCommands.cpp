@@ -205,7 +205,11 @@ ExitCode RunDownload(const DownloadArguments& arguments, Console& console) {
   }
   bar.Finish();
   const ExitCode code = ReportOutcome(outcome, arguments.server, console);
-  if (code == ExitCode::Ok && console.errIsTerminal) {
+  if (code == ExitCode::Ok && received == 0) {
+    // A file answer without a byte is almost always a wrong identifier.
+    console.err << "vrex: warning: the server answered with no bytes; " << arguments.target
+                << " is empty\n";
+  } else if (code == ExitCode::Ok && console.errIsTerminal) {
     console.err << "saved " << data::FormatBytes(received) << " to " << arguments.target << '\n';
   }
   return code;
