@@ -8,7 +8,8 @@
 #include <vector>
 
 #include "internal/GatewayToken.h"
-#include "vrex/HttpStatus.h"
+#include "internal/StatusDetail.h"
+#include "internal/WireForm.h"
 
 namespace VrexClient {
 
@@ -16,19 +17,19 @@ namespace {
 
 using contracts::MessageContainer;
 namespace enums = contracts::Enumerator;
+namespace wire = vrex::internal::wire;
 
 // Post keeps the header list of every call and, after a failed transfer, the
 // handle with its connection. Those are the library's two intended leaks;
 // the three helpers below carry them under names that leak checkers can be
 // told about without hiding anything else.
 curl_slist* AppendPostHeaders(std::int32_t requestSize) {
-  const std::string contentType =
-      requestSize != 0 ? "Content-Type: application/x-protobuf" : "Content-Type: application/json";
+  const std::string contentType = wire::ContentTypeLine(wire::ContentTypeOf(requestSize == 0));
   const std::string authentication =
-      "GatewayApiAuthentication: " + vrex::internal::gatewayAuthenticationToken;
+      wire::AuthenticationLine(vrex::internal::gatewayAuthenticationToken);
   curl_slist* headers = nullptr;
   headers = curl_slist_append(headers, contentType.c_str());
-  headers = curl_slist_append(headers, "accept: application/x-protobuf");
+  headers = curl_slist_append(headers, wire::kAcceptLine);
   headers = curl_slist_append(headers, authentication.c_str());
   return headers;
 }
@@ -44,11 +45,6 @@ void SetStatus(MessageContainer& status, enums::CodeCategory category, enums::De
   status.set_level(level);
 }
 
-enums::DetailCode DetailCodeForStatus(std::int32_t httpStatus) {
-  return vrex::IsRejectedStatus(httpStatus) ? enums::ApiPipeline_Unauthorized
-                                            : enums::ApiPipeline_Failed;
-}
-
 // libcurl's write callback: appends every chunk to the body, never refusing one.
 std::size_t WriteResponseBody(void* data, std::size_t size, std::size_t count, std::string* body) {
   const std::size_t length = size * count;
@@ -56,16 +52,11 @@ std::size_t WriteResponseBody(void* data, std::size_t size, std::size_t count, s
   return length;
 }
 
-// The endpoint of a request: base + "/api/" + name, joined unchanged.
-std::string BuildEndpointUrl(std::string serverUrl, std::string endpointName) {
-  return serverUrl + "/api/" + endpointName;
-}
-
 template <typename Result, typename Query>
 Result SendTyped(std::string serverUrl, const char* endpointName, const Query& query,
                  MessageContainer& container, std::string unusedText) {
   Result result;
-  std::string url = BuildEndpointUrl(std::move(serverUrl), endpointName);
+  std::string url = wire::EndpointUrl(serverUrl, endpointName);
   container = Post(std::move(url), query, result, std::move(unusedText));
   return result;
 }
@@ -96,7 +87,7 @@ MessageContainer Post(std::string url, const google::protobuf::Message& request,
     curl_easy_setopt(handle, CURLOPT_POSTFIELDS, requestBody.data());
     curl_easy_setopt(handle, CURLOPT_POSTFIELDSIZE, static_cast<long>(requestSize));
   } else {
-    curl_easy_setopt(handle, CURLOPT_POSTFIELDS, "{}");
+    curl_easy_setopt(handle, CURLOPT_POSTFIELDS, wire::kEmptyBody);
   }
   curl_easy_setopt(handle, CURLOPT_HTTPHEADER, headers);
   curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, &WriteResponseBody);
@@ -121,8 +112,8 @@ MessageContainer Post(std::string url, const google::protobuf::Message& request,
       SetStatus(status, enums::CodeCategory_Backend, enums::NoDetailCode, enums::Error);
     }
   } else {
-    SetStatus(status, enums::CodeCategory_ApiPipeline, DetailCodeForStatus(httpStatus),
-              enums::Error);
+    SetStatus(status, enums::CodeCategory_ApiPipeline,
+              vrex::internal::DetailCodeForStatus(httpStatus), enums::Error);
   }
 
   curl_easy_cleanup(handle);

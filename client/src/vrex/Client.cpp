@@ -11,6 +11,7 @@
 #include "internal/CallRegistry.h"
 #include "internal/RetrySchedule.h"
 #include "internal/SliceRules.h"
+#include "internal/WireForm.h"
 #include "vrex/CurlTransport.h"
 
 namespace vrex {
@@ -135,14 +136,11 @@ HttpRequest Client::BuildRequest(std::string_view requestType,
                                  std::chrono::milliseconds timeout) const {
   HttpRequest http;
   http.requestType = std::string(requestType);
-  http.url = baseUrl_ + "/api/" + http.requestType;
+  http.url = internal::wire::EndpointUrl(baseUrl_, http.requestType);
   request.SerializeToString(&http.body);
-  // The gateway takes an empty message as the JSON object "{}".
+  http.contentType = internal::wire::ContentTypeOf(http.body.empty());
   if (http.body.empty()) {
-    http.body = "{}";
-    http.contentType = "application/json";
-  } else {
-    http.contentType = "application/x-protobuf";
+    http.body = internal::wire::kEmptyBody;
   }
   http.timeout = timeout;
   http.maxAnswerBytes = maxAnswerBytes_;
