@@ -10,6 +10,7 @@
 #include "internal/GatewayToken.h"
 #include "internal/StatusDetail.h"
 #include "internal/WireForm.h"
+#include "vrex/RequestTraits.h"
 
 namespace VrexClient {
 
@@ -52,11 +53,12 @@ std::size_t WriteResponseBody(void* data, std::size_t size, std::size_t count, s
   return length;
 }
 
-template <typename Result, typename Query>
-Result SendTyped(std::string serverUrl, const char* endpointName, const Query& query,
-                 MessageContainer& container, std::string unusedText) {
-  Result result;
-  std::string url = wire::EndpointUrl(serverUrl, endpointName);
+// A typed read: the catalog names the query's endpoint and answer type.
+template <typename Query>
+vrex::AnswerOf<Query> SendTyped(std::string serverUrl, const Query& query,
+                                MessageContainer& container, std::string unusedText) {
+  vrex::AnswerOf<Query> result;
+  std::string url = wire::EndpointUrl(serverUrl, vrex::RequestTraits<Query>::kName);
   container = Post(std::move(url), query, result, std::move(unusedText));
   return result;
 }
@@ -130,77 +132,24 @@ bool CheckVersion(std::string serverUrl, MessageContainer& container, std::strin
   return vrex::IsAcceptedVersion(version);
 }
 
-contracts::VersionDTO SendToServer(std::string serverUrl, const contracts::ApiVersionQuery& query,
-                                   MessageContainer& container, std::string unusedText) {
-  return SendTyped<contracts::VersionDTO>(std::move(serverUrl), "ApiVersionQuery", query, container,
-                                          std::move(unusedText));
-}
-
-contracts::SimpleTopologyContainer SendToServer(std::string serverUrl,
-                                                const contracts::SimpleTopologyQuery& query,
-                                                MessageContainer& container,
-                                                std::string unusedText) {
-  return SendTyped<contracts::SimpleTopologyContainer>(std::move(serverUrl), "SimpleTopologyQuery",
-                                                       query, container, std::move(unusedText));
-}
-
-contracts::GeneralInformationContainer SendToServer(
-    std::string serverUrl, const contracts::GeneralInformationByIdQuery& query,
-    MessageContainer& container, std::string unusedText) {
-  return SendTyped<contracts::GeneralInformationContainer>(
-      std::move(serverUrl), "GeneralInformationByIdQuery", query, container, std::move(unusedText));
-}
-
-contracts::GeneralInformationContainer SendToServer(std::string serverUrl,
-                                                    const contracts::GeneralInformationQuery& query,
-                                                    MessageContainer& container,
-                                                    std::string unusedText) {
-  return SendTyped<contracts::GeneralInformationContainer>(
-      std::move(serverUrl), "GeneralInformationQuery", query, container, std::move(unusedText));
-}
-
-contracts::IdNameTableStore SendToServer(std::string serverUrl,
-                                         const contracts::ResultDbIdNameTablesQuery& query,
-                                         MessageContainer& container, std::string unusedText) {
-  return SendTyped<contracts::IdNameTableStore>(std::move(serverUrl), "ResultDbIdNameTablesQuery",
-                                                query, container, std::move(unusedText));
-}
-
-contracts::ProtocolCrossReferenceStore SendToServer(
-    std::string serverUrl, const contracts::ProtocolCrossReferenceQuery& query,
-    MessageContainer& container, std::string unusedText) {
-  return SendTyped<contracts::ProtocolCrossReferenceStore>(
-      std::move(serverUrl), "ProtocolCrossReferenceQuery", query, container, std::move(unusedText));
-}
-
-contracts::MeasurementContainer SendToServer(std::string serverUrl,
-                                             const contracts::MeasurementByIdQuery& query,
-                                             MessageContainer& container, std::string unusedText) {
-  return SendTyped<contracts::MeasurementContainer>(std::move(serverUrl), "MeasurementByIdQuery",
-                                                    query, container, std::move(unusedText));
-}
-
-contracts::MeasurementContainer SendToServer(std::string serverUrl,
-                                             const contracts::MeasurementQuery& query,
-                                             MessageContainer& container, std::string unusedText) {
-  return SendTyped<contracts::MeasurementContainer>(std::move(serverUrl), "MeasurementQuery", query,
-                                                    container, std::move(unusedText));
-}
-
-contracts::VectorTrackOfMeasurementsContainer SendToServer(
-    std::string serverUrl, const contracts::VectorTrackOfMeasurementsByIdQuery& query,
-    MessageContainer& container, std::string unusedText) {
-  return SendTyped<contracts::VectorTrackOfMeasurementsContainer>(
-      std::move(serverUrl), "VectorTrackOfMeasurementsByIdQuery", query, container,
-      std::move(unusedText));
-}
-
-contracts::VectorTrackOfMeasurementsContainer SendToServer(
-    std::string serverUrl, const contracts::VectorTrackOfMeasurementsQuery& query,
-    MessageContainer& container, std::string unusedText) {
-  return SendTyped<contracts::VectorTrackOfMeasurementsContainer>(
-      std::move(serverUrl), "VectorTrackOfMeasurementsQuery", query, container,
-      std::move(unusedText));
-}
+// The declared answer type of each read must be the catalog's, or the
+// definition below would not match its declaration.
+#define VREX_SEND_TO_SERVER(Query)                                                       \
+  vrex::AnswerOf<contracts::Query> SendToServer(                                         \
+      std::string serverUrl, const contracts::Query& query, MessageContainer& container, \
+      std::string unusedText) {                                                          \
+    return SendTyped(std::move(serverUrl), query, container, std::move(unusedText));     \
+  }
+VREX_SEND_TO_SERVER(ApiVersionQuery)
+VREX_SEND_TO_SERVER(SimpleTopologyQuery)
+VREX_SEND_TO_SERVER(GeneralInformationByIdQuery)
+VREX_SEND_TO_SERVER(GeneralInformationQuery)
+VREX_SEND_TO_SERVER(ResultDbIdNameTablesQuery)
+VREX_SEND_TO_SERVER(ProtocolCrossReferenceQuery)
+VREX_SEND_TO_SERVER(MeasurementByIdQuery)
+VREX_SEND_TO_SERVER(MeasurementQuery)
+VREX_SEND_TO_SERVER(VectorTrackOfMeasurementsByIdQuery)
+VREX_SEND_TO_SERVER(VectorTrackOfMeasurementsQuery)
+#undef VREX_SEND_TO_SERVER
 
 }  // namespace VrexClient
