@@ -8,7 +8,9 @@
 #include <vector>
 
 #include "internal/GatewayToken.h"
-#include "vrex/HttpStatus.h"
+#include "internal/StatusDetail.h"
+#include "internal/WireForm.h"
+#include "vrex/RequestTraits.h"
 
 namespace VrexClient {
 
@@ -16,19 +18,19 @@ namespace {
 
 using contracts::MessageContainer;
 namespace enums = contracts::Enumerator;
+namespace wire = vrex::internal::wire;
 
 // Post keeps the header list of every call and, after a failed transfer, the
 // handle with its connection. Those are the library's two intended leaks;
 // the three helpers below carry them under names that leak checkers can be
 // told about without hiding anything else.
 curl_slist* AppendPostHeaders(std::int32_t requestSize) {
-  const std::string contentType =
-      requestSize != 0 ? "Content-Type: application/x-protobuf" : "Content-Type: application/json";
+  const std::string contentType = wire::ContentTypeLine(wire::ContentTypeOf(requestSize == 0));
   const std::string authentication =
-      "GatewayApiAuthentication: " + vrex::internal::gatewayAuthenticationToken;
+      wire::AuthenticationLine(vrex::internal::gatewayAuthenticationToken);
   curl_slist* headers = nullptr;
   headers = curl_slist_append(headers, contentType.c_str());
-  headers = curl_slist_append(headers, "accept: application/x-protobuf");
+  headers = curl_slist_append(headers, wire::kAcceptLine);
   headers = curl_slist_append(headers, authentication.c_str());
   return headers;
 }
@@ -44,11 +46,6 @@ void SetStatus(MessageContainer& status, enums::CodeCategory category, enums::De
   status.set_level(level);
 }
 
-enums::DetailCode DetailCodeForStatus(std::int32_t httpStatus) {
-  return vrex::IsRejectedStatus(httpStatus) ? enums::ApiPipeline_Unauthorized
-                                            : enums::ApiPipeline_Failed;
-}
-
 // libcurl's write callback: appends every chunk to the body, never refusing one.
 std::size_t WriteResponseBody(void* data, std::size_t size, std::size_t count, std::string* body) {
   const std::size_t length = size * count;
@@ -56,16 +53,12 @@ std::size_t WriteResponseBody(void* data, std::size_t size, std::size_t count, s
   return length;
 }
 
-// The endpoint of a request: base + "/api/" + name, joined unchanged.
-std::string BuildEndpointUrl(std::string serverUrl, std::string endpointName) {
-  return serverUrl + "/api/" + endpointName;
-}
-
-template <typename Result, typename Query>
-Result SendTyped(std::string serverUrl, const char* endpointName, const Query& query,
-                 MessageContainer& container, std::string unusedText) {
-  Result result;
-  std::string url = BuildEndpointUrl(std::move(serverUrl), endpointName);
+// A typed read: the catalog names the query's endpoint and answer type.
+template <typename Query>
+vrex::AnswerOf<Query> SendTyped(std::string serverUrl, const Query& query,
+                                MessageContainer& container, std::string unusedText) {
+  vrex::AnswerOf<Query> result;
+  std::string url = wire::EndpointUrl(serverUrl, vrex::RequestTraits<Query>::kName);
   container = Post(std::move(url), query, result, std::move(unusedText));
   return result;
 }
@@ -96,7 +89,7 @@ MessageContainer Post(std::string url, const google::protobuf::Message& request,
     curl_easy_setopt(handle, CURLOPT_POSTFIELDS, requestBody.data());
     curl_easy_setopt(handle, CURLOPT_POSTFIELDSIZE, static_cast<long>(requestSize));
   } else {
-    curl_easy_setopt(handle, CURLOPT_POSTFIELDS, "{}");
+    curl_easy_setopt(handle, CURLOPT_POSTFIELDS, wire::kEmptyBody);
   }
   curl_easy_setopt(handle, CURLOPT_HTTPHEADER, headers);
   curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, &WriteResponseBody);
@@ -121,8 +114,8 @@ MessageContainer Post(std::string url, const google::protobuf::Message& request,
       SetStatus(status, enums::CodeCategory_Backend, enums::NoDetailCode, enums::Error);
     }
   } else {
-    SetStatus(status, enums::CodeCategory_ApiPipeline, DetailCodeForStatus(httpStatus),
-              enums::Error);
+    SetStatus(status, enums::CodeCategory_ApiPipeline,
+              vrex::internal::DetailCodeForStatus(httpStatus), enums::Error);
   }
 
   curl_easy_cleanup(handle);
@@ -139,77 +132,24 @@ bool CheckVersion(std::string serverUrl, MessageContainer& container, std::strin
   return vrex::IsAcceptedVersion(version);
 }
 
-contracts::VersionDTO SendToServer(std::string serverUrl, const contracts::ApiVersionQuery& query,
-                                   MessageContainer& container, std::string unusedText) {
-  return SendTyped<contracts::VersionDTO>(std::move(serverUrl), "ApiVersionQuery", query, container,
-                                          std::move(unusedText));
-}
-
-contracts::SimpleTopologyContainer SendToServer(std::string serverUrl,
-                                                const contracts::SimpleTopologyQuery& query,
-                                                MessageContainer& container,
-                                                std::string unusedText) {
-  return SendTyped<contracts::SimpleTopologyContainer>(std::move(serverUrl), "SimpleTopologyQuery",
-                                                       query, container, std::move(unusedText));
-}
-
-contracts::GeneralInformationContainer SendToServer(
-    std::string serverUrl, const contracts::GeneralInformationByIdQuery& query,
-    MessageContainer& container, std::string unusedText) {
-  return SendTyped<contracts::GeneralInformationContainer>(
-      std::move(serverUrl), "GeneralInformationByIdQuery", query, container, std::move(unusedText));
-}
-
-contracts::GeneralInformationContainer SendToServer(std::string serverUrl,
-                                                    const contracts::GeneralInformationQuery& query,
-                                                    MessageContainer& container,
-                                                    std::string unusedText) {
-  return SendTyped<contracts::GeneralInformationContainer>(
-      std::move(serverUrl), "GeneralInformationQuery", query, container, std::move(unusedText));
-}
-
-contracts::IdNameTableStore SendToServer(std::string serverUrl,
-                                         const contracts::ResultDbIdNameTablesQuery& query,
-                                         MessageContainer& container, std::string unusedText) {
-  return SendTyped<contracts::IdNameTableStore>(std::move(serverUrl), "ResultDbIdNameTablesQuery",
-                                                query, container, std::move(unusedText));
-}
-
-contracts::ProtocolCrossReferenceStore SendToServer(
-    std::string serverUrl, const contracts::ProtocolCrossReferenceQuery& query,
-    MessageContainer& container, std::string unusedText) {
-  return SendTyped<contracts::ProtocolCrossReferenceStore>(
-      std::move(serverUrl), "ProtocolCrossReferenceQuery", query, container, std::move(unusedText));
-}
-
-contracts::MeasurementContainer SendToServer(std::string serverUrl,
-                                             const contracts::MeasurementByIdQuery& query,
-                                             MessageContainer& container, std::string unusedText) {
-  return SendTyped<contracts::MeasurementContainer>(std::move(serverUrl), "MeasurementByIdQuery",
-                                                    query, container, std::move(unusedText));
-}
-
-contracts::MeasurementContainer SendToServer(std::string serverUrl,
-                                             const contracts::MeasurementQuery& query,
-                                             MessageContainer& container, std::string unusedText) {
-  return SendTyped<contracts::MeasurementContainer>(std::move(serverUrl), "MeasurementQuery", query,
-                                                    container, std::move(unusedText));
-}
-
-contracts::VectorTrackOfMeasurementsContainer SendToServer(
-    std::string serverUrl, const contracts::VectorTrackOfMeasurementsByIdQuery& query,
-    MessageContainer& container, std::string unusedText) {
-  return SendTyped<contracts::VectorTrackOfMeasurementsContainer>(
-      std::move(serverUrl), "VectorTrackOfMeasurementsByIdQuery", query, container,
-      std::move(unusedText));
-}
-
-contracts::VectorTrackOfMeasurementsContainer SendToServer(
-    std::string serverUrl, const contracts::VectorTrackOfMeasurementsQuery& query,
-    MessageContainer& container, std::string unusedText) {
-  return SendTyped<contracts::VectorTrackOfMeasurementsContainer>(
-      std::move(serverUrl), "VectorTrackOfMeasurementsQuery", query, container,
-      std::move(unusedText));
-}
+// The declared answer type of each read must be the catalog's, or the
+// definition below would not match its declaration.
+#define VREX_SEND_TO_SERVER(Query)                                                       \
+  vrex::AnswerOf<contracts::Query> SendToServer(                                         \
+      std::string serverUrl, const contracts::Query& query, MessageContainer& container, \
+      std::string unusedText) {                                                          \
+    return SendTyped(std::move(serverUrl), query, container, std::move(unusedText));     \
+  }
+VREX_SEND_TO_SERVER(ApiVersionQuery)
+VREX_SEND_TO_SERVER(SimpleTopologyQuery)
+VREX_SEND_TO_SERVER(GeneralInformationByIdQuery)
+VREX_SEND_TO_SERVER(GeneralInformationQuery)
+VREX_SEND_TO_SERVER(ResultDbIdNameTablesQuery)
+VREX_SEND_TO_SERVER(ProtocolCrossReferenceQuery)
+VREX_SEND_TO_SERVER(MeasurementByIdQuery)
+VREX_SEND_TO_SERVER(MeasurementQuery)
+VREX_SEND_TO_SERVER(VectorTrackOfMeasurementsByIdQuery)
+VREX_SEND_TO_SERVER(VectorTrackOfMeasurementsQuery)
+#undef VREX_SEND_TO_SERVER
 
 }  // namespace VrexClient

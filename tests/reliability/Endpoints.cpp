@@ -6,10 +6,6 @@
 
 namespace vrex::reliability {
 
-std::string RefusedBaseUrl() {
-  return "http://127.0.0.1:" + std::to_string(testing::FreeLoopbackPort());
-}
-
 std::string UnknownHostBaseUrl() { return "http://results-server.vrex.invalid:8080"; }
 
 std::string BaseUrlOf(Target target, const stub::StubServer& server) {
@@ -17,7 +13,7 @@ std::string BaseUrlOf(Target target, const stub::StubServer& server) {
     case Target::Stub:
       return server.BaseUrl();
     case Target::RefusedPort:
-      return RefusedBaseUrl();
+      return testing::UnreachableUrl();
     case Target::UnknownHost:
       return UnknownHostBaseUrl();
   }

@@ -1,6 +1,6 @@
 #pragma once
-// Base URLs of servers that cannot be reached, and the base URL of each
-// target of the fault matrix.
+// The base URL of each target of the fault matrix, and of a host that name
+// resolution never finds.
 
 #include <string>
 
@@ -8,10 +8,6 @@
 #include "vrex/stub/StubServer.h"
 
 namespace vrex::reliability {
-
-/// "http://127.0.0.1:<port>" of a port that was bound and closed again, so
-/// connecting is refused.
-std::string RefusedBaseUrl();
 
 /// A host under ".invalid", which name resolution never finds.
 std::string UnknownHostBaseUrl();

@@ -75,9 +75,9 @@ TEST(ClientCatalog, SendsEveryRequestOfTheCatalogWithItsAnswerType) {
   server.Start();
   const vrex::Client client(vrex::testing::QuickOptions(server.BaseUrl()));
 
-#define VREX_QUERY(Area, Request, Answer) CheckQuery<contracts::Request>(client);
-#define VREX_COMMAND(Area, Request) CheckCommand<contracts::Request>(client);
-#define VREX_FILE(Area, Request) CheckFile<contracts::Request>(client);
+#define VREX_QUERY(Area, Request, Answer, Repeat) CheckQuery<contracts::Request>(client);
+#define VREX_COMMAND(Area, Request, Repeat) CheckCommand<contracts::Request>(client);
+#define VREX_FILE(Area, Request, Repeat) CheckFile<contracts::Request>(client);
 #include "vrex/RequestList.inc"
 
   const auto journal = server.Journal();

@@ -20,9 +20,4 @@ inline ClientOptions QuickOptions(const std::string& baseUrl, int maxAttempts = 
   return options;
 }
 
-/// "http://127.0.0.1:<port>" where nothing listens: connecting is refused.
-inline std::string UnreachableUrl() {
-  return "http://127.0.0.1:" + std::to_string(FreeLoopbackPort());
-}
-
 }  // namespace vrex::testing

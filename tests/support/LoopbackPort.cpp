@@ -36,6 +36,8 @@ int FreeLoopbackPort() {
   return port;
 }
 
+std::string UnreachableUrl() { return "http://127.0.0.1:" + std::to_string(FreeLoopbackPort()); }
+
 bool AcceptsConnections(int port) {
   const int socket = ::socket(AF_INET, SOCK_STREAM, 0);
   const sockaddr_in address = Loopback(port);

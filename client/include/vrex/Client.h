@@ -54,8 +54,8 @@ class VREX_EXPORT Client {
   Result<AnswerOf<Query>, Outcome> Send(const Query& query) const {
     static_assert(RequestTraits<Query>::AnswerIsDeclared());
     auto answer = std::make_unique<AnswerOf<Query>>();
-    Outcome outcome =
-        Exchange(RequestTraits<Query>::kName, RequestKind::Query, query, answer.get());
+    Outcome outcome = Exchange(RequestTraits<Query>::kName, RequestTraits<Query>::kRepeatable,
+                               query, answer.get());
     return Result<AnswerOf<Query>, Outcome>(std::move(answer), std::move(outcome));
   }
 
@@ -65,14 +65,16 @@ class VREX_EXPORT Client {
   Result<AnswerOf<Query>, Outcome> Send(const Query& query, google::protobuf::Arena& arena) const {
     static_assert(RequestTraits<Query>::AnswerIsDeclared());
     auto* answer = google::protobuf::Arena::CreateMessage<AnswerOf<Query>>(&arena);
-    Outcome outcome = Exchange(RequestTraits<Query>::kName, RequestKind::Query, query, answer);
+    Outcome outcome =
+        Exchange(RequestTraits<Query>::kName, RequestTraits<Query>::kRepeatable, query, answer);
     return Result<AnswerOf<Query>, Outcome>(answer, std::move(outcome));
   }
 
-  /// Sends a command; its outcome is all the server answers. Never retried.
+  /// Sends a command; its outcome is all the server answers.
   template <class Command, std::enable_if_t<kIsCommand<Command>, int> = 0>
   Outcome Send(const Command& command) const {
-    return Exchange(RequestTraits<Command>::kName, RequestKind::Command, command, nullptr);
+    return Exchange(RequestTraits<Command>::kName, RequestTraits<Command>::kRepeatable, command,
+                    nullptr);
   }
 
   /// Streams the file a file request is answered with to `onChunk`.
@@ -143,8 +145,8 @@ class VREX_EXPORT Client {
     static_assert(RequestTraits<Query>::AnswerIsDeclared());
     using Answer = AnswerOf<Query>;
     auto answer = std::make_shared<Answer>();
-    return StartExchange(RequestTraits<Query>::kName, RequestKind::Query, query, answer.get(),
-                         [answer, onDone = std::move(onDone)](Outcome outcome) {
+    return StartExchange(RequestTraits<Query>::kName, RequestTraits<Query>::kRepeatable, query,
+                         answer.get(), [answer, onDone = std::move(onDone)](Outcome outcome) {
                            onDone(Result<Answer, Outcome>(
                                std::make_unique<Answer>(std::move(*answer)), std::move(outcome)));
                          });
@@ -159,19 +161,19 @@ class VREX_EXPORT Client {
     using Answer = AnswerOf<Query>;
     auto* answer = google::protobuf::Arena::CreateMessage<Answer>(&arena);
     return Promised<Result<Answer, Outcome>>([&](auto onDone) {
-      return StartExchange(RequestTraits<Query>::kName, RequestKind::Query, query, answer,
-                           [answer, onDone = std::move(onDone)](Outcome outcome) {
+      return StartExchange(RequestTraits<Query>::kName, RequestTraits<Query>::kRepeatable, query,
+                           answer, [answer, onDone = std::move(onDone)](Outcome outcome) {
                              onDone(Result<Answer, Outcome>(answer, std::move(outcome)));
                            });
     });
   }
 
-  /// Sends a command; never retried.
+  /// Sends a command.
   template <class Command, std::enable_if_t<kIsCommand<Command>, int> = 0>
   AsyncCall<Outcome> SendAsync(const Command& command) const {
     return Promised<Outcome>([&](auto onDone) {
-      return StartExchange(RequestTraits<Command>::kName, RequestKind::Command, command, nullptr,
-                           std::move(onDone));
+      return StartExchange(RequestTraits<Command>::kName, RequestTraits<Command>::kRepeatable,
+                           command, nullptr, std::move(onDone));
     });
   }
 
@@ -231,11 +233,11 @@ class VREX_EXPORT Client {
   using Clock = std::chrono::steady_clock;
   // Starts the attempts of an asynchronous call; `onEnd` gets the last
   // response, the attempts made and the time the call started.
-  CallCanceller Start(std::string_view requestType, RequestKind kind,
+  CallCanceller Start(std::string_view requestType, bool repeatable,
                       const google::protobuf::Message& request, std::chrono::milliseconds timeout,
                       std::uint64_t maxStreamedBytes, StreamHandler onChunk,
                       std::function<void(const HttpResponse&, int, Clock::time_point)> onEnd) const;
-  CallCanceller StartExchange(std::string_view requestType, RequestKind kind,
+  CallCanceller StartExchange(std::string_view requestType, bool repeatable,
                               const google::protobuf::Message& request,
                               google::protobuf::Message* answer,
                               std::function<void(Outcome)> onOutcome) const;
@@ -247,7 +249,7 @@ class VREX_EXPORT Client {
                                     const std::filesystem::path& target, DownloadOptions options,
                                     std::function<void(Outcome)> onOutcome) const;
 
-  Outcome Exchange(std::string_view requestType, RequestKind kind,
+  Outcome Exchange(std::string_view requestType, bool repeatable,
                    const google::protobuf::Message& request,
                    google::protobuf::Message* answer) const;
   HttpRequest BuildRequest(std::string_view requestType, const google::protobuf::Message& request,

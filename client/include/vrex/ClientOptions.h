@@ -22,10 +22,9 @@ struct TlsOptions {
   std::string clientKey;          ///< its private key (PEM)
 };
 
-/// Which calls are repeated, and how often. Only queries and file requests
-/// are retried, never commands (nor PropagateTopologyModelCommand, which is
-/// answered like a query); only after a transport failure or a status 502,
-/// 503 or 504. The wait before attempt n+1 is drawn at random between
+/// How often a call is repeated. Only requests the catalog marks repeatable
+/// (RequestList.inc) are retried, only after a transport failure or a status
+/// 502, 503 or 504. The wait before attempt n+1 is drawn at random between
 /// half and all of min(initialDelay * 2^(n-1), maxDelay).
 struct RetryPolicy {
   int maxAttempts = 3;  ///< 1 turns retrying off

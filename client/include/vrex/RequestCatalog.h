@@ -1,6 +1,7 @@
 #pragma once
 // The catalog of every request the results server accepts: its area, its
-// kind and the contract message it is answered with. The session client, the
+// kind, the contract message it is answered with and whether it may be sent
+// again. The session client, the
 // stub server and the command-line tool all read it; the list itself stands
 // once, in RequestList.inc.
 
@@ -15,9 +16,8 @@ class Descriptor;
 
 namespace vrex {
 
-/// How the server answers a request. Every ...Query is a Query or a File and
-/// every ...Command a Command, except PropagateTopologyModelCommand: it changes
-/// the topology yet is answered by a message, so it is a Query here.
+/// How the server answers a request (see RequestList.inc for the exceptions
+/// to the names).
 enum class RequestKind {
   Query,    ///< answered by a contract message
   Command,  ///< answered by the outcome alone
@@ -29,6 +29,7 @@ struct RequestInfo {
   std::string_view name;  ///< request type and endpoint name
   RequestKind kind;
   std::string_view answerType;  ///< message name in Korvan.KQ.DataContracts; empty unless Query
+  bool repeatable;              ///< may be sent again after a transient failure (RequestList.inc)
 };
 
 /// Every request, in listing order.

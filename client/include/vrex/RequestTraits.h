@@ -13,11 +13,11 @@
 #include "vrex/RequestCatalog.h"
 
 namespace Korvan::KQ::DataContracts {
-#define VREX_QUERY(Area, Request, Answer) \
-  class Request;                          \
+#define VREX_QUERY(Area, Request, Answer, Repeat) \
+  class Request;                                  \
   class Answer;
-#define VREX_COMMAND(Area, Request) class Request;
-#define VREX_FILE(Area, Request) class Request;
+#define VREX_COMMAND(Area, Request, Repeat) class Request;
+#define VREX_FILE(Area, Request, Repeat) class Request;
 #include "vrex/RequestList.inc"
 }  // namespace Korvan::KQ::DataContracts
 
@@ -40,11 +40,14 @@ struct RequestTraits {
 // Answer is void for commands and files: they have no answer message.
 // AnswerIsDeclared fails to compile, naming the header to include, where a
 // query is sent without its answer's class.
-#define VREX_REQUEST_TRAITS(Request, Kind, AnswerType, AnswerHeader)                          \
+#define VREX_IS_REPEATABLE_Repeatable true
+#define VREX_IS_REPEATABLE_Once false
+#define VREX_REQUEST_TRAITS(Request, Kind, Repeat, AnswerType, AnswerHeader)                  \
   template <>                                                                                 \
   struct RequestTraits<::Korvan::KQ::DataContracts::Request> {                                \
     static constexpr bool kIsRequest = true;                                                  \
     static constexpr RequestKind kKind = RequestKind::Kind;                                   \
+    static constexpr bool kRepeatable = VREX_IS_REPEATABLE_##Repeat;                          \
     static constexpr std::string_view kName = #Request;                                       \
     using Answer = AnswerType;                                                                \
     template <class A = Answer>                                                               \
@@ -55,12 +58,14 @@ struct RequestTraits {
       return true;                                                                            \
     }                                                                                         \
   };
-#define VREX_QUERY(Area, Request, Answer) \
-  VREX_REQUEST_TRAITS(Request, Query, ::Korvan::KQ::DataContracts::Answer, #Answer ".pb.h")
-#define VREX_COMMAND(Area, Request) VREX_REQUEST_TRAITS(Request, Command, void, "")
-#define VREX_FILE(Area, Request) VREX_REQUEST_TRAITS(Request, File, void, "")
+#define VREX_QUERY(Area, Request, Answer, Repeat) \
+  VREX_REQUEST_TRAITS(Request, Query, Repeat, ::Korvan::KQ::DataContracts::Answer, #Answer ".pb.h")
+#define VREX_COMMAND(Area, Request, Repeat) VREX_REQUEST_TRAITS(Request, Command, Repeat, void, "")
+#define VREX_FILE(Area, Request, Repeat) VREX_REQUEST_TRAITS(Request, File, Repeat, void, "")
 #include "vrex/RequestList.inc"
 #undef VREX_REQUEST_TRAITS
+#undef VREX_IS_REPEATABLE_Repeatable
+#undef VREX_IS_REPEATABLE_Once
 
 namespace internal {
 template <class Request>

@@ -3,13 +3,12 @@
 #include <utility>
 
 #include "internal/GatewayToken.h"
+#include "internal/WireForm.h"
 #include "vrex/data/SecretMask.h"
 
 namespace vrex::internal {
 
 namespace {
-
-constexpr std::string_view kAuthenticationName = "GatewayApiAuthentication: ";
 
 // No secret passes: neither the token, wherever it shows (a server may echo
 // it back), nor credentials in headers or URLs.
@@ -40,8 +39,8 @@ void SetText(CURL* handle, CURLoption option, const std::string& value) {
 
 CurlSettings::CurlSettings(const ClientOptions& options)
     : options_(options),
-      authenticationHeader_(std::string(kAuthenticationName) +
-                            options.token.value_or(internal::gatewayAuthenticationToken)),
+      authenticationHeader_(
+          wire::AuthenticationLine(options.token.value_or(internal::gatewayAuthenticationToken))),
       tracing_(static_cast<bool>(options.onWireTrace)) {
   options_.token.reset();
 }
@@ -62,7 +61,7 @@ int CurlSettings::Trace(CURL*, curl_infotype type, char* data, std::size_t size,
 }
 
 std::string_view CurlSettings::Token() const {
-  return std::string_view(authenticationHeader_).substr(kAuthenticationName.size());
+  return std::string_view(authenticationHeader_).substr(wire::kAuthenticationName.size());
 }
 
 void CurlSettings::EndTrace() {
@@ -71,10 +70,10 @@ void CurlSettings::EndTrace() {
 }
 
 CurlSettings::HeaderList CurlSettings::BuildHeaders(std::string_view contentType) const {
-  const std::string contentTypeHeader = "Content-Type: " + std::string(contentType);
+  const std::string contentTypeHeader = wire::ContentTypeLine(contentType);
   curl_slist* list = nullptr;
   list = curl_slist_append(list, contentTypeHeader.c_str());
-  list = curl_slist_append(list, "accept: application/x-protobuf");
+  list = curl_slist_append(list, wire::kAcceptLine);
   list = curl_slist_append(list, authenticationHeader_.c_str());
   // Without this libcurl waits for "100 Continue" before large bodies.
   list = curl_slist_append(list, "Expect:");

@@ -11,6 +11,7 @@
 #include "internal/CallRegistry.h"
 #include "internal/RetrySchedule.h"
 #include "internal/SliceRules.h"
+#include "internal/WireForm.h"
 #include "vrex/CurlTransport.h"
 
 namespace vrex {
@@ -19,22 +20,11 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// Commands change the server's state, so they are never sent twice. That
-// holds for PropagateTopologyModelCommand too, which the catalog lists as a
-// query because it is answered with a message.
-bool MayRetry(std::string_view requestType, RequestKind kind) {
-  constexpr std::string_view kCommandSuffix = "Command";
-  const bool namedCommand =
-      requestType.size() >= kCommandSuffix.size() &&
-      requestType.substr(requestType.size() - kCommandSuffix.size()) == kCommandSuffix;
-  return kind != RequestKind::Command && !namedCommand;
-}
-
-// The catalog's kind of a request known only by name; an unknown request is
-// treated as a command, so it is never retried.
-RequestKind KindOf(std::string_view requestType) {
+// Whether the catalog lets a request known only by name be sent again; an
+// unknown request is sent once.
+bool IsRepeatable(std::string_view requestType) {
   const RequestInfo* info = FindRequest(requestType);
-  return info != nullptr ? info->kind : RequestKind::Command;
+  return info != nullptr && info->repeatable;
 }
 
 // Runs `attempt` until it succeeds, fails for good, `canRepeat` says no or
@@ -146,21 +136,18 @@ HttpRequest Client::BuildRequest(std::string_view requestType,
                                  std::chrono::milliseconds timeout) const {
   HttpRequest http;
   http.requestType = std::string(requestType);
-  http.url = baseUrl_ + "/api/" + http.requestType;
+  http.url = internal::wire::EndpointUrl(baseUrl_, http.requestType);
   request.SerializeToString(&http.body);
-  // The gateway takes an empty message as the JSON object "{}".
+  http.contentType = internal::wire::ContentTypeOf(http.body.empty());
   if (http.body.empty()) {
-    http.body = "{}";
-    http.contentType = "application/json";
-  } else {
-    http.contentType = "application/x-protobuf";
+    http.body = internal::wire::kEmptyBody;
   }
   http.timeout = timeout;
   http.maxAnswerBytes = maxAnswerBytes_;
   return http;
 }
 
-Outcome Client::Exchange(std::string_view requestType, RequestKind kind,
+Outcome Client::Exchange(std::string_view requestType, bool repeatable,
                          const google::protobuf::Message& request,
                          google::protobuf::Message* answer) const {
   const Clock::time_point start = Clock::now();
@@ -177,7 +164,7 @@ Outcome Client::Exchange(std::string_view requestType, RequestKind kind,
                         internal::SliceRules(*answer).TypeAllowsSlices();
   int attempts = 0;
   const HttpResponse response = RunAttempts(
-      retry_, MayRetry(requestType, kind), start, attempts,
+      retry_, repeatable, start, attempts,
       [&] { return streamed ? stream->Receive(*transport_, http) : transport_->Post(http); },
       [] { return true; });
   if (stream && !streamed) {
@@ -193,7 +180,7 @@ Outcome Client::Send(const google::protobuf::Message& request,
 
 Outcome Client::Send(std::string_view requestType, const google::protobuf::Message& request,
                      google::protobuf::Message& answer) const {
-  return Exchange(requestType, KindOf(requestType), request, &answer);
+  return Exchange(requestType, IsRepeatable(requestType), request, &answer);
 }
 
 Outcome Client::Download(std::string_view requestType, const google::protobuf::Message& request,
@@ -211,7 +198,7 @@ Outcome Client::Download(std::string_view requestType, const google::protobuf::M
   int attempts = 0;
   // Once bytes reached the caller, another attempt would deliver them twice.
   const HttpResponse response = RunAttempts(
-      retry_, MayRetry(requestType, KindOf(requestType)), start, attempts,
+      retry_, IsRepeatable(requestType), start, attempts,
       [&] { return transport_->PostStreaming(http, handler); }, [&] { return delivered == 0; });
   return Conclude(requestType, response, nullptr, nullptr, start, attempts);
 }
@@ -229,19 +216,17 @@ Outcome Client::DownloadToFile(std::string_view requestType,
   return FinishFile(file, outcome);
 }
 
-CallCanceller Client::Start(std::string_view requestType, RequestKind kind,
-                            const google::protobuf::Message& request,
-                            std::chrono::milliseconds timeout, std::uint64_t maxStreamedBytes,
-                            StreamHandler onChunk,
-                            std::function<void(const HttpResponse&, int, Clock::time_point)> onEnd)
-    const {
+CallCanceller Client::Start(
+    std::string_view requestType, bool repeatable, const google::protobuf::Message& request,
+    std::chrono::milliseconds timeout, std::uint64_t maxStreamedBytes, StreamHandler onChunk,
+    std::function<void(const HttpResponse&, int, Clock::time_point)> onEnd) const {
   HttpRequest http = BuildRequest(requestType, request, timeout);
   http.maxStreamedBytes = maxStreamedBytes;
   const Clock::time_point start = Clock::now();
   const std::shared_ptr<internal::CallRegistry>& registry = calls_->Registry();
   auto attempts = std::make_shared<internal::AsyncAttempts>(
-      std::move(http), std::move(onChunk), internal::RetrySchedule(retry_, start),
-      MayRetry(requestType, kind), transport_,
+      std::move(http), std::move(onChunk), internal::RetrySchedule(retry_, start), repeatable,
+      transport_,
       [onEnd = std::move(onEnd), start, registry](const HttpResponse& response, int made) {
         const internal::CallRegistry::Ending ending(*registry);
         onEnd(response, made, start);
@@ -252,23 +237,22 @@ CallCanceller Client::Start(std::string_view requestType, RequestKind kind,
   return canceller;
 }
 
-CallCanceller Client::StartExchange(std::string_view requestType, RequestKind kind,
+CallCanceller Client::StartExchange(std::string_view requestType, bool repeatable,
                                     const google::protobuf::Message& request,
                                     google::protobuf::Message* answer,
                                     std::function<void(Outcome)> onOutcome) const {
-  return Start(requestType, kind, request, totalTimeout_, 0, nullptr,
-               [type = std::string(requestType), answer, parser = parser_,
-                onOutcome = std::move(onOutcome)](
-                   const HttpResponse& response, int attempts, Clock::time_point start) {
-                 // Parsed here, on the event thread, with the client's parsing threads.
-                 std::optional<internal::AnswerStream> stream;
-                 if (answer != nullptr) {
-                   stream.emplace(*parser, *answer);
-                   stream->FeedWhole(response.body);
-                 }
-                 onOutcome(Conclude(type, response, answer, stream ? &*stream : nullptr, start,
-                                    attempts));
-               });
+  return Start(
+      requestType, repeatable, request, totalTimeout_, 0, nullptr,
+      [type = std::string(requestType), answer, parser = parser_, onOutcome = std::move(onOutcome)](
+          const HttpResponse& response, int attempts, Clock::time_point start) {
+        // Parsed here, on the event thread, with the client's parsing threads.
+        std::optional<internal::AnswerStream> stream;
+        if (answer != nullptr) {
+          stream.emplace(*parser, *answer);
+          stream->FeedWhole(response.body);
+        }
+        onOutcome(Conclude(type, response, answer, stream ? &*stream : nullptr, start, attempts));
+      });
 }
 
 CallCanceller Client::StartDownload(std::string_view requestType,
@@ -277,7 +261,7 @@ CallCanceller Client::StartDownload(std::string_view requestType,
                                     std::function<void(Outcome)> onOutcome) const {
   const auto timeout = options.timeout.value_or(totalTimeout_);
   const auto maxBytes = options.maxBytes.value_or(0);
-  return Start(requestType, KindOf(requestType), request, timeout, maxBytes,
+  return Start(requestType, IsRepeatable(requestType), request, timeout, maxBytes,
                ProgressingHandler(std::move(onChunk), std::move(options)),
                [type = std::string(requestType), onOutcome = std::move(onOutcome)](
                    const HttpResponse& response, int attempts, Clock::time_point start) {

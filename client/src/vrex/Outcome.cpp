@@ -3,6 +3,7 @@
 #include <iterator>
 #include <utility>
 
+#include "internal/StatusDetail.h"
 #include "vrex/HttpStatus.h"
 #include "vrex/data/Time.h"
 
@@ -12,10 +13,6 @@ namespace {
 
 namespace contracts = ::Korvan::KQ::DataContracts;
 namespace enums = contracts::Enumerator;
-
-enums::DetailCode DetailCodeForStatus(int httpStatus) {
-  return IsRejectedStatus(httpStatus) ? enums::ApiPipeline_Unauthorized : enums::ApiPipeline_Failed;
-}
 
 // What people and programs read of each event; listed in the enumeration's order.
 struct EventText {
@@ -52,7 +49,7 @@ contracts::MessageContainer StatusFor(Outcome::Event event, int httpStatus) {
   }
   if (event == Outcome::Event::HttpStatusFailed) {
     status.set_codecategory(enums::CodeCategory_ApiPipeline);
-    status.set_detailcode(DetailCodeForStatus(httpStatus));
+    status.set_detailcode(internal::DetailCodeForStatus(httpStatus));
   } else {
     status.set_codecategory(event == Outcome::Event::FileFailed ? enums::CodeCategory_File
                                                                  : enums::CodeCategory_Backend);

@@ -13,10 +13,17 @@ namespace {
 
 std::vector<RequestInfo> BuildRequests() {
   return {
-#define VREX_QUERY(Area, Request, Answer) {#Area, #Request, RequestKind::Query, #Answer},
-#define VREX_COMMAND(Area, Request) {#Area, #Request, RequestKind::Command, {}},
-#define VREX_FILE(Area, Request) {#Area, #Request, RequestKind::File, {}},
+#define VREX_IS_REPEATABLE_Repeatable true
+#define VREX_IS_REPEATABLE_Once false
+#define VREX_QUERY(Area, Request, Answer, Repeat) \
+  {#Area, #Request, RequestKind::Query, #Answer, VREX_IS_REPEATABLE_##Repeat},
+#define VREX_COMMAND(Area, Request, Repeat) \
+  {#Area, #Request, RequestKind::Command, {}, VREX_IS_REPEATABLE_##Repeat},
+#define VREX_FILE(Area, Request, Repeat) \
+  {#Area, #Request, RequestKind::File, {}, VREX_IS_REPEATABLE_##Repeat},
 #include "vrex/RequestList.inc"
+#undef VREX_IS_REPEATABLE_Repeatable
+#undef VREX_IS_REPEATABLE_Once
   };
 }
 
