@@ -18,15 +18,6 @@ void MaskOccurrences(std::string& text, std::string_view secret) {
   }
 }
 
-bool CarriesCredentials(std::string_view headerName) {
-  static constexpr std::array<std::string_view, 3> kNames = {
-      "GatewayApiAuthentication", "Authorization", "Proxy-Authorization"};
-  for (const std::string_view name : kNames) {
-    if (EqualsIgnoringCase(headerName, name)) return true;
-  }
-  return false;
-}
-
 // Masks the value of every header line of `text` that carries credentials.
 void MaskCredentialHeaders(std::string& text) {
   for (std::size_t line = 0; line < text.size();) {
@@ -43,6 +34,15 @@ void MaskCredentialHeaders(std::string& text) {
 
 }  // namespace
 
+bool CarriesCredentials(std::string_view headerName) {
+  static constexpr std::array<std::string_view, 3> kNames = {
+      "GatewayApiAuthentication", "Authorization", "Proxy-Authorization"};
+  for (const std::string_view name : kNames) {
+    if (EqualsIgnoringCase(headerName, name)) return true;
+  }
+  return false;
+}
+
 std::string MaskUrlPasswords(std::string_view text) {
   std::string masked(text);
   constexpr std::string_view kSchemeEnd = "://";
@@ -51,8 +51,8 @@ std::string MaskUrlPasswords(std::string_view text) {
     const std::size_t start = scheme + kSchemeEnd.size();
     // The user information ends at the last "@" before the path.
     const std::size_t authorityEnd = masked.find_first_of("/?# \t\r\n\"'", start);
-    const std::size_t at = masked.rfind('@', authorityEnd == std::string::npos ? std::string::npos
-                                                                                : authorityEnd);
+    const std::size_t at =
+        masked.rfind('@', authorityEnd == std::string::npos ? std::string::npos : authorityEnd);
     if (at == std::string::npos || at < start) continue;
     const std::size_t colon = masked.find(':', start);
     if (colon < at) masked.replace(colon + 1, at - colon - 1, kMask);

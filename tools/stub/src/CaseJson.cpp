@@ -7,11 +7,12 @@
 #include <utility>
 
 #include "AnswerSelection.h"
-#include "RequestMatch.h"
 #include "CredentialMask.h"
+#include "RequestMatch.h"
 #include "StubFiles.pb.h"
 #include "vrex/MessageJson.h"
 #include "vrex/RequestCatalog.h"
+#include "vrex/data/SecretMask.h"
 #include "vrex/stub/AnswerLoader.h"
 
 namespace vrex::stub {
@@ -209,8 +210,9 @@ std::string JournalJson(const std::vector<JournalEntry>& entries, std::uint64_t 
     record->set_method(entry.method);
     record->set_path(entry.path);
     for (const HeaderField& header : entry.headers) {
-      AddHeader(HeaderField{header.name, CarriesSecret(header.name) ? MaskedSecret(header.value)
-                                                                    : header.value},
+      AddHeader(HeaderField{header.name, data::CarriesCredentials(header.name)
+                                             ? MaskedSecret(header.value)
+                                             : header.value},
                 *record->mutable_headers());
     }
     const std::string path = entry.path.substr(0, entry.path.find('?'));

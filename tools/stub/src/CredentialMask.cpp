@@ -1,12 +1,11 @@
 #include "CredentialMask.h"
 
-#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstdio>
 #include <random>
 
-#include "vrex/data/Text.h"
+#include "vrex/data/SecretMask.h"
 
 namespace vrex::stub {
 
@@ -38,14 +37,6 @@ std::uint64_t KeyedDigest(std::string_view text) {
 
 }  // namespace
 
-bool CarriesSecret(std::string_view headerName) {
-  static constexpr std::array<std::string_view, 3> kSecretHeaders{
-      "GatewayApiAuthentication", "Authorization", "Proxy-Authorization"};
-  return std::any_of(kSecretHeaders.begin(), kSecretHeaders.end(), [&](std::string_view secret) {
-    return data::EqualsIgnoringCase(headerName, secret);
-  });
-}
-
 std::string MaskedSecret(std::string_view secret) {
   std::array<char, 9> digits{};
   std::snprintf(digits.data(), digits.size(), "%08x",
@@ -56,7 +47,7 @@ std::string MaskedSecret(std::string_view secret) {
 std::vector<std::string> SecretsOf(const std::vector<HeaderField>& headers) {
   std::vector<std::string> secrets;
   for (const HeaderField& header : headers) {
-    if (!CarriesSecret(header.name)) continue;
+    if (!data::CarriesCredentials(header.name)) continue;
     secrets.push_back(header.value);
     if (const auto blank = header.value.find(' '); blank != std::string::npos) {
       secrets.push_back(header.value.substr(blank + 1));

@@ -13,9 +13,6 @@
 
 namespace vrex::stub {
 
-/// GatewayApiAuthentication, Authorization and Proxy-Authorization, in any case.
-bool CarriesSecret(std::string_view headerName);
-
 /// "***" and 8 hex digits.
 std::string MaskedSecret(std::string_view secret);
 
