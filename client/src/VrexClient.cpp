@@ -7,9 +7,9 @@
 #include <utility>
 #include <vector>
 
-#include "internal/GatewayToken.h"
-#include "internal/StatusDetail.h"
-#include "internal/WireForm.h"
+#include "transport/GatewayToken.h"
+#include "transport/StatusDetail.h"
+#include "transport/WireForm.h"
 #include "vrex/RequestTraits.h"
 
 namespace VrexClient {

@@ -8,8 +8,8 @@
 #include <memory>
 #include <string>
 
-#include "internal/AnswerParser.h"
-#include "internal/AnswerStream.h"
+#include "parse/AnswerParser.h"
+#include "parse/AnswerStream.h"
 #include "vrex/stub/CannedAnswer.h"
 
 namespace vrex::fuzz {

@@ -10,8 +10,8 @@
 #include <thread>
 
 #include "SamplePlantAnswers.h"
-#include "internal/BlockRecycler.h"
-#include "internal/ParsePool.h"
+#include "parse/BlockRecycler.h"
+#include "parse/ParsePool.h"
 #include "vrex/AnswerArena.h"
 #include "vrex/Client.h"
 #include "vrex/Contracts.h"

@@ -10,8 +10,8 @@
 
 #include "SamplePlantAnswers.h"
 #include "SlicedParseCheck.h"
-#include "internal/AnswerParser.h"
-#include "internal/AnswerStream.h"
+#include "parse/AnswerParser.h"
+#include "parse/AnswerStream.h"
 #include "vrex/ContractTypes.h"
 #include "vrex/Contracts.h"
 

@@ -2,7 +2,7 @@
 // the configured text.
 #include <cstdio>
 
-#include "internal/GatewayToken.h"
+#include "transport/GatewayToken.h"
 
 int main() {
   for (const char byte : vrex::internal::gatewayAuthenticationToken) {

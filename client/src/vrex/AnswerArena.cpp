@@ -1,6 +1,6 @@
 #include "vrex/AnswerArena.h"
 
-#include "internal/BlockRecycler.h"
+#include "parse/BlockRecycler.h"
 
 namespace vrex {
 

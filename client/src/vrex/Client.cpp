@@ -4,14 +4,14 @@
 #include <stdexcept>
 #include <thread>
 
-#include "internal/AnswerParser.h"
-#include "internal/AnswerStream.h"
-#include "internal/AsyncAttempts.h"
-#include "internal/AtomicFile.h"
-#include "internal/CallRegistry.h"
-#include "internal/RetrySchedule.h"
-#include "internal/SliceRules.h"
-#include "internal/WireForm.h"
+#include "parse/AnswerParser.h"
+#include "parse/AnswerStream.h"
+#include "transport/AsyncAttempts.h"
+#include "transport/AtomicFile.h"
+#include "transport/CallRegistry.h"
+#include "transport/RetrySchedule.h"
+#include "parse/SliceRules.h"
+#include "transport/WireForm.h"
 #include "vrex/CurlTransport.h"
 
 namespace vrex {

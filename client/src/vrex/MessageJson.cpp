@@ -3,7 +3,7 @@
 #include <google/protobuf/descriptor.h>
 #include <google/protobuf/util/json_util.h>
 
-#include "internal/JsonParseError.h"
+#include "parse/JsonParseError.h"
 #include "vrex/data/JsonShape.h"
 #include "vrex/ContractTypes.h"
 

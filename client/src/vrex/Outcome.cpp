@@ -3,7 +3,7 @@
 #include <iterator>
 #include <utility>
 
-#include "internal/StatusDetail.h"
+#include "transport/StatusDetail.h"
 #include "vrex/HttpStatus.h"
 #include "vrex/data/Time.h"
 

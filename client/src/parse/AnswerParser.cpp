@@ -1,10 +1,9 @@
-#include "internal/AnswerParser.h"
+#include "parse/AnswerParser.h"
 
 #include <algorithm>
 #include <thread>
 
-#include "internal/AnswerStream.h"
-#include "internal/ParsePool.h"
+#include "parse/ParsePool.h"
 
 namespace vrex::internal {
 
@@ -39,12 +38,6 @@ std::size_t AnswerParser::SliceBytes(std::size_t answerBytes) const {
 ParsePool& AnswerParser::Pool() {
   std::call_once(poolStarted_, [this] { pool_ = std::make_unique<ParsePool>(threads_ - 1); });
   return *pool_;
-}
-
-bool AnswerParser::Parse(std::string_view body, google::protobuf::Message& answer) {
-  AnswerStream stream(*this, answer);
-  stream.FeedWhole(body);
-  return stream.Finish();
 }
 
 }  // namespace vrex::internal

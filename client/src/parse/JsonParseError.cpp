@@ -1,4 +1,4 @@
-#include "internal/JsonParseError.h"
+#include "parse/JsonParseError.h"
 
 #include <google/protobuf/descriptor.h>
 

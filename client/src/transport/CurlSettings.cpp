@@ -1,9 +1,9 @@
-#include "internal/CurlSettings.h"
+#include "transport/CurlSettings.h"
 
 #include <utility>
 
-#include "internal/GatewayToken.h"
-#include "internal/WireForm.h"
+#include "transport/GatewayToken.h"
+#include "transport/WireForm.h"
 #include "vrex/data/SecretMask.h"
 
 namespace vrex::internal {

@@ -1,4 +1,4 @@
-#include "internal/AsyncAttempts.h"
+#include "transport/AsyncAttempts.h"
 
 #include <utility>
 

@@ -1,4 +1,4 @@
-#include "internal/AnswerStream.h"
+#include "parse/AnswerStream.h"
 
 #include <google/protobuf/io/zero_copy_stream_impl.h>
 #include <google/protobuf/message.h>
@@ -7,11 +7,11 @@
 #include <limits>
 #include <vector>
 
-#include "internal/AnswerParser.h"
-#include "internal/BodyBuffer.h"
-#include "internal/FieldBoundaries.h"
-#include "internal/SliceRules.h"
-#include "internal/SliceRun.h"
+#include "parse/AnswerParser.h"
+#include "parse/BodyBuffer.h"
+#include "parse/FieldBoundaries.h"
+#include "parse/SliceRules.h"
+#include "parse/SliceRun.h"
 
 namespace vrex::internal {
 

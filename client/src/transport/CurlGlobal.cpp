@@ -1,4 +1,4 @@
-#include "internal/CurlGlobal.h"
+#include "transport/CurlGlobal.h"
 
 #include <curl/curl.h>
 

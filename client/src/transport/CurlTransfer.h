@@ -18,7 +18,7 @@
 #include <cstdint>
 #include <string>
 
-#include "internal/BodyBuffer.h"
+#include "parse/BodyBuffer.h"
 #include "vrex/Transport.h"
 
 namespace vrex::internal {

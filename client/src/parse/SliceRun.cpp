@@ -1,4 +1,4 @@
-#include "internal/SliceRun.h"
+#include "parse/SliceRun.h"
 
 #include <google/protobuf/message.h>
 
@@ -8,8 +8,8 @@
 #include <mutex>
 #include <utility>
 
-#include "internal/ParsePool.h"
-#include "internal/SliceJoin.h"
+#include "parse/ParsePool.h"
+#include "parse/SliceJoin.h"
 
 namespace vrex::internal {
 

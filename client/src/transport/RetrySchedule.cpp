@@ -1,4 +1,4 @@
-#include "internal/RetrySchedule.h"
+#include "transport/RetrySchedule.h"
 
 #include <algorithm>
 #include <random>

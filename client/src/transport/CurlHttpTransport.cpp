@@ -1,11 +1,11 @@
-#include "internal/CurlHttpTransport.h"
+#include "transport/CurlHttpTransport.h"
 
 #include <algorithm>
 #include <string>
 #include <utility>
 
-#include "internal/CurlGlobal.h"
-#include "internal/CurlTransfer.h"
+#include "transport/CurlGlobal.h"
+#include "transport/CurlTransfer.h"
 #include "vrex/CurlTransport.h"
 
 namespace vrex {

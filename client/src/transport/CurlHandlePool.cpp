@@ -1,4 +1,4 @@
-#include "internal/CurlHandlePool.h"
+#include "transport/CurlHandlePool.h"
 
 #include <utility>
 

@@ -12,7 +12,7 @@
 #include <cstddef>
 #include <string_view>
 
-#include "internal/SliceRules.h"
+#include "parse/SliceRules.h"
 
 namespace vrex::internal {
 

@@ -1,4 +1,4 @@
-#include "internal/FieldBoundaries.h"
+#include "parse/FieldBoundaries.h"
 
 #include <cstdint>
 #include <limits>

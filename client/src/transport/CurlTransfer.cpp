@@ -1,4 +1,4 @@
-#include "internal/CurlTransfer.h"
+#include "transport/CurlTransfer.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -19,7 +19,7 @@
 #include <string>
 #include <string_view>
 
-#include "internal/BodyBuffer.h"
+#include "parse/BodyBuffer.h"
 #include "vrex/Transport.h"
 
 namespace google::protobuf {

@@ -1,4 +1,4 @@
-#include "internal/CurlMultiEngine.h"
+#include "transport/CurlMultiEngine.h"
 
 #include <algorithm>
 #include <atomic>
@@ -11,7 +11,7 @@
 #include <utility>
 #include <vector>
 
-#include "internal/CurlTransfer.h"
+#include "transport/CurlTransfer.h"
 
 namespace vrex::internal {
 

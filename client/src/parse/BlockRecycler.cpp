@@ -1,4 +1,4 @@
-#include "internal/BlockRecycler.h"
+#include "parse/BlockRecycler.h"
 
 #include <iterator>
 #include <new>

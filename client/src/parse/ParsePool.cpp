@@ -1,4 +1,4 @@
-#include "internal/ParsePool.h"
+#include "parse/ParsePool.h"
 
 #include <system_error>
 #include <utility>

@@ -1,4 +1,4 @@
-#include "internal/AtomicFile.h"
+#include "transport/AtomicFile.h"
 
 #include <cerrno>
 #include <random>

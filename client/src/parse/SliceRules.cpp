@@ -1,9 +1,9 @@
-#include "internal/SliceRules.h"
+#include "parse/SliceRules.h"
 
 #include <google/protobuf/descriptor.h>
 #include <google/protobuf/message.h>
 
-#include "internal/MapEntryMoves.h"
+#include "parse/MapEntryMoves.h"
 
 namespace vrex::internal {
 

@@ -1,4 +1,4 @@
-#include "internal/CallRegistry.h"
+#include "transport/CallRegistry.h"
 
 #include <algorithm>
 #include <iterator>

@@ -6,9 +6,9 @@
 #include <memory>
 #include <mutex>
 
-#include "internal/CurlHandlePool.h"
-#include "internal/CurlMultiEngine.h"
-#include "internal/CurlSettings.h"
+#include "transport/CurlHandlePool.h"
+#include "transport/CurlMultiEngine.h"
+#include "transport/CurlSettings.h"
 #include "vrex/ClientOptions.h"
 #include "vrex/Transport.h"
 

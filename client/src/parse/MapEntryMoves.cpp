@@ -1,4 +1,4 @@
-#include "internal/MapEntryMoves.h"
+#include "parse/MapEntryMoves.h"
 
 #include <google/protobuf/descriptor.h>
 #include <google/protobuf/message.h>

@@ -6,13 +6,8 @@
 #include <cstddef>
 #include <memory>
 #include <mutex>
-#include <string_view>
 
 #include "vrex/ClientOptions.h"
-
-namespace google::protobuf {
-class Message;
-}
 
 namespace vrex::internal {
 
@@ -24,10 +19,6 @@ class AnswerParser {
   ~AnswerParser();
   AnswerParser(const AnswerParser&) = delete;
   AnswerParser& operator=(const AnswerParser&) = delete;
-
-  /// Parses a whole answer into `answer`: true exactly when
-  /// answer.ParseFromString(body) would be, and then the same message.
-  bool Parse(std::string_view body, google::protobuf::Message& answer);
 
   /// Threads per answer, the caller's included; at least 1.
   unsigned Threads() const { return threads_; }

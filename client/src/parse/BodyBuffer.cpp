@@ -1,4 +1,4 @@
-#include "internal/BodyBuffer.h"
+#include "parse/BodyBuffer.h"
 
 #include <algorithm>
 

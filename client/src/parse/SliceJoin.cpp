@@ -1,11 +1,11 @@
-#include "internal/SliceJoin.h"
+#include "parse/SliceJoin.h"
 
 #include <google/protobuf/descriptor.h>
 #include <google/protobuf/message.h>
 
 #include <vector>
 
-#include "internal/MapEntryMoves.h"
+#include "parse/MapEntryMoves.h"
 
 namespace vrex::internal {
 

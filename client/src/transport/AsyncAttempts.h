@@ -10,7 +10,7 @@
 #include <functional>
 #include <memory>
 
-#include "internal/RetrySchedule.h"
+#include "transport/RetrySchedule.h"
 #include "vrex/ClientOptions.h"
 #include "vrex/Transport.h"
 
