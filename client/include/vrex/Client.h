@@ -39,6 +39,7 @@ namespace vrex {
 namespace internal {
 class ClientCalls;
 class AnswerParser;
+class WarmArenas;
 }
 
 class VREX_EXPORT Client {
@@ -50,13 +51,23 @@ class VREX_EXPORT Client {
   Client(ClientOptions options, std::shared_ptr<Transport> transport);
 
   /// Sends a query and returns its answer, of the type the catalog names.
+  ///
+  /// The answer lives on an arena of its own that the Result keeps alive, so
+  /// it may outlive the client and later answers, and Results move freely.
+  /// The arena's memory comes from blocks the client keeps warm: the size of
+  /// its largest answer so far stays reserved until the client and its last
+  /// answer are gone, and a large answer parses several times faster than on
+  /// the heap. Moving the message out of the Result
+  /// (`std::move(result).Value()`, `Answer a = std::move(*result)`) or
+  /// copying the Result copies the message; keep the Result to avoid that.
   template <class Query, std::enable_if_t<kIsQuery<Query>, int> = 0>
   Result<AnswerOf<Query>, Outcome> Send(const Query& query) const {
     static_assert(RequestTraits<Query>::AnswerIsDeclared());
-    auto answer = std::make_unique<AnswerOf<Query>>();
-    Outcome outcome = Exchange(RequestTraits<Query>::kName, RequestTraits<Query>::kRepeatable,
-                               query, answer.get());
-    return Result<AnswerOf<Query>, Outcome>(std::move(answer), std::move(outcome));
+    std::shared_ptr<google::protobuf::Arena> arena = NewAnswerArena();
+    auto* answer = google::protobuf::Arena::CreateMessage<AnswerOf<Query>>(arena.get());
+    Outcome outcome =
+        Exchange(RequestTraits<Query>::kName, RequestTraits<Query>::kRepeatable, query, answer);
+    return Result<AnswerOf<Query>, Outcome>(answer, std::move(arena), std::move(outcome));
   }
 
   /// Sends a query and parses its answer into a message on `arena`, which
@@ -72,7 +83,7 @@ class VREX_EXPORT Client {
 
   /// Sends a command; its outcome is all the server answers.
   template <class Command, std::enable_if_t<kIsCommand<Command>, int> = 0>
-  Outcome Send(const Command& command) const {
+  [[nodiscard]] Outcome Send(const Command& command) const {
     return Exchange(RequestTraits<Command>::kName, RequestTraits<Command>::kRepeatable, command,
                     nullptr);
   }
@@ -133,29 +144,30 @@ class VREX_EXPORT Client {
 
   /// Sends a query; the result arrives in the AsyncCall.
   template <class Query, std::enable_if_t<kIsQuery<Query>, int> = 0>
-  AsyncCall<Result<AnswerOf<Query>, Outcome>> SendAsync(const Query& query) const {
+  [[nodiscard]] AsyncCall<Result<AnswerOf<Query>, Outcome>> SendAsync(const Query& query) const {
     return Promised<Result<AnswerOf<Query>, Outcome>>(
         [&](auto onDone) { return SendAsync(query, std::move(onDone)); });
   }
 
-  /// Sends a query; `onDone` receives the result.
+  /// Sends a query; `onDone` receives the result, whose answer lives on an
+  /// arena of its own as with Send.
   template <class Query, std::enable_if_t<kIsQuery<Query>, int> = 0>
   CallCanceller SendAsync(const Query& query,
                           std::function<void(Result<AnswerOf<Query>, Outcome>)> onDone) const {
     static_assert(RequestTraits<Query>::AnswerIsDeclared());
     using Answer = AnswerOf<Query>;
-    auto answer = std::make_shared<Answer>();
+    std::shared_ptr<google::protobuf::Arena> arena = NewAnswerArena();
+    auto* answer = google::protobuf::Arena::CreateMessage<Answer>(arena.get());
     return StartExchange(RequestTraits<Query>::kName, RequestTraits<Query>::kRepeatable, query,
-                         answer.get(), [answer, onDone = std::move(onDone)](Outcome outcome) {
-                           onDone(Result<Answer, Outcome>(
-                               std::make_unique<Answer>(std::move(*answer)), std::move(outcome)));
+                         answer, [arena, answer, onDone = std::move(onDone)](Outcome outcome) {
+                           onDone(Result<Answer, Outcome>(answer, arena, std::move(outcome)));
                          });
   }
 
   /// Sends a query whose answer is parsed into a message on `arena`, which
   /// must outlive the result.
   template <class Query, std::enable_if_t<kIsQuery<Query>, int> = 0>
-  AsyncCall<Result<AnswerOf<Query>, Outcome>> SendAsync(const Query& query,
+  [[nodiscard]] AsyncCall<Result<AnswerOf<Query>, Outcome>> SendAsync(const Query& query,
                                                         google::protobuf::Arena& arena) const {
     static_assert(RequestTraits<Query>::AnswerIsDeclared());
     using Answer = AnswerOf<Query>;
@@ -170,7 +182,7 @@ class VREX_EXPORT Client {
 
   /// Sends a command.
   template <class Command, std::enable_if_t<kIsCommand<Command>, int> = 0>
-  AsyncCall<Outcome> SendAsync(const Command& command) const {
+  [[nodiscard]] AsyncCall<Outcome> SendAsync(const Command& command) const {
     return Promised<Outcome>([&](auto onDone) {
       return StartExchange(RequestTraits<Command>::kName, RequestTraits<Command>::kRepeatable,
                            command, nullptr, std::move(onDone));
@@ -179,7 +191,7 @@ class VREX_EXPORT Client {
 
   /// Sends every query at once and returns their results in the order given.
   template <class Query, std::enable_if_t<kIsQuery<Query>, int> = 0>
-  std::vector<Result<AnswerOf<Query>, Outcome>> SendAll(const std::vector<Query>& queries) const {
+  [[nodiscard]] std::vector<Result<AnswerOf<Query>, Outcome>> SendAll(const std::vector<Query>& queries) const {
     std::vector<AsyncCall<Result<AnswerOf<Query>, Outcome>>> calls;
     calls.reserve(queries.size());
     for (const Query& query : queries) {
@@ -249,6 +261,8 @@ class VREX_EXPORT Client {
                                     const std::filesystem::path& target, DownloadOptions options,
                                     std::function<void(Outcome)> onOutcome) const;
 
+  // An arena for one answer, on the blocks this client keeps warm.
+  std::shared_ptr<google::protobuf::Arena> NewAnswerArena() const;
   Outcome Exchange(std::string_view requestType, bool repeatable,
                    const google::protobuf::Message& request,
                    google::protobuf::Message* answer) const;
@@ -262,6 +276,7 @@ class VREX_EXPORT Client {
   std::shared_ptr<Transport> transport_;
   std::shared_ptr<internal::ClientCalls> calls_;  // of the asynchronous calls; held by copies only
   std::shared_ptr<internal::AnswerParser> parser_;
+  std::shared_ptr<internal::WarmArenas> arenas_;
 };
 
 }  // namespace vrex

@@ -4,8 +4,8 @@
 //
 //   auto request = vrex::MessageFromJson("MeasurementQuery",
 //                                        R"({"Factory": "F1", "Line": "L1"})");
-//   if (!request.ok()) { std::cerr << request.error() << '\n'; return; }
-//   client.Send(*request.value(), answer);
+//   if (!request) { std::cerr << request.GetStatus().Message() << '\n'; return; }
+//   vrex::Outcome outcome = client.Send(*request.Value(), answer);
 //
 // Field names are those of the contract ("Factory", "LastN"). A field the
 // message does not have is an error that names it; so is any text that is

@@ -1,6 +1,7 @@
 #include "vrex/AnswerArena.h"
 
 #include "parse/BlockRecycler.h"
+#include "parse/WarmArenas.h"
 
 namespace vrex {
 
@@ -9,18 +10,11 @@ namespace {
 // One size for all blocks, so any kept block serves any thread's next request.
 constexpr std::size_t kBlockBytes = std::size_t{1} << 20;
 
-google::protobuf::ArenaOptions WarmBlocks() {
-  google::protobuf::ArenaOptions options;
-  options.start_block_size = kBlockBytes;
-  options.max_block_size = kBlockBytes;
-  options.block_alloc = &internal::BlockRecycler::Allocate;
-  options.block_dealloc = &internal::BlockRecycler::Free;
-  return options;
-}
-
 }  // namespace
 
-AnswerArena::AnswerArena() : arena_(std::make_unique<google::protobuf::Arena>(WarmBlocks())) {}
+AnswerArena::AnswerArena()
+    : arena_(std::make_unique<google::protobuf::Arena>(
+          internal::RecycledBlocks(kBlockBytes, kBlockBytes))) {}
 
 AnswerArena::~AnswerArena() {
   arena_.reset();

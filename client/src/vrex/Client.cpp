@@ -11,6 +11,7 @@
 #include "transport/CallRegistry.h"
 #include "transport/RetrySchedule.h"
 #include "parse/SliceRules.h"
+#include "parse/WarmArenas.h"
 #include "transport/WireForm.h"
 #include "vrex/CurlTransport.h"
 
@@ -124,7 +125,8 @@ Client::Client(ClientOptions options, std::shared_ptr<Transport> transport)
       maxAnswerBytes_(options.maxAnswerBytes),
       retry_(options.retry),
       transport_(std::move(transport)),
-      parser_(std::make_shared<internal::AnswerParser>(options.parsing)) {
+      parser_(std::make_shared<internal::AnswerParser>(options.parsing)),
+      arenas_(std::make_shared<internal::WarmArenas>()) {
   if (!transport_) {
     throw std::invalid_argument("vrex::Client needs a transport");
   }
@@ -146,6 +148,8 @@ HttpRequest Client::BuildRequest(std::string_view requestType,
   http.maxAnswerBytes = maxAnswerBytes_;
   return http;
 }
+
+std::shared_ptr<google::protobuf::Arena> Client::NewAnswerArena() const { return arenas_->New(); }
 
 Outcome Client::Exchange(std::string_view requestType, bool repeatable,
                          const google::protobuf::Message& request,

@@ -9,7 +9,7 @@
 //
 //   vrex::Result<bcl::Decimal> price = vrex::data::ParseDecimal("-12.30");
 //   // magnitude 1230, scale 2, negative
-//   std::cout << vrex::data::FormatDecimal(price.value()).value();  // -12.30
+//   if (price) std::cout << vrex::data::FormatDecimal(price.Value()).Value();  // -12.30
 
 #include <string>
 #include <string_view>

@@ -10,7 +10,7 @@
 // message lo = 0x6677445500112233, hi = 0xffeeddccbbaa9988.
 //
 //   vrex::Result<bcl::Guid> id = vrex::data::ParseGuid("00112233-4455-6677-8899-AABBCCDDEEFF");
-//   if (id.ok()) std::cout << vrex::data::FormatGuid(id.value());  // lower case
+//   if (id) std::cout << vrex::data::FormatGuid(id.Value());  // lower case
 
 #include <array>
 #include <cstdint>

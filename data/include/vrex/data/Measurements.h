@@ -12,7 +12,7 @@
 //     std::cout << vrex::data::DescribeClavis(*entry.key) << '\n';
 //   }
 //   auto level = vrex::data::FindValue(values, clavis);
-//   if (level.ok() && vrex::data::KindOf(*level.value()) == Enumerator::Scalar) ...
+//   if (level && vrex::data::KindOf(*level.Value()) == Enumerator::Scalar) ...
 
 #include <cstdint>
 #include <vector>

@@ -10,7 +10,7 @@
 //   auto mode = names.Resolve("Mode", 3);
 //   const vrex::data::CrossReferenceTables tables{"Instrument", "Parameter", "Mode", "Location"};
 //   auto clavis = vrex::data::ResolveCrossReference(row, names, tables);
-//   if (clavis.ok()) filter.add_items()->CopyFrom(clavis.value());
+//   if (clavis) filter.add_items()->CopyFrom(clavis.Value());
 
 #include <cstdint>
 #include <functional>
