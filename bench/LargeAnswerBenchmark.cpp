@@ -1,11 +1,16 @@
 // The large answers (LargeAnswers.h) end to end through vrex::Client from
 // nginx on loopback (StaticAnswerServer.h): sent for, received, parsed and
 // destroyed in every iteration.
-//   EndToEnd_Heap/threads:1        today's path: the whole body, then one parse on the heap
-//   EndToEnd_FreshArena/threads:1  today's arena path: a new google::protobuf::Arena per call
-//   EndToEnd_WarmArena/threads:1   a vrex::AnswerArena kept from call to call
-//   .../threads:2, 4               parsed in slices on that many threads while it arrives
-//   Download                       the bytes alone, to a sink: the network's share
+//   EndToEnd_Default/threads:0       Send as it comes: the answer on an arena of its own
+//                                    on the client's warm blocks, default parsing threads
+//   EndToEnd_DefaultAsync/threads:0  the same through SendAsync
+//   EndToEnd_HeapAnswer              the answer on the heap (the generic Send), as Send
+//                                    made it before answers got their own arena
+//   EndToEnd_FreshArena/threads:1    a new google::protobuf::Arena per call
+//   EndToEnd_WarmArena               a vrex::AnswerArena kept from call to call
+//   threads:N                        ParseOptions::threads (0: the default); with more
+//                                    than one, parsed in slices while it arrives
+//   Download                         the bytes alone, to a sink: the network's share
 // peak_MB: resident memory at the peak of the benchmark, above its start.
 #include <benchmark/benchmark.h>
 #include <google/protobuf/arena.h>
@@ -26,7 +31,7 @@ namespace {
 
 namespace dc = Korvan::KQ::DataContracts;
 
-enum class Memory { Heap, FreshArena, WarmArena };
+enum class Memory { Default, DefaultAsync, HeapAnswer, FreshArena, WarmArena };
 
 const bench::StaticAnswerServer& Server() {
   static const bench::StaticAnswerServer server(
@@ -78,10 +83,17 @@ void EndToEnd(benchmark::State& state, Memory memory, CountOf<Query> countOf) {
   const Query query;
   const PeakResidentGrowth peak;
   for (auto _ : state) {
+    if (memory == Memory::HeapAnswer) {
+      vrex::AnswerOf<Query> answer;
+      const vrex::Outcome outcome = client.Send(query, answer);
+      if (!outcome || countOf(answer) == 0) state.SkipWithError(outcome.Message().c_str());
+      continue;
+    }
     std::optional<google::protobuf::Arena> fresh;  // outlives the answer
-    const auto answer = memory == Memory::Heap         ? client.Send(query)
-                        : memory == Memory::FreshArena ? client.Send(query, fresh.emplace())
-                                                       : client.Send(query, warm.Next());
+    const auto answer = memory == Memory::Default        ? client.Send(query)
+                        : memory == Memory::DefaultAsync ? client.SendAsync(query).Get()
+                        : memory == Memory::FreshArena   ? client.Send(query, fresh.emplace())
+                                                         : client.Send(query, warm.Next());
     if (!answer || countOf(*answer) == 0) state.SkipWithError(answer.GetStatus().Message().c_str());
   }
   state.counters["peak_MB"] = peak.Megabytes();
@@ -109,7 +121,9 @@ void RegisterShape(const std::string& shape, CountOf<Query> countOf) {
     benchmark->Unit(benchmark::kMillisecond)->UseRealTime()->ArgName("threads");
     for (const int64_t count : threads) benchmark->Arg(count);
   };
-  add("Heap", Memory::Heap, {1, 2, 4});
+  add("Default", Memory::Default, {0});
+  add("DefaultAsync", Memory::DefaultAsync, {0});
+  add("HeapAnswer", Memory::HeapAnswer, {0, 1, 4});
   add("FreshArena", Memory::FreshArena, {1});
   add("WarmArena", Memory::WarmArena, {1, 2, 4});
   benchmark::RegisterBenchmark(("Download_" + shape).c_str(), DownloadOnly<Query>)

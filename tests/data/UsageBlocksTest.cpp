@@ -101,6 +101,7 @@ TEST(UsageBlocksTest, PrintWhatTheirCommentsSay) {
   GeneralInformation header;
   header.mutable_measurementtime()->set_value(1);
   header.mutable_measurementtime()->set_scale(bcl::DateTime::SECONDS);
+  header.mutable_measurementtime()->set_kind(bcl::DateTime::UTC);
   TimeBlock(time, header);
   MeasurementsBlock(rest, {}, {}, {}, {});
   ClavisFilter filter;
@@ -108,7 +109,7 @@ TEST(UsageBlocksTest, PrintWhatTheirCommentsSay) {
   AxesAndTracksBlock(rest, {}, {});
   EXPECT_EQ(guid.str(), "00112233-4455-6677-8899-aabbccddeeff");
   EXPECT_EQ(decimal.str(), "-12.30");
-  EXPECT_EQ(time.str(), "1970-01-01T00:00:01Z\n");
+  EXPECT_EQ(time.str(), "1970-01-01T00:00:01.0000000Z\n");
   EXPECT_EQ(rest.str(), "1");
 }
 

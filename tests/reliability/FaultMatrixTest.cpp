@@ -216,13 +216,13 @@ Outcome SendIn(Form form, const Client& client, contracts::VersionDTO& answer) {
     case Form::OnArena: {
       google::protobuf::Arena arena;
       const auto result = client.Send(Query(), arena);
-      EXPECT_EQ(result->GetArena(), &arena);
-      if (result.GetStatus().Ok() || result->ByteSizeLong() != 0) answer = *result;
+      EXPECT_EQ(result.PartialValue().GetArena(), &arena);
+      if (result.GetStatus().Ok() || result.PartialValue().ByteSizeLong() != 0) answer = result.PartialValue();
       return result.GetStatus();
     }
     case Form::Async: {
       auto result = client.SendAsync(Query()).Get();
-      if (result.GetStatus().Ok() || result->ByteSizeLong() != 0) answer = *result;
+      if (result.GetStatus().Ok() || result.PartialValue().ByteSizeLong() != 0) answer = result.PartialValue();
       return result.GetStatus();
     }
   }

@@ -126,7 +126,7 @@ ClientOptions SessionOptions(const std::string& baseUrl, bool ownToken) {
 
 TEST_P(SessionTokenHygiene, SessionClientNeverPrintsNorReportsTheToken) {
   const bool ownToken = GetParam();
-  Client(SessionOptions(server.BaseUrl(), ownToken)).Send(contracts::ApiVersionQuery());
+  (void)Client(SessionOptions(server.BaseUrl(), ownToken)).Send(contracts::ApiVersionQuery());
   const std::string token = TokenReceivedBy(server);
   if (ownToken) {
     ASSERT_EQ(token, *SessionOptions("", true).token) << "the options' token reached the server";

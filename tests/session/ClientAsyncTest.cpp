@@ -31,8 +31,9 @@ constexpr std::chrono::minutes kForever{10};
 
 // How the stub answers a GeneralInformationQuery, by the factory it names:
 // "Fail-..." with 500, "Busy-..." with 503 (retried), "Slow-..." after
-// kForever, anything else with one test whose serial is the factory, after a
-// few milliseconds that vary.
+// kForever, "Cut-..." with the answer below and a broken field after it,
+// anything else with one test whose serial is the factory, after a few
+// milliseconds that vary.
 stub::CannedAnswer EchoFactory(const stub::JournalEntry& request) {
   contracts::GeneralInformationQuery query;
   query.ParseFromString(request.body);
@@ -41,6 +42,7 @@ stub::CannedAnswer EchoFactory(const stub::JournalEntry& request) {
   if (factory.rfind("Busy-", 0) == 0) return Answer(503);
   contracts::GeneralInformationContainer answer;
   answer.add_values()->set_serial(factory);
+  if (factory.rfind("Cut-", 0) == 0) return Answer(200, answer.SerializeAsString() + "\xff");
   stub::CannedAnswer canned = stub::MessageAnswer(answer);
   canned.delay = factory.rfind("Slow-", 0) == 0 ? std::chrono::milliseconds(kForever)
                                                 : std::chrono::milliseconds(factory.size() % 7);
@@ -74,27 +76,35 @@ R GetWithin(AsyncCall<R>& call) {
 }
 
 TEST_F(ClientAsync, ResultsMatchTheirRequestsAndFailuresStayWithTheirCall) {
-  const Client client(Options());
   std::vector<std::string> factories;
   for (int i = 0; i < 60; ++i) {
-    const std::string prefix = i % 10 == 3 ? "Fail-" : i % 10 == 7 ? "Slow-" : "";
+    const std::string prefix = i % 10 == 3 ? "Fail-" : i % 10 == 7 ? "Slow-" : i % 10 == 5 ? "Cut-" : "";
     factories.push_back(prefix + "Plant-" + std::string(i % 13, 'x') + std::to_string(i));
   }
   std::vector<contracts::GeneralInformationQuery> queries;
   for (const std::string& factory : factories) queries.push_back(QueryFor(factory));
 
-  const auto results = client.SendAll(queries);
+  // The answers live on arenas of their own: they outlive the client, and move.
+  std::vector<Result<contracts::GeneralInformationContainer, Outcome>> results;
+  for (auto& result : Client(Options()).SendAll(queries)) results.push_back(std::move(result));
 
   ASSERT_EQ(results.size(), factories.size());
   for (std::size_t i = 0; i < results.size(); ++i) {
     SCOPED_TRACE(factories[i]);
+    const bool cut = factories[i].rfind("Cut-", 0) == 0;
     const Event expected = factories[i].rfind("Fail-", 0) == 0   ? Event::HttpStatusFailed
                            : factories[i].rfind("Slow-", 0) == 0 ? Event::NoAnswer
+                           : cut                                 ? Event::AnswerUnreadable
                                                                  : Event::Succeeded;
     EXPECT_EQ(results[i].GetStatus().GetEvent(), expected) << results[i].GetStatus().Message();
-    if (expected == Event::Succeeded) {
-      ASSERT_EQ(results[i]->values_size(), 1);
-      EXPECT_EQ(results[i]->values(0).serial(), factories[i]);
+    if (expected != Event::Succeeded) {
+      EXPECT_THROW((void)results[i].Value(), BadResultAccess);
+      // What the parser read before the broken field, and nothing else.
+      EXPECT_EQ(results[i].PartialValue().values_size(), cut ? 1 : 0);
+    }
+    if (expected == Event::Succeeded || cut) {
+      ASSERT_EQ(results[i].PartialValue().values_size(), 1);
+      EXPECT_EQ(results[i].PartialValue().values(0).serial(), factories[i]);
     }
   }
 }
