@@ -118,14 +118,16 @@ void RegisterShape(const std::string& shape, CountOf<Query> countOf) {
   const auto add = [&](const std::string& name, Memory memory, std::vector<int64_t> threads) {
     auto* benchmark = benchmark::RegisterBenchmark(("EndToEnd_" + name + "_" + shape).c_str(),
                                                    EndToEnd<Query>, memory, countOf);
-    benchmark->Unit(benchmark::kMillisecond)->UseRealTime()->ArgName("threads");
+    // CPU: of the whole client process, parsing threads included (nginx not).
+    benchmark->Unit(benchmark::kMillisecond)->UseRealTime()->MeasureProcessCPUTime();
+    benchmark->ArgName("threads");
     for (const int64_t count : threads) benchmark->Arg(count);
   };
   add("Default", Memory::Default, {0});
   add("DefaultAsync", Memory::DefaultAsync, {0});
   add("HeapAnswer", Memory::HeapAnswer, {0, 1, 4});
   add("FreshArena", Memory::FreshArena, {1});
-  add("WarmArena", Memory::WarmArena, {1, 2, 4});
+  add("WarmArena", Memory::WarmArena, {0, 1, 2, 4});
   benchmark::RegisterBenchmark(("Download_" + shape).c_str(), DownloadOnly<Query>)
       ->Unit(benchmark::kMillisecond)
       ->UseRealTime();
