@@ -12,6 +12,7 @@
 #include "SamplePlantAnswers.h"
 #include "parse/BlockRecycler.h"
 #include "parse/ParsePool.h"
+#include "parse/WarmArenas.h"
 #include "vrex/AnswerArena.h"
 #include "vrex/Client.h"
 #include "vrex/Contracts.h"
@@ -97,6 +98,29 @@ TEST(AnswerArenaTest, KeepsTheMemoryOfTheLargestAnswerForTheNext) {
     EXPECT_EQ(ReadHeaders(warm, HeadersAnswer(10)), 10);
     EXPECT_EQ(warm.KeptBytes(), kept);
   }
+  EXPECT_EQ(recycler.KeptBytes(), 0U);
+}
+
+// The arenas of a client's answers keep the blocks of the largest answer
+// warm while the client or one of its answers lives.
+TEST(AnswerArenaTest, AClientsArenasKeepTheLargestAnswersMemoryWhileAnyOfThemLives) {
+  const BlockRecycler& recycler = BlockRecycler::Instance();
+  auto arenas = std::make_shared<vrex::internal::WarmArenas>();
+  const std::string body = HeadersAnswer(20000);
+  const auto parsed = [&] {
+    std::shared_ptr<google::protobuf::Arena> arena = arenas->New();
+    auto* answer =
+        google::protobuf::Arena::CreateMessage<contracts::GeneralInformationContainer>(arena.get());
+    EXPECT_TRUE(answer->ParseFromString(body));
+    return arena;
+  };
+  parsed();
+  const std::uint64_t warm = recycler.KeptBytes();
+  EXPECT_GT(warm, std::uint64_t{2} << 20);  // the blocks of 20 000 headers
+  std::shared_ptr<google::protobuf::Arena> kept = parsed();
+  EXPECT_LT(recycler.KeptBytes(), warm / 2);  // the next answer took them
+  arenas.reset();  // the client is gone, an answer lives on
+  kept.reset();
   EXPECT_EQ(recycler.KeptBytes(), 0U);
 }
 

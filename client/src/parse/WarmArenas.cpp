@@ -31,11 +31,6 @@ std::shared_ptr<google::protobuf::Arena> WarmArenas::New() {
       [self = shared_from_this()](google::protobuf::Arena* arena) { self->Release(arena); });
 }
 
-std::uint64_t WarmArenas::ReservedBytes() const {
-  const std::lock_guard<std::mutex> lock(mutex_);
-  return reservedBytes_;
-}
-
 void WarmArenas::Release(google::protobuf::Arena* arena) {
   const std::uint64_t used = arena->SpaceAllocated();
   {

@@ -31,14 +31,11 @@ class WarmArenas : public std::enable_shared_from_this<WarmArenas> {
   /// reservation grows to what it took, and its blocks go to the recycler.
   std::shared_ptr<google::protobuf::Arena> New();
 
-  /// What the client keeps reserved: the largest answer so far.
-  std::uint64_t ReservedBytes() const;
-
  private:
   void Release(google::protobuf::Arena* arena);
 
-  mutable std::mutex mutex_;
-  std::uint64_t reservedBytes_ = 0;
+  std::mutex mutex_;
+  std::uint64_t reservedBytes_ = 0;  // the largest answer so far
 };
 
 }  // namespace vrex::internal
