@@ -33,10 +33,14 @@ void EstablishedPost(benchmark::State& state) {
 }
 BENCHMARK(EstablishedPost)->UseRealTime();
 
-void SessionClient(benchmark::State& state) {
+vrex::Client SessionClientOfTheServer() {
   vrex::ClientOptions options;
   options.baseUrl = bench::SharedServer().BaseUrl();
-  const vrex::Client client(options);
+  return vrex::Client(options);
+}
+
+void SessionClient(benchmark::State& state) {
+  const vrex::Client client = SessionClientOfTheServer();
   const dc::ApiVersionQuery query = SmallQuery();
   for (auto _ : state) {
     const auto result = client.Send(query);
@@ -49,9 +53,7 @@ BENCHMARK(SessionClient)->UseRealTime();
 // The same call with its answer on the heap, as Send made it before answers
 // got an arena of their own: the small-call cost of that arena, side by side.
 void SessionClientHeapAnswer(benchmark::State& state) {
-  vrex::ClientOptions options;
-  options.baseUrl = bench::SharedServer().BaseUrl();
-  const vrex::Client client(options);
+  const vrex::Client client = SessionClientOfTheServer();
   const dc::ApiVersionQuery query = SmallQuery();
   for (auto _ : state) {
     dc::VersionDTO version;
