@@ -68,7 +68,8 @@ void AxesAndTracksBlock(std::ostream& cout, const MeasurementValue& value,
   const Vector& spectrum = value.vector();
   std::vector<double> x = vrex::data::Abscissas(spectrum);
   for (int i = 0; i < spectrum.values_size(); ++i) cout << x[i] << spectrum.values(i).y();
-  vrex::data::Track track = vrex::data::TrackAcrossTests(answer, vrex::data::TrackZ::TestIdentifier);
+  vrex::data::Track track =
+      vrex::data::TrackAcrossTests(answer, vrex::data::TrackZ::TestIdentifier);
   for (const vrex::data::TrackRow& row : track.rows) {
     if (row.test != nullptr) cout << row.test->generalinformation().serial();
   }
@@ -89,7 +90,10 @@ void AxesAndTracksBlock(std::ostream& cout, const MeasurementValue& value,
   }
 
   auto request = vrex::MessageFromJson("MeasurementQuery", R"({"Factory": "F1", "Line": "L1"})");
-  if (!request) { log << request.GetStatus().Message() << '\n'; return; }
+  if (!request) {
+    log << request.GetStatus().Message() << '\n';
+    return;
+  }
   vrex::Outcome outcome = client.Send(*request.Value(), answer);
   log << outcome.Message();
 }

@@ -119,7 +119,8 @@ TEST(AnswerArenaTest, AClientsArenasKeepTheLargestAnswersMemoryWhileAnyOfThemLiv
   EXPECT_GT(warm, std::uint64_t{2} << 20);  // the blocks of 20 000 headers
   std::shared_ptr<google::protobuf::Arena> kept = parsed();
   EXPECT_LT(recycler.KeptBytes(), warm / 2);  // the next answer took them
-  arenas.reset();  // the client is gone, an answer lives on
+  // The client is gone, an answer lives on.
+  arenas.reset();
   kept.reset();
   EXPECT_EQ(recycler.KeptBytes(), 0U);
 }

@@ -217,12 +217,14 @@ Outcome SendIn(Form form, const Client& client, contracts::VersionDTO& answer) {
       google::protobuf::Arena arena;
       const auto result = client.Send(Query(), arena);
       EXPECT_EQ(result.PartialValue().GetArena(), &arena);
-      if (result.GetStatus().Ok() || result.PartialValue().ByteSizeLong() != 0) answer = result.PartialValue();
+      if (result.GetStatus().Ok() || result.PartialValue().ByteSizeLong() != 0)
+        answer = result.PartialValue();
       return result.GetStatus();
     }
     case Form::Async: {
       auto result = client.SendAsync(Query()).Get();
-      if (result.GetStatus().Ok() || result.PartialValue().ByteSizeLong() != 0) answer = result.PartialValue();
+      if (result.GetStatus().Ok() || result.PartialValue().ByteSizeLong() != 0)
+        answer = result.PartialValue();
       return result.GetStatus();
     }
   }

@@ -78,7 +78,10 @@ R GetWithin(AsyncCall<R>& call) {
 TEST_F(ClientAsync, ResultsMatchTheirRequestsAndFailuresStayWithTheirCall) {
   std::vector<std::string> factories;
   for (int i = 0; i < 60; ++i) {
-    const std::string prefix = i % 10 == 3 ? "Fail-" : i % 10 == 7 ? "Slow-" : i % 10 == 5 ? "Cut-" : "";
+    const std::string prefix = i % 10 == 3   ? "Fail-"
+                               : i % 10 == 7 ? "Slow-"
+                               : i % 10 == 5 ? "Cut-"
+                                             : "";
     factories.push_back(prefix + "Plant-" + std::string(i % 13, 'x') + std::to_string(i));
   }
   std::vector<contracts::GeneralInformationQuery> queries;
@@ -105,6 +108,11 @@ TEST_F(ClientAsync, ResultsMatchTheirRequestsAndFailuresStayWithTheirCall) {
     if (expected == Event::Succeeded || cut) {
       ASSERT_EQ(results[i].PartialValue().values_size(), 1);
       EXPECT_EQ(results[i].PartialValue().values(0).serial(), factories[i]);
+    }
+    if (expected == Event::Succeeded) {  // a copy is a message of its own, off the arena
+      const auto copy = results[i];
+      EXPECT_EQ(copy->GetArena(), nullptr);
+      EXPECT_EQ(copy->values(0).serial(), factories[i]);
     }
   }
 }

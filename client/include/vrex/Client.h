@@ -167,8 +167,8 @@ class VREX_EXPORT Client {
   /// Sends a query whose answer is parsed into a message on `arena`, which
   /// must outlive the result.
   template <class Query, std::enable_if_t<kIsQuery<Query>, int> = 0>
-  [[nodiscard]] AsyncCall<Result<AnswerOf<Query>, Outcome>> SendAsync(const Query& query,
-                                                        google::protobuf::Arena& arena) const {
+  [[nodiscard]] AsyncCall<Result<AnswerOf<Query>, Outcome>> SendAsync(
+      const Query& query, google::protobuf::Arena& arena) const {
     static_assert(RequestTraits<Query>::AnswerIsDeclared());
     using Answer = AnswerOf<Query>;
     auto* answer = google::protobuf::Arena::CreateMessage<Answer>(&arena);
@@ -191,7 +191,8 @@ class VREX_EXPORT Client {
 
   /// Sends every query at once and returns their results in the order given.
   template <class Query, std::enable_if_t<kIsQuery<Query>, int> = 0>
-  [[nodiscard]] std::vector<Result<AnswerOf<Query>, Outcome>> SendAll(const std::vector<Query>& queries) const {
+  [[nodiscard]] std::vector<Result<AnswerOf<Query>, Outcome>> SendAll(
+      const std::vector<Query>& queries) const {
     std::vector<AsyncCall<Result<AnswerOf<Query>, Outcome>>> calls;
     calls.reserve(queries.size());
     for (const Query& query : queries) {

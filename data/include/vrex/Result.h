@@ -42,7 +42,8 @@ class Error {
 class VREX_EXPORT BadResultAccess : public std::exception {
  public:
   explicit BadResultAccess(const std::string& failure)
-      : what_(failure.empty() ? "the result holds no value" : "no value, the work failed: " + failure) {}
+      : what_(failure.empty() ? "the result holds no value"
+                              : "no value, the work failed: " + failure) {}
   const char* what() const noexcept override { return what_.c_str(); }
 
  private:
@@ -70,7 +71,8 @@ class [[nodiscard]] Result {
   explicit Result(Status status) : status_(std::move(status)) {}
   /// A value that lives elsewhere, such as on a google::protobuf::Arena, and
   /// must outlive this Result.
-  Result(T* valueElsewhere, Status status) : elsewhere_(valueElsewhere), status_(std::move(status)) {}
+  Result(T* valueElsewhere, Status status)
+      : elsewhere_(valueElsewhere), status_(std::move(status)) {}
   /// A value that lives in storage `keeper` owns (its arena), which this
   /// Result keeps alive.
   Result(T* valueElsewhere, std::shared_ptr<void> keeper, Status status)
