@@ -25,22 +25,30 @@ google::protobuf::ArenaOptions RecycledBlocks(std::size_t firstBlockBytes,
 
 WarmArenas::~WarmArenas() { BlockRecycler::Instance().Unreserve(reservedBytes_); }
 
+// One allocation for the arena and its owners' count. The reservation grows
+// before the arena frees its blocks, so that the recycler keeps them.
+struct WarmArenas::OneAnswer {
+  explicit OneAnswer(std::shared_ptr<WarmArenas> client)
+      : arena(RecycledBlocks(kFirstBlockBytes, kLargestBlockBytes)), client(std::move(client)) {}
+  ~OneAnswer() { client->ReserveUpTo(arena.SpaceAllocated()); }
+  OneAnswer(const OneAnswer&) = delete;
+  OneAnswer& operator=(const OneAnswer&) = delete;
+
+  google::protobuf::Arena arena;
+  std::shared_ptr<WarmArenas> client;
+};
+
 std::shared_ptr<google::protobuf::Arena> WarmArenas::New() {
-  return std::shared_ptr<google::protobuf::Arena>(
-      new google::protobuf::Arena(RecycledBlocks(kFirstBlockBytes, kLargestBlockBytes)),
-      [self = shared_from_this()](google::protobuf::Arena* arena) { self->Release(arena); });
+  auto answer = std::make_shared<OneAnswer>(shared_from_this());
+  return std::shared_ptr<google::protobuf::Arena>(answer, &answer->arena);
 }
 
-void WarmArenas::Release(google::protobuf::Arena* arena) {
-  const std::uint64_t used = arena->SpaceAllocated();
-  {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    if (used > reservedBytes_) {
-      BlockRecycler::Instance().Reserve(used - reservedBytes_);
-      reservedBytes_ = used;
-    }
+void WarmArenas::ReserveUpTo(std::uint64_t bytes) {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  if (bytes > reservedBytes_) {
+    BlockRecycler::Instance().Reserve(bytes - reservedBytes_);
+    reservedBytes_ = bytes;
   }
-  delete arena;  // its blocks go to the recycler, within what is reserved
 }
 
 }  // namespace vrex::internal

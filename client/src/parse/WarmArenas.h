@@ -32,7 +32,8 @@ class WarmArenas : public std::enable_shared_from_this<WarmArenas> {
   std::shared_ptr<google::protobuf::Arena> New();
 
  private:
-  void Release(google::protobuf::Arena* arena);
+  struct OneAnswer;  // an arena and the client it reports to
+  void ReserveUpTo(std::uint64_t bytes);
 
   std::mutex mutex_;
   std::uint64_t reservedBytes_ = 0;  // the largest answer so far
