@@ -79,9 +79,9 @@ std::string HeadersAnswer(int headers) {
   return container.SerializeAsString();
 }
 
-int ReadHeaders(vrex::AnswerArena& warm, const std::string& body) {
+int ReadHeaders(google::protobuf::Arena& arena, const std::string& body) {
   auto* answer =
-      google::protobuf::Arena::CreateMessage<contracts::GeneralInformationContainer>(&warm.Next());
+      google::protobuf::Arena::CreateMessage<contracts::GeneralInformationContainer>(&arena);
   return answer->ParseFromString(body) ? answer->values_size() : -1;
 }
 
@@ -89,38 +89,29 @@ TEST(AnswerArenaTest, KeepsTheMemoryOfTheLargestAnswerForTheNext) {
   const BlockRecycler& recycler = BlockRecycler::Instance();
   {
     vrex::AnswerArena warm;
-    EXPECT_EQ(ReadHeaders(warm, HeadersAnswer(20000)), 20000);
-    EXPECT_EQ(ReadHeaders(warm, HeadersAnswer(10)), 10);
+    EXPECT_EQ(ReadHeaders(warm.Next(), HeadersAnswer(20000)), 20000);
+    EXPECT_EQ(ReadHeaders(warm.Next(), HeadersAnswer(10)), 10);
     const std::uint64_t kept = warm.KeptBytes();
     EXPECT_GT(kept, std::uint64_t{2} << 20);  // the blocks of 20 000 headers
     EXPECT_GT(recycler.KeptBytes(), kept / 2);
 
-    EXPECT_EQ(ReadHeaders(warm, HeadersAnswer(10)), 10);
+    EXPECT_EQ(ReadHeaders(warm.Next(), HeadersAnswer(10)), 10);
     EXPECT_EQ(warm.KeptBytes(), kept);
   }
   EXPECT_EQ(recycler.KeptBytes(), 0U);
 }
 
-// The arenas of a client's answers keep the blocks of the largest answer
-// warm while the client or one of its answers lives.
+// A client's answer arenas keep its largest answer's blocks warm while it or an answer lives.
 TEST(AnswerArenaTest, AClientsArenasKeepTheLargestAnswersMemoryWhileAnyOfThemLives) {
   const BlockRecycler& recycler = BlockRecycler::Instance();
   auto arenas = std::make_shared<vrex::internal::WarmArenas>();
-  const std::string body = HeadersAnswer(20000);
-  const auto parsed = [&] {
-    std::shared_ptr<google::protobuf::Arena> arena = arenas->New();
-    auto* answer =
-        google::protobuf::Arena::CreateMessage<contracts::GeneralInformationContainer>(arena.get());
-    EXPECT_TRUE(answer->ParseFromString(body));
-    return arena;
-  };
-  parsed();
+  EXPECT_EQ(ReadHeaders(*arenas->New(), HeadersAnswer(20000)), 20000);
   const std::uint64_t warm = recycler.KeptBytes();
   EXPECT_GT(warm, std::uint64_t{2} << 20);  // the blocks of 20 000 headers
-  std::shared_ptr<google::protobuf::Arena> kept = parsed();
+  std::shared_ptr<google::protobuf::Arena> kept = arenas->New();
+  EXPECT_EQ(ReadHeaders(*kept, HeadersAnswer(20000)), 20000);
   EXPECT_LT(recycler.KeptBytes(), warm / 2);  // the next answer took them
-  // The client is gone, an answer lives on.
-  arenas.reset();
+  arenas.reset();                             // the client is gone, an answer lives on
   kept.reset();
   EXPECT_EQ(recycler.KeptBytes(), 0U);
 }
