@@ -38,6 +38,7 @@ namespace vrex {
 
 namespace internal {
 class ClientCalls;
+struct AnswerReceiver;
 class AnswerParser;
 }
 
@@ -235,7 +236,7 @@ class VREX_EXPORT Client {
   // response, the attempts made and the time the call started.
   CallCanceller Start(std::string_view requestType, bool repeatable,
                       const google::protobuf::Message& request, std::chrono::milliseconds timeout,
-                      std::uint64_t maxStreamedBytes, StreamHandler onChunk,
+                      std::uint64_t maxStreamedBytes, internal::AnswerReceiver receiver,
                       std::function<void(const HttpResponse&, int, Clock::time_point)> onEnd) const;
   CallCanceller StartExchange(std::string_view requestType, bool repeatable,
                               const google::protobuf::Message& request,

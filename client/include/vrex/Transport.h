@@ -77,6 +77,14 @@ struct AsyncExchange {
   /// When it turns true the exchange ends as TransferFailure::Cancelled, at
   /// once if the transport is woken (WakeUp), else soon.
   std::shared_ptr<const std::atomic<bool>> cancelled;
+  /// When set, receives the response of an exchange that completed (whatever
+  /// its status) before onDone,
+  /// on the transport's thread, and may hand work on it (parsing the answer)
+  /// to another thread: it calls `resume` once that work is done, from any
+  /// thread, and onDone then follows on the transport's thread. The response
+  /// and the exchange stay put until then; a transport that is destroyed or
+  /// ends cancelled exchanges waits for `resume` first.
+  std::function<void(const HttpResponse& response, std::function<void()> resume)> settle;
   /// Receives the response, exactly once.
   std::function<void(HttpResponse)> onDone;
 };
