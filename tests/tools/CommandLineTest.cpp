@@ -292,6 +292,8 @@ const std::vector<Case> kCases = {
      Serve("ApiVersionQuery", 200, "\xff\xff\xff")},
     {"CallUnreachable", "call|http://127.0.0.1:1|ApiVersionQuery|--retries=0", 3, "",
      "cannot reach http://127.0.0.1:1: Connection refused|is the server running?"},
+    {"CallUnknownHost", "call|http://results.invalid|ApiVersionQuery|--retries=0", 3, "",
+     "cannot reach http://results.invalid: |check the host name in the URL"},
     {"DownloadWritesTheFileQuietly", "download|{url}|WavFileQuery|-o|{dir}/1.wav", 0, "", "",
      Serve("WavFileQuery", 200, std::string(100000, 'w')),
      [](const VrexRun& run, const PlantServerTest& test) {

@@ -43,29 +43,13 @@ HttpResponse RunAttempts(const RetryPolicy& policy, bool retryable, Clock::time_
   }
 }
 
+// The transport tells where a transfer broke off; a completed one is told
+// by its status.
 Outcome::Event Classify(const HttpResponse& response) {
-  switch (response.failure) {
-    case TransferFailure::None:
-      return response.status == 200 ? Outcome::Event::Succeeded
-                                    : Outcome::Event::HttpStatusFailed;
-    case TransferFailure::Unreachable:
-      return Outcome::Event::Unreachable;
-    case TransferFailure::NoAnswer:
-      return Outcome::Event::NoAnswer;
-    case TransferFailure::ReceiveTimedOut:
-      return Outcome::Event::ReceiveTimedOut;
-    case TransferFailure::BrokenAnswer:
-      return Outcome::Event::BrokenAnswer;
-    case TransferFailure::AnswerTooLarge:
-      return Outcome::Event::AnswerTooLarge;
-    case TransferFailure::ClientFailed:
-      return Outcome::Event::ClientFailed;
-    case TransferFailure::Cancelled:
-      return Outcome::Event::Cancelled;
-    case TransferFailure::Other:
-      break;
+  if (response.TransportFailed()) {
+    return response.failure;
   }
-  return Outcome::Event::TransportFailed;
+  return response.status == 200 ? Outcome::Event::Succeeded : Outcome::Event::HttpStatusFailed;
 }
 
 // The outcome of a call; `intake`, when the call has an answer, finishes
@@ -81,7 +65,7 @@ Outcome Conclude(std::string_view requestType, const HttpResponse& response,
   }
   const auto elapsed = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start);
   return Outcome(std::string(requestType), event, response.status, std::move(errorText), elapsed,
-                 attempts);
+                 attempts, response.cause, response.systemReason);
 }
 
 Outcome AsFileFailure(const Outcome& outcome, const std::string& reason) {
