@@ -117,7 +117,10 @@ class VREX_EXPORT Client {
   // Time-outs, retries of queries with back-off, TLS, proxy, wire trace and
   // the answer size limit hold as for the synchronous forms. Results may be
   // waited for, and calls started, from any thread. Cancelling a call ends it
-  // at once wherever it is: running, queued or waiting out a back-off.
+  // at once wherever it is: running, queued or waiting out a back-off (an
+  // answer already in and being parsed is parsed to its end first). Answers
+  // stream into the parser as for Send and are parsed on the client's
+  // parsing threads, so a large one holds up no other call.
   //
   // The forms with a callback call `onDone` on the event thread: keep it
   // short, and never wait there for another call of the same client.
