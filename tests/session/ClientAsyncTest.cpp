@@ -198,8 +198,8 @@ class HeldParse : public Transport {
   void EndCancelled() override { curl_->EndCancelled(); }
   void PostAsync(AsyncExchange exchange) override {
     if (exchange.request.body.find("Big-") != std::string::npos) {
-      exchange.settle = [this, settle = std::move(exchange.settle)](
-                            const HttpResponse& response, std::function<void()> resume) {
+      exchange.settle = [this, settle = std::move(exchange.settle)](const HttpResponse& response,
+                                                                    std::function<void()> resume) {
         settle(response, [this, resume = std::move(resume)] {
           parsedOn.set_value(std::this_thread::get_id());
           released.wait_for(2 * kHangBound);
@@ -254,11 +254,29 @@ INSTANTIATE_TEST_SUITE_P(
         LetGo{"InTheCallbackOfARunningCall", 2, 1, 0, {"Plant-A", "Slow-1", "Slow-2"}, 0, {}},
         LetGo{"InTheCallbackOfAQueuedCall", 1, 1, 0, {"Plant-A", "Plant-B", "Slow-1"}, 1, {}},
         LetGo{"InTheCallbackOfACancelledQueuedCall", 1, 1, 0, {"Slow-0", "Slow-1", "Slow-2"}, 1, 1},
-        LetGo{"InTheCallbackOfACallCancelledInItsBackOff", 2, 2, 120,
-              {"Busy-A", "Slow-1", "Slow-2"}, 0, 0, 2},
-        LetGo{"InTheCallbackOfARetriedCall", 3, 3, 0, {"Busy-A", "Slow-1", "Busy-B", "Slow-2"}, 0, {}},
-        LetGo{"OnAnotherThreadDuringRetries", 2, 1000, 0, {"Busy-A", "Busy-B", "Busy-C"},
-              std::nullopt, std::nullopt, 12}),
+        LetGo{"InTheCallbackOfACallCancelledInItsBackOff",
+              2,
+              2,
+              120,
+              {"Busy-A", "Slow-1", "Slow-2"},
+              0,
+              0,
+              2},
+        LetGo{"InTheCallbackOfARetriedCall",
+              3,
+              3,
+              0,
+              {"Busy-A", "Slow-1", "Busy-B", "Slow-2"},
+              0,
+              {}},
+        LetGo{"OnAnotherThreadDuringRetries",
+              2,
+              1000,
+              0,
+              {"Busy-A", "Busy-B", "Busy-C"},
+              std::nullopt,
+              std::nullopt,
+              12}),
     [](const auto& info) { return info.param.name; });
 
 }  // namespace

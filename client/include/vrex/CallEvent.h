@@ -26,8 +26,8 @@ enum class CallEvent {
   ClientFailed,     ///< on this side: the caller's handler threw, or memory ran out
   TransportFailed,  ///< any other failure of the transfer
   // The end of the transfer list.
-  Cancelled,  ///< the call was cancelled: by the caller (CallCanceller, CancelAll, a
-              ///< download's handler returning false) or by the client's destruction
+  Cancelled,         ///< the call was cancelled: by the caller (CallCanceller, CancelAll, a
+                     ///< download's handler returning false) or by the client's destruction
   HttpStatusFailed,  ///< the server answered with a status other than 200
   AnswerUnreadable,  ///< HTTP 200, but the body is not the expected message
   FileFailed,        ///< a download could not be written to its file

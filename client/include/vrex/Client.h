@@ -38,7 +38,6 @@ namespace vrex {
 
 namespace internal {
 class ClientCalls;
-struct AnswerReceiver;
 class AnswerParser;
 }
 
@@ -236,10 +235,14 @@ class VREX_EXPORT Client {
 
   using Clock = std::chrono::steady_clock;
   // Starts the attempts of an asynchronous call; `onEnd` gets the last
-  // response, the attempts made and the time the call started.
+  // response, the attempts made and the time the call started. `onChunk`,
+  // `restart` and `settle` are those of internal::AnswerReceiver (std types
+  // here: nothing internal is exported).
   CallCanceller Start(std::string_view requestType, bool repeatable,
                       const google::protobuf::Message& request, std::chrono::milliseconds timeout,
-                      std::uint64_t maxStreamedBytes, internal::AnswerReceiver receiver,
+                      std::uint64_t maxStreamedBytes, StreamHandler onChunk,
+                      std::function<void()> restart,
+                      std::function<void(const HttpResponse&, std::function<void()>)> settle,
                       std::function<void(const HttpResponse&, int, Clock::time_point)> onEnd) const;
   CallCanceller StartExchange(std::string_view requestType, bool repeatable,
                               const google::protobuf::Message& request,

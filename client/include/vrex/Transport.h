@@ -47,7 +47,8 @@ struct HttpResponse {
   TransferFailure failure = TransferFailure::None;
   std::string transportError;        ///< empty when the exchange completed
   FailureCause cause = FailureCause::Unknown;
-  std::string systemReason;          ///< the system's reason a connection failed, e.g. "Connection refused"
+  /// The system's reason a connection failed, e.g. "Connection refused".
+  std::string systemReason;
   std::uint64_t bytesReceived = 0;   ///< body bytes that arrived
   std::uint64_t bytesAnnounced = 0;  ///< the Content-Length; 0 when none was given
 

@@ -8,8 +8,7 @@
 
 namespace vrex::internal {
 
-AnswerIntake::AnswerIntake(std::shared_ptr<AnswerParser> parser,
-                           google::protobuf::Message& answer)
+AnswerIntake::AnswerIntake(std::shared_ptr<AnswerParser> parser, google::protobuf::Message& answer)
     : parser_(std::move(parser)),
       stream_(*parser_, answer),
       streamed_(parser_->Threads() > 1 && SliceRules(answer).TypeAllowsSlices()) {}

@@ -34,8 +34,8 @@ class AsyncAttempts : public std::enable_shared_from_this<AsyncAttempts> {
   /// Receives the last response and the number of attempts made.
   using Finish = std::function<void(const HttpResponse& response, int attempts)>;
 
-  AsyncAttempts(HttpRequest request, AnswerReceiver receiver, RetrySchedule schedule, bool retryable,
-                std::shared_ptr<Transport> transport, Finish finish);
+  AsyncAttempts(HttpRequest request, AnswerReceiver receiver, RetrySchedule schedule,
+                bool retryable, std::shared_ptr<Transport> transport, Finish finish);
 
   /// Posts the first attempt.
   void Begin();

@@ -8,8 +8,8 @@
 #include <deque>
 #include <iterator>
 #include <map>
-#include <set>
 #include <mutex>
+#include <set>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -179,8 +179,8 @@ class CurlMultiEngine::Loop : public std::enable_shared_from_this<Loop> {
   void Start(AsyncExchange exchange) {
     CURL* handle = IdleHandle();
     if (handle == nullptr) {
-      Complete(exchange, Failed(TransferFailure::ClientFailed,
-                                "libcurl could not create a transfer handle"));
+      Complete(exchange,
+               Failed(TransferFailure::ClientFailed, "libcurl could not create a transfer handle"));
       return;
     }
     auto active = std::make_unique<Active>();
@@ -247,10 +247,10 @@ class CurlMultiEngine::Loop : public std::enable_shared_from_this<Loop> {
 
   // Completes the exchanges resumed so far; with `all`, first waits until
   // every exchange still settling is resumed. An onDone may end others
-  // (the last client let go), which then runs this again inside it.
+  // (the last client let go), which runs this again inside it: each
+  // exchange leaves both lists at once, so none is waited for twice.
   void CompleteSettled(bool all) {
-    std::set<std::uint64_t> ids;
-    {
+    for (;;) {
       std::unique_lock<std::mutex> lock(mutex_);
       if (all) {
         resumedAny_.wait(lock, [this] {
@@ -258,15 +258,18 @@ class CurlMultiEngine::Loop : public std::enable_shared_from_this<Loop> {
                              [this](const auto& entry) { return resumed_.count(entry.first) > 0; });
         });
       }
-      ids.swap(resumed_);
-    }
-    for (const std::uint64_t id : ids) {
+      if (resumed_.empty()) {
+        return;
+      }
+      const std::uint64_t id = *resumed_.begin();
+      resumed_.erase(resumed_.begin());
       const auto found = settling_.find(id);
       if (found == settling_.end()) {
-        continue;
+        continue;  // resumed twice
       }
       Settling settled = std::move(found->second);
       settling_.erase(found);
+      lock.unlock();
       Complete(settled.exchange, std::move(settled.response));
     }
   }
@@ -304,9 +307,8 @@ class CurlMultiEngine::Loop : public std::enable_shared_from_this<Loop> {
 
   static std::vector<AsyncExchange> TakeCancelled(std::deque<AsyncExchange>& queue) {
     std::vector<AsyncExchange> cancelled;
-    const auto kept = std::stable_partition(queue.begin(), queue.end(), [](const auto& exchange) {
-      return !IsCancelled(exchange);
-    });
+    const auto kept = std::stable_partition(
+        queue.begin(), queue.end(), [](const auto& exchange) { return !IsCancelled(exchange); });
     std::move(kept, queue.end(), std::back_inserter(cancelled));
     queue.erase(kept, queue.end());
     return cancelled;
@@ -327,8 +329,8 @@ class CurlMultiEngine::Loop : public std::enable_shared_from_this<Loop> {
       return std::chrono::milliseconds(0);
     }
     if (!delayed_.empty()) {
-      const auto untilDue = std::chrono::ceil<std::chrono::milliseconds>(
-          delayed_.begin()->first - Clock::now());
+      const auto untilDue =
+          std::chrono::ceil<std::chrono::milliseconds>(delayed_.begin()->first - Clock::now());
       wait = std::clamp(untilDue, std::chrono::milliseconds(0), wait);
     }
     return wait;

@@ -295,7 +295,7 @@ void CurlTransfer::Classify(CURLcode result, HttpResponse& response) const {
     }
   } else if (!connected && !answered) {
     response.failure = TransferFailure::Unreachable;
-    response.cause = result == CURLE_OPERATION_TIMEDOUT      ? FailureCause::ConnectTimedOut
+    response.cause = result == CURLE_OPERATION_TIMEDOUT     ? FailureCause::ConnectTimedOut
                      : result == CURLE_UNSUPPORTED_PROTOCOL ? FailureCause::UnsupportedScheme
                                                             : FailureCause::Unknown;
   } else if (IsBrokenHttp(result) || (answered && result == CURLE_RECV_ERROR) ||

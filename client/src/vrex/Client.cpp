@@ -193,16 +193,18 @@ Outcome Client::DownloadToFile(std::string_view requestType,
 
 CallCanceller Client::Start(
     std::string_view requestType, bool repeatable, const google::protobuf::Message& request,
-    std::chrono::milliseconds timeout, std::uint64_t maxStreamedBytes,
-    internal::AnswerReceiver receiver,
+    std::chrono::milliseconds timeout, std::uint64_t maxStreamedBytes, StreamHandler onChunk,
+    std::function<void()> restart,
+    std::function<void(const HttpResponse&, std::function<void()>)> settle,
     std::function<void(const HttpResponse&, int, Clock::time_point)> onEnd) const {
   HttpRequest http = BuildRequest(requestType, request, timeout);
   http.maxStreamedBytes = maxStreamedBytes;
   const Clock::time_point start = Clock::now();
   const std::shared_ptr<internal::CallRegistry>& registry = calls_->Registry();
   auto attempts = std::make_shared<internal::AsyncAttempts>(
-      std::move(http), std::move(receiver), internal::RetrySchedule(retry_, start), repeatable,
-      transport_,
+      std::move(http),
+      internal::AnswerReceiver{std::move(onChunk), std::move(restart), std::move(settle)},
+      internal::RetrySchedule(retry_, start), repeatable, transport_,
       [onEnd = std::move(onEnd), start, registry](const HttpResponse& response, int made) {
         const internal::CallRegistry::Ending ending(*registry);
         onEnd(response, made, start);
@@ -230,7 +232,7 @@ CallCanceller Client::StartExchange(std::string_view requestType, bool repeatabl
     };
   }
   return Start(requestType, repeatable, request, totalTimeout_, maxAnswerBytes_,
-               std::move(receiver),
+               std::move(receiver.onChunk), std::move(receiver.restart), std::move(receiver.settle),
                [type = std::string(requestType), answer, intake, onOutcome = std::move(onOutcome)](
                    const HttpResponse& response, int attempts, Clock::time_point start) {
                  onOutcome(Conclude(type, response, answer, intake.get(), start, attempts));
@@ -244,7 +246,7 @@ CallCanceller Client::StartDownload(std::string_view requestType,
   const auto timeout = options.timeout.value_or(totalTimeout_);
   const auto maxBytes = options.maxBytes.value_or(0);
   return Start(requestType, IsRepeatable(requestType), request, timeout, maxBytes,
-               {ProgressingHandler(std::move(onChunk), std::move(options)), nullptr, nullptr},
+               ProgressingHandler(std::move(onChunk), std::move(options)), nullptr, nullptr,
                [type = std::string(requestType), onOutcome = std::move(onOutcome)](
                    const HttpResponse& response, int attempts, Clock::time_point start) {
                  onOutcome(Conclude(type, response, nullptr, nullptr, start, attempts));
