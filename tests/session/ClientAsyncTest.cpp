@@ -5,6 +5,7 @@
 #include <array>
 #include <atomic>
 #include <chrono>
+#include <functional>
 #include <future>
 #include <memory>
 #include <optional>
@@ -16,6 +17,7 @@
 #include "GeneralInformationQuery.pb.h"
 #include "TestSupport.h"
 #include "vrex/Client.h"
+#include "vrex/CurlTransport.h"
 #include "vrex/stub/StubServer.h"
 
 namespace vrex::testing {
@@ -28,12 +30,13 @@ using Event = Outcome::Event;
 constexpr std::chrono::seconds kHangBound{30};
 // Longer than any test runs; the server's Stop cuts it short.
 constexpr std::chrono::minutes kForever{10};
+constexpr int kBigAnswer = 20000;  // about 400 kB
 
 // How the stub answers a GeneralInformationQuery, by the factory it names:
 // "Fail-..." with 500, "Busy-..." with 503 (retried), "Slow-..." after
 // kForever, "Cut-..." with the answer below and a broken field after it,
-// anything else with one test whose serial is the factory, after a few
-// milliseconds that vary.
+// "Big-..." with kBigAnswer tests, anything else with one test whose serial
+// is the factory, after a few milliseconds that vary.
 stub::CannedAnswer EchoFactory(const stub::JournalEntry& request) {
   contracts::GeneralInformationQuery query;
   query.ParseFromString(request.body);
@@ -41,7 +44,8 @@ stub::CannedAnswer EchoFactory(const stub::JournalEntry& request) {
   if (factory.rfind("Fail-", 0) == 0) return Answer(500);
   if (factory.rfind("Busy-", 0) == 0) return Answer(503);
   contracts::GeneralInformationContainer answer;
-  answer.add_values()->set_serial(factory);
+  const int tests = factory.rfind("Big-", 0) == 0 ? kBigAnswer : 1;
+  for (int i = 0; i < tests; ++i) answer.add_values()->set_serial(factory);
   if (factory.rfind("Cut-", 0) == 0) return Answer(200, answer.SerializeAsString() + "\xff");
   stub::CannedAnswer canned = stub::MessageAnswer(answer);
   canned.delay = factory.rfind("Slow-", 0) == 0 ? std::chrono::milliseconds(kForever)
@@ -187,6 +191,69 @@ TEST_P(ClientLetGo, EveryCallbackRunsOnceBeforeTheDestructorReturns) {
     ASSERT_EQ(whenReleased.wait_for(kHangBound), std::future_status::ready) << roundNumber;
     for (std::size_t i = 0; i < row.factories.size(); ++i) EXPECT_EQ(round->callbacks[i], 1) << i;
     EXPECT_EQ(round->faults, 0) << roundNumber;
+  }
+}
+
+// The libcurl transport, but the parse of a "Big-" answer, once done, waits
+// for Release before its call may end; it notes the thread it ran on.
+class HeldParse : public Transport {
+ public:
+  explicit HeldParse(const ClientOptions& options) : curl_(MakeCurlTransport(options)) {}
+  HttpResponse Post(const HttpRequest& request) override { return curl_->Post(request); }
+  HttpResponse PostStreaming(const HttpRequest& request, const StreamHandler& onChunk) override {
+    return curl_->PostStreaming(request, onChunk);
+  }
+  void WakeUp() override { curl_->WakeUp(); }
+  void EndCancelled() override { curl_->EndCancelled(); }
+  void PostAsync(AsyncExchange exchange) override {
+    if (exchange.request.body.find("Big-") != std::string::npos) {
+      exchange.settle = [this, settle = std::move(exchange.settle)](const HttpResponse& response,
+                                                                    std::function<void()> resume) {
+        settle(response, [this, resume = std::move(resume)] {
+          parsedOn.set_value(std::this_thread::get_id());
+          released.wait_for(2 * kHangBound);
+          resume();
+        });
+      };
+    }
+    curl_->PostAsync(std::move(exchange));
+  }
+  void Release() { release.set_value(); }
+
+  std::promise<std::thread::id> parsedOn;
+
+ private:
+  std::shared_ptr<Transport> curl_;
+  std::promise<void> release;
+  std::shared_future<void> released = release.get_future().share();
+};
+
+// Whether parsed in slices or in one piece, a large answer is parsed on the
+// parsing threads: another call ends while that parse is held.
+TEST_F(ClientAsync, ALargeAnswerIsParsedOffTheEventThread) {
+  for (const std::size_t parallelFrom : {std::size_t{64} << 10, std::size_t{64} << 20}) {
+    SCOPED_TRACE(parallelFrom);
+    ClientOptions options = Options();
+    options.parsing.threads = 3;
+    options.parsing.parallelFrom = parallelFrom;
+    auto transport = std::make_shared<HeldParse>(options);
+    const Client client(options, transport);
+    auto big = client.SendAsync(QueryFor("Big-1"));
+    auto parsedOn = transport->parsedOn.get_future();
+    ASSERT_EQ(parsedOn.wait_for(kHangBound), std::future_status::ready);
+    std::promise<std::thread::id> smallEnded;
+    client.SendAsync(QueryFor("Plant-Small"), [&](auto result) {
+      EXPECT_TRUE(result.Ok()) << result.GetStatus().Message();
+      smallEnded.set_value(std::this_thread::get_id());
+    });
+    auto eventThread = smallEnded.get_future();
+    const bool smallWentOn = eventThread.wait_for(kHangBound) == std::future_status::ready;
+    transport->Release();
+    ASSERT_TRUE(smallWentOn) << "the event thread waited for the large answer's parse";
+    EXPECT_NE(parsedOn.get(), eventThread.get());
+    const auto result = GetWithin(big);
+    ASSERT_TRUE(result.Ok()) << result.GetStatus().Message();
+    EXPECT_EQ(result->values_size(), kBigAnswer);
   }
 }
 

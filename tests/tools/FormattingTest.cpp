@@ -1,5 +1,4 @@
-// The pure parts of vrex: exit codes, failure messages, units, tables, CSV,
-// numbers and progress.
+// The pure parts of vrex: units, tables, CSV, numbers and progress.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -7,7 +6,6 @@
 #include <cmath>
 
 #include "Csv.h"
-#include "FailureReport.h"
 #include "ProgressBar.h"
 #include "TextTable.h"
 #include "Unit.pb.h"
@@ -19,42 +17,6 @@ namespace vrex::cli {
 namespace {
 
 namespace dc = ::Korvan::KQ::DataContracts;
-using ::testing::HasSubstr;
-using Event = Outcome::Event;
-
-Outcome MakeOutcome(Event event, int status, std::string errorText = {}) {
-  return Outcome("ApiVersionQuery", event, status, std::move(errorText));
-}
-
-TEST(ExitCodes, FollowTheOutcome) {
-  const std::vector<std::tuple<Event, int, ExitCode>> cases = {
-      {Event::Succeeded, 200, ExitCode::Ok},
-      {Event::TransportFailed, 0, ExitCode::Transport},
-      {Event::HttpStatusFailed, 400, ExitCode::Rejected},
-      {Event::HttpStatusFailed, 499, ExitCode::Rejected},
-      {Event::HttpStatusFailed, 500, ExitCode::ServerFailed},
-      {Event::HttpStatusFailed, 204, ExitCode::ServerFailed},
-      {Event::AnswerUnreadable, 200, ExitCode::BadAnswer},
-      {Event::FileFailed, 200, ExitCode::FileFailed},
-  };
-  for (const auto& [event, status, code] : cases) {
-    EXPECT_EQ(ExitCodeFor(MakeOutcome(event, status)), code) << ToString(event) << " " << status;
-  }
-}
-
-TEST(FailureMessages, NameTheCauseAndANextStep) {
-  const std::vector<std::pair<Outcome, std::string>> cases = {
-      {MakeOutcome(Event::HttpStatusFailed, 401),
-       "server rejected the request: HTTP 401 Unauthorized \u2014 check the gateway token "
-       "(--token or VREX_TOKEN)"},
-      {MakeOutcome(Event::TransportFailed, 0, "Operation timed out after 500 ms"),
-       "raise --timeout"},
-      {MakeOutcome(Event::TransportFailed, 0, "SSL certificate problem: self-signed"), "--cacert"},
-      {MakeOutcome(Event::HttpStatusFailed, 301), "redirects"}};
-  for (const auto& [outcome, text] : cases) {
-    EXPECT_THAT(DescribeFailure(outcome, "http://host:8080"), HasSubstr(text));
-  }
-}
 
 TEST(Units, AreWrittenWithPrefixPowerAndScale) {
   const std::vector<std::pair<std::string, std::string>> cases = {

@@ -127,7 +127,10 @@ class VREX_EXPORT Client {
   // Time-outs, retries of queries with back-off, TLS, proxy, wire trace and
   // the answer size limit hold as for the synchronous forms. Results may be
   // waited for, and calls started, from any thread. Cancelling a call ends it
-  // at once wherever it is: running, queued or waiting out a back-off.
+  // at once wherever it is: running, queued or waiting out a back-off (an
+  // answer already in and being parsed is parsed to its end first). Answers
+  // stream into the parser as for Send and are parsed on the client's
+  // parsing threads, so a large one holds up no other call.
   //
   // The forms with a callback call `onDone` on the event thread: keep it
   // short, and never wait there for another call of the same client.
@@ -245,10 +248,14 @@ class VREX_EXPORT Client {
 
   using Clock = std::chrono::steady_clock;
   // Starts the attempts of an asynchronous call; `onEnd` gets the last
-  // response, the attempts made and the time the call started.
+  // response, the attempts made and the time the call started. `onChunk`,
+  // `restart` and `settle` are those of internal::AnswerReceiver (std types
+  // here: nothing internal is exported).
   CallCanceller Start(std::string_view requestType, bool repeatable,
                       const google::protobuf::Message& request, std::chrono::milliseconds timeout,
                       std::uint64_t maxStreamedBytes, StreamHandler onChunk,
+                      std::function<void()> restart,
+                      std::function<void(const HttpResponse&, std::function<void()>)> settle,
                       std::function<void(const HttpResponse&, int, Clock::time_point)> onEnd) const;
   CallCanceller StartExchange(std::string_view requestType, bool repeatable,
                               const google::protobuf::Message& request,

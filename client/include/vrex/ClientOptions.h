@@ -50,7 +50,9 @@ struct ParseOptions {
   /// Threads that parse one answer, the calling thread included; 0: as many
   /// as the machine has cores, 1: always in one piece. The client starts
   /// the others when it first parses in slices and keeps them until its last
-  /// copy is destroyed.
+  /// copy is destroyed. Asynchronous calls parse their answers on these
+  /// threads (on one of its own when `threads` is 1), never on the event
+  /// thread.
   unsigned threads = 0;
 };
 

@@ -7,37 +7,23 @@
 #include <string_view>
 
 #include "MessageContainer.pb.h"
+#include "vrex/CallEvent.h"
 #include "vrex/Export.h"
 
 namespace vrex {
 
 class VREX_EXPORT Outcome {
  public:
-  /// What happened. The events from Unreachable to TransportFailed are the
-  /// ways an exchange can fail before a complete HTTP answer is in; they say
-  /// where it broke off (see IsTransferFailure).
-  enum class Event {
-    Succeeded,         ///< HTTP 200 and, for a query, an answer that parsed
-    Unreachable,       ///< no connection: name resolution, refused, connect time-out, TLS, proxy
-    NoAnswer,          ///< connected and sent, but no answer came (in time, or at all)
-    ReceiveTimedOut,   ///< the answer began but did not finish in time
-    BrokenAnswer,      ///< the server answered, but not in readable HTTP: cut short,
-                       ///< malformed, header lines without end
-    AnswerTooLarge,    ///< the answer passed ClientOptions::maxAnswerBytes or
-                       ///< DownloadOptions::maxBytes
-    ClientFailed,      ///< on this side: the caller's handler threw, or memory ran out
-    TransportFailed,   ///< any other failure of the transfer
-    Cancelled,         ///< the caller's callback stopped a download
-    HttpStatusFailed,  ///< the server answered with a status other than 200
-    AnswerUnreadable,  ///< HTTP 200, but the body is not the expected message
-    FileFailed,        ///< a download could not be written to its file
-  };
+  /// What happened; one list with the transport's (see CallEvent).
+  using Event = CallEvent;
 
   /// `errorText` says what went wrong: libcurl's text or the client's own
   /// account after a transfer failure, or the local reason (unreadable
-  /// answer, file error); empty otherwise.
+  /// answer, file error); empty otherwise. `cause` and `systemReason` say
+  /// why a transfer failed, as the transfer told.
   Outcome(std::string requestType, Event event, int httpStatus, std::string errorText,
-          std::chrono::microseconds elapsed = {}, int attempts = 1);
+          std::chrono::microseconds elapsed = {}, int attempts = 1,
+          FailureCause cause = FailureCause::Unknown, std::string systemReason = {});
 
   /// True when the call succeeded (category CodeCategory_None).
   bool Ok() const { return event_ == Event::Succeeded; }
@@ -45,9 +31,12 @@ class VREX_EXPORT Outcome {
 
   Event GetEvent() const { return event_; }
   /// True when no complete HTTP answer came in (Unreachable to TransportFailed).
-  bool IsTransferFailure() const {
-    return event_ >= Event::Unreachable && event_ <= Event::TransportFailed;
-  }
+  bool IsTransferFailure() const { return vrex::IsTransferFailure(event_); }
+  /// Why a transfer failed, where the transfer could tell; Unknown otherwise.
+  FailureCause Cause() const { return cause_; }
+  /// The operating system's reason for a failed connection, e.g.
+  /// "Connection refused"; empty when it gave none.
+  const std::string& SystemReason() const { return systemReason_; }
 
   /// The same values VrexClient::Post reports for the same event: all zero on
   /// success; Backend/NoDetailCode/Error for a transfer failure, a cancelled
@@ -79,9 +68,9 @@ class VREX_EXPORT Outcome {
   std::string errorText_;
   std::chrono::microseconds elapsed_{};
   int attempts_ = 0;
+  FailureCause cause_ = FailureCause::Unknown;
+  std::string systemReason_;
   ::Korvan::KQ::DataContracts::MessageContainer status_;
 };
-
-VREX_EXPORT std::string_view ToString(Outcome::Event event);
 
 }  // namespace vrex

@@ -12,6 +12,7 @@
 #include <string>
 #include <string_view>
 
+#include "vrex/CallEvent.h"
 #include "vrex/Export.h"
 
 namespace vrex {
@@ -33,28 +34,21 @@ struct HttpRequest {
   std::uint64_t maxStreamedBytes = 0;
 };
 
-/// Where an exchange that produced no complete HTTP answer broke off.
-enum class TransferFailure {
-  None,             ///< the exchange completed (whatever the status)
-  Unreachable,      ///< no connection: name resolution, refused, connect time-out, TLS, proxy
-  NoAnswer,         ///< connected and sent, but no answer came (in time, or at all)
-  ReceiveTimedOut,  ///< the answer began but did not finish in time
-  BrokenAnswer,     ///< the server answered, but not in readable HTTP: cut short, malformed,
-                    ///< header lines too long
-  AnswerTooLarge,   ///< larger than maxAnswerBytes or maxStreamedBytes
-  ClientFailed,     ///< on this side: a stream handler threw, or memory ran out
-  Cancelled,        ///< a stream handler returned false
-  Other,            ///< any other failure of the transfer
-};
+/// Where an exchange broke off: None when it completed, one of the
+/// transfer failures of CallEvent, or Cancelled.
+using TransferFailure = CallEvent;
 
 /// What came back. A transport failure (no complete HTTP exchange) is told
-/// by `failure`, whatever `status` says; `transportError` then says why in
-/// words.
+/// by `failure`, whatever `status` says; `cause` and `systemReason` then say
+/// why as far as the transport could tell, `transportError` in its words.
 struct HttpResponse {
   int status = 0;    ///< HTTP status; 0 when none was received
   std::string body;  ///< the whole body, unless it was streamed
   TransferFailure failure = TransferFailure::None;
   std::string transportError;        ///< empty when the exchange completed
+  FailureCause cause = FailureCause::Unknown;
+  /// The system's reason a connection failed, e.g. "Connection refused".
+  std::string systemReason;
   std::uint64_t bytesReceived = 0;   ///< body bytes that arrived
   std::uint64_t bytesAnnounced = 0;  ///< the Content-Length; 0 when none was given
 
@@ -77,6 +71,14 @@ struct AsyncExchange {
   /// When it turns true the exchange ends as TransferFailure::Cancelled, at
   /// once if the transport is woken (WakeUp), else soon.
   std::shared_ptr<const std::atomic<bool>> cancelled;
+  /// When set, receives the response of an exchange that completed (whatever
+  /// its status) before onDone,
+  /// on the transport's thread, and may hand work on it (parsing the answer)
+  /// to another thread: it calls `resume` once that work is done, from any
+  /// thread, and onDone then follows on the transport's thread. The response
+  /// and the exchange stay put until then; a transport that is destroyed or
+  /// ends cancelled exchanges waits for `resume` first.
+  std::function<void(const HttpResponse& response, std::function<void()> resume)> settle;
   /// Receives the response, exactly once.
   std::function<void(HttpResponse)> onDone;
 };

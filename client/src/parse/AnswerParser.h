@@ -25,7 +25,8 @@ class AnswerParser {
   /// How many bytes of an answer that is `answerBytes` long go into one
   /// slice, or none (0) when such an answer is parsed in one piece.
   std::size_t SliceBytes(std::size_t answerBytes) const;
-  /// The pool; its threads start on first use.
+  /// The pool; its threads start on first use. It has one thread even when
+  /// answers are parsed in one piece: asynchronous calls parse there.
   ParsePool& Pool();
 
  private:

@@ -41,14 +41,6 @@ AnswerStream::AnswerStream(AnswerParser& parser, google::protobuf::Message& answ
 
 AnswerStream::~AnswerStream() = default;
 
-HttpResponse AnswerStream::Receive(Transport& transport, const HttpRequest& request) {
-  Reset();
-  return transport.PostStreaming(request, [this](std::string_view chunk, std::uint64_t expected) {
-    Feed(chunk, expected);
-    return true;
-  });
-}
-
 void AnswerStream::Reset() {
   run_.reset();  // first: its threads may still read the bytes
   unannounced_ = BodyBuffer(0);

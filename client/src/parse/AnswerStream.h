@@ -20,7 +20,6 @@
 #include <string_view>
 
 #include "parse/BodyBuffer.h"
-#include "vrex/Transport.h"
 
 namespace google::protobuf {
 class Message;
@@ -40,10 +39,6 @@ class AnswerStream {
   ~AnswerStream();
   AnswerStream(const AnswerStream&) = delete;
   AnswerStream& operator=(const AnswerStream&) = delete;
-
-  /// One attempt of a call: forgets what an earlier attempt fed, then sends
-  /// `request` and feeds the body of a 200 answer as it arrives.
-  HttpResponse Receive(Transport& transport, const HttpRequest& request);
 
   /// Forgets every byte fed so far, so that a new attempt starts afresh.
   void Reset();

@@ -26,15 +26,16 @@ ParsePool::~ParsePool() {
   }
 }
 
-void ParsePool::Post(std::function<void()> task) {
+bool ParsePool::Post(std::function<void()> task) {
   if (threads_.empty()) {
-    return;
+    return false;
   }
   {
     const std::lock_guard<std::mutex> lock(mutex_);
     tasks_.push_back(std::move(task));
   }
   wake_.notify_one();
+  return true;
 }
 
 void ParsePool::Work() {

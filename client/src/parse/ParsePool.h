@@ -23,7 +23,8 @@ class ParsePool {
   ParsePool(const ParsePool&) = delete;
   ParsePool& operator=(const ParsePool&) = delete;
 
-  void Post(std::function<void()> task);
+  /// False, the task dropped, when the pool has no thread.
+  bool Post(std::function<void()> task);
 
  private:
   void Work();

@@ -4,10 +4,10 @@
 
 namespace vrex::internal {
 
-AsyncAttempts::AsyncAttempts(HttpRequest request, StreamHandler onChunk, RetrySchedule schedule,
+AsyncAttempts::AsyncAttempts(HttpRequest request, AnswerReceiver receiver, RetrySchedule schedule,
                              bool retryable, std::shared_ptr<Transport> transport, Finish finish)
     : request_(std::move(request)),
-      onChunk_(std::move(onChunk)),
+      receiver_(std::move(receiver)),
       schedule_(std::move(schedule)),
       retryable_(retryable),
       transport_(transport),
@@ -29,12 +29,16 @@ void AsyncAttempts::Post(std::chrono::milliseconds delay) {
   exchange.request = request_;
   exchange.delay = delay;
   exchange.cancelled = cancelled_;
-  if (onChunk_) {
+  if (attempts_ > 0 && receiver_.restart) {
+    receiver_.restart();
+  }
+  if (receiver_.onChunk) {
     exchange.onChunk = [self = shared_from_this()](std::string_view chunk, std::uint64_t expected) {
       self->delivered_ += chunk.size();
-      return self->onChunk_(chunk, expected);
+      return self->receiver_.onChunk(chunk, expected);
     };
   }
+  exchange.settle = receiver_.settle;
   exchange.onDone = [self = shared_from_this()](HttpResponse response) {
     self->OnResponse(response);
   };
@@ -51,7 +55,7 @@ void AsyncAttempts::Post(std::chrono::milliseconds delay) {
 void AsyncAttempts::OnResponse(const HttpResponse& response) {
   ++attempts_;
   const auto delay = schedule_.NextDelay(response, attempts_, retryable_ && !*cancelled_,
-                                         delivered_ == 0);
+                                         delivered_ == 0 || receiver_.restart);
   if (delay) {
     Post(*delay);
   } else {

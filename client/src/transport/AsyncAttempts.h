@@ -16,14 +16,25 @@
 
 namespace vrex::internal {
 
+/// Where the body of an asynchronous call's 200 answer goes.
+struct AnswerReceiver {
+  /// Receives the body; empty: the body is kept in the response. Once it
+  /// received bytes the call is not repeated, so nothing reaches it twice,
+  /// unless `restart` is set.
+  StreamHandler onChunk;
+  /// Called before every attempt but the first: what onChunk received
+  /// is forgotten, so the call may be repeated whatever arrived.
+  std::function<void()> restart;
+  /// As AsyncExchange::settle, for every attempt.
+  std::function<void(const HttpResponse&, std::function<void()>)> settle;
+};
+
 class AsyncAttempts : public std::enable_shared_from_this<AsyncAttempts> {
  public:
   /// Receives the last response and the number of attempts made.
   using Finish = std::function<void(const HttpResponse& response, int attempts)>;
 
-  /// `onChunk` (may be empty) receives a 200 body; once it received bytes
-  /// the call is not repeated, so nothing reaches it twice.
-  AsyncAttempts(HttpRequest request, StreamHandler onChunk, RetrySchedule schedule,
+  AsyncAttempts(HttpRequest request, AnswerReceiver receiver, RetrySchedule schedule,
                 bool retryable, std::shared_ptr<Transport> transport, Finish finish);
 
   /// Posts the first attempt.
@@ -35,7 +46,7 @@ class AsyncAttempts : public std::enable_shared_from_this<AsyncAttempts> {
   void OnResponse(const HttpResponse& response);
 
   HttpRequest request_;
-  StreamHandler onChunk_;
+  AnswerReceiver receiver_;
   std::uint64_t delivered_ = 0;  // bytes handed to onChunk_
   RetrySchedule schedule_;
   bool retryable_;

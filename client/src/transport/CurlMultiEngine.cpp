@@ -3,10 +3,13 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <condition_variable>
+#include <cstdint>
 #include <deque>
 #include <iterator>
 #include <map>
 #include <mutex>
+#include <set>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -43,7 +46,7 @@ void Complete(AsyncExchange& exchange, HttpResponse response) {
 
 }  // namespace
 
-class CurlMultiEngine::Loop {
+class CurlMultiEngine::Loop : public std::enable_shared_from_this<Loop> {
  public:
   explicit Loop(Setup setup) : setup_(std::move(setup)), multi_(curl_multi_init()) {
     const long limit = static_cast<long>(std::max<std::size_t>(setup_.maxActive, 1));
@@ -98,14 +101,19 @@ class CurlMultiEngine::Loop {
     TakeSubmitted();
     queuesCancelled_.store(true, std::memory_order_relaxed);
     EndCancelledOnes();
+    CompleteSettled(true);
   }
 
   // On the loop's thread only, once stopping: ends every exchange left.
-  void EndAll() { EndAllWith("the client was destroyed while the call was under way"); }
+  void EndAll() {
+    CompleteSettled(true);
+    EndAllWith("the client was destroyed while the call was under way");
+  }
 
   void Run() {
     while (!Stopping()) {
       TakeSubmitted();
+      CompleteSettled(false);
       EndCancelledOnes();
       StartWaiting();
       int running = 0;
@@ -120,6 +128,12 @@ class CurlMultiEngine::Loop {
   struct Active {
     AsyncExchange exchange;
     std::unique_ptr<CurlTransfer> transfer;  // refers to exchange.request and onChunk
+  };
+
+  // A completed exchange whose settle has not resumed it yet.
+  struct Settling {
+    AsyncExchange exchange;
+    HttpResponse response;
   };
 
   bool Stopping() {
@@ -165,8 +179,8 @@ class CurlMultiEngine::Loop {
   void Start(AsyncExchange exchange) {
     CURL* handle = IdleHandle();
     if (handle == nullptr) {
-      Complete(exchange, Failed(TransferFailure::ClientFailed,
-                                "libcurl could not create a transfer handle"));
+      Complete(exchange,
+               Failed(TransferFailure::ClientFailed, "libcurl could not create a transfer handle"));
       return;
     }
     auto active = std::make_unique<Active>();
@@ -199,7 +213,65 @@ class CurlMultiEngine::Loop {
     HttpResponse ended = response != nullptr ? *response : active->transfer->Finish(result);
     active->transfer.reset();
     Release(handle);
-    Complete(active->exchange, std::move(ended));
+    if (response == nullptr && active->exchange.settle && !ended.TransportFailed()) {
+      Settle(std::move(active->exchange), std::move(ended));
+    } else {
+      Complete(active->exchange, std::move(ended));
+    }
+  }
+
+  // The exchange waits out of the loop's way, cancellation included, until
+  // its settle resumes it: its work (parsing) ends by itself and needs no
+  // more of this thread.
+  void Settle(AsyncExchange exchange, HttpResponse response) {
+    const std::uint64_t id = nextSettling_++;
+    Settling& settling =
+        settling_.emplace(id, Settling{std::move(exchange), std::move(response)}).first->second;
+    try {
+      settling.exchange.settle(settling.response,
+                               [loop = shared_from_this(), id] { loop->Resume(id); });
+    } catch (...) {
+      Resume(id);  // taken as done; a second Resume of the same id changes nothing
+    }
+  }
+
+  // Any thread.
+  void Resume(std::uint64_t id) {
+    {
+      const std::lock_guard<std::mutex> lock(mutex_);
+      resumed_.insert(id);
+    }
+    resumedAny_.notify_all();
+    WakeUp(false);
+  }
+
+  // Completes the exchanges resumed so far; with `all`, first waits until
+  // every exchange still settling is resumed. An onDone may end others
+  // (the last client let go), which runs this again inside it: each
+  // exchange leaves both lists at once, so none is waited for twice.
+  void CompleteSettled(bool all) {
+    for (;;) {
+      std::unique_lock<std::mutex> lock(mutex_);
+      if (all) {
+        resumedAny_.wait(lock, [this] {
+          return std::all_of(settling_.begin(), settling_.end(),
+                             [this](const auto& entry) { return resumed_.count(entry.first) > 0; });
+        });
+      }
+      if (resumed_.empty()) {
+        return;
+      }
+      const std::uint64_t id = *resumed_.begin();
+      resumed_.erase(resumed_.begin());
+      const auto found = settling_.find(id);
+      if (found == settling_.end()) {
+        continue;  // resumed twice
+      }
+      Settling settled = std::move(found->second);
+      settling_.erase(found);
+      lock.unlock();
+      Complete(settled.exchange, std::move(settled.response));
+    }
   }
 
   // The running transfers are looked at on every turn (there are few); the
@@ -235,9 +307,8 @@ class CurlMultiEngine::Loop {
 
   static std::vector<AsyncExchange> TakeCancelled(std::deque<AsyncExchange>& queue) {
     std::vector<AsyncExchange> cancelled;
-    const auto kept = std::stable_partition(queue.begin(), queue.end(), [](const auto& exchange) {
-      return !IsCancelled(exchange);
-    });
+    const auto kept = std::stable_partition(
+        queue.begin(), queue.end(), [](const auto& exchange) { return !IsCancelled(exchange); });
     std::move(kept, queue.end(), std::back_inserter(cancelled));
     queue.erase(kept, queue.end());
     return cancelled;
@@ -258,8 +329,8 @@ class CurlMultiEngine::Loop {
       return std::chrono::milliseconds(0);
     }
     if (!delayed_.empty()) {
-      const auto untilDue = std::chrono::ceil<std::chrono::milliseconds>(
-          delayed_.begin()->first - Clock::now());
+      const auto untilDue =
+          std::chrono::ceil<std::chrono::milliseconds>(delayed_.begin()->first - Clock::now());
       wait = std::clamp(untilDue, std::chrono::milliseconds(0), wait);
     }
     return wait;
@@ -310,11 +381,15 @@ class CurlMultiEngine::Loop {
   std::deque<AsyncExchange> submitted_;  // guarded by mutex_
   bool stopping_ = false;                // guarded by mutex_
   std::atomic<bool> queuesCancelled_ = false;
+  std::set<std::uint64_t> resumed_;  // guarded by mutex_; ids of settling_
+  std::condition_variable resumedAny_;
 
   // The loop thread's own.
   std::multimap<Clock::time_point, AsyncExchange> delayed_;
   std::deque<AsyncExchange> waiting_;
   std::unordered_map<CURL*, std::unique_ptr<Active>> active_;
+  std::map<std::uint64_t, Settling> settling_;  // read under mutex_ by CompleteSettled's wait
+  std::uint64_t nextSettling_ = 0;
   std::vector<CURL*> idleHandles_;
 };
 

@@ -3,7 +3,8 @@
 // multi interface for every exchange of a transport. Exchanges wait in a
 // queue until a connection is free, back-offs are timers of the loop, and a
 // cancellation wakes the loop, which ends the call wherever it waits. No
-// thread per call, no sleeping thread per retry.
+// thread per call, no sleeping thread per retry. A completed exchange with a
+// settle waits aside, its slot free, until the settle resumes it.
 
 #include <curl/curl.h>
 
@@ -30,8 +31,9 @@ class CurlMultiEngine {
   };
 
   explicit CurlMultiEngine(Setup setup);
-  /// Ends every exchange not yet done as Cancelled, each onDone called
-  /// before this returns, and stops the loop. Run by an onDone on the loop's
+  /// Ends every exchange not yet done as Cancelled (one settling waits for
+  /// its resume and ends as it completed), each onDone called before this
+  /// returns, and stops the loop. Run by an onDone on the loop's
   /// own thread, it ends them there and leaves the thread to finish that
   /// onDone and end by itself.
   ~CurlMultiEngine();

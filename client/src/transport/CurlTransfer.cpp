@@ -1,9 +1,11 @@
 #include "transport/CurlTransfer.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <exception>
 #include <new>
+#include <system_error>
 #include <utility>
 
 #include "vrex/data/Text.h"
@@ -27,25 +29,47 @@ std::string Bytes(std::uint64_t count) {
   return std::to_string(count) + " bytes (" + data::FormatBytes(count) + ")";
 }
 
-bool IsConnectionFailure(CURLcode result) {
-  switch (result) {
-    case CURLE_COULDNT_RESOLVE_PROXY:
-    case CURLE_COULDNT_RESOLVE_HOST:
-    case CURLE_COULDNT_CONNECT:
-    case CURLE_SSL_CONNECT_ERROR:
-    case CURLE_PEER_FAILED_VERIFICATION:
-    case CURLE_SSL_CERTPROBLEM:
-    case CURLE_SSL_CIPHER:
-    case CURLE_SSL_CACERT_BADFILE:
-    case CURLE_SSL_ISSUER_ERROR:
-    case CURLE_SSL_PINNEDPUBKEYNOTMATCH:
-    case CURLE_SSL_INVALIDCERTSTATUS:
-    case CURLE_SSL_CRL_BADFILE:
-    case CURLE_USE_SSL_FAILED:
-    case CURLE_PROXY:
-      return true;
+// The failures that leave no connection to the server, with what they say
+// of the cause.
+struct ConnectionFailure {
+  CURLcode result;
+  FailureCause cause;
+};
+
+constexpr ConnectionFailure kConnectionFailures[] = {
+    {CURLE_COULDNT_RESOLVE_PROXY, FailureCause::ProxyNotResolved},
+    {CURLE_COULDNT_RESOLVE_HOST, FailureCause::HostNotResolved},
+    {CURLE_COULDNT_CONNECT, FailureCause::Unknown},  // the system's error tells
+    {CURLE_PROXY, FailureCause::ProxyFailed},
+    {CURLE_PEER_FAILED_VERIFICATION, FailureCause::CertificateRejected},
+    {CURLE_SSL_CACERT_BADFILE, FailureCause::CertificateRejected},
+    {CURLE_SSL_ISSUER_ERROR, FailureCause::CertificateRejected},
+    {CURLE_SSL_PINNEDPUBKEYNOTMATCH, FailureCause::CertificateRejected},
+    {CURLE_SSL_INVALIDCERTSTATUS, FailureCause::CertificateRejected},
+    {CURLE_SSL_CRL_BADFILE, FailureCause::CertificateRejected},
+    {CURLE_SSL_CONNECT_ERROR, FailureCause::TlsFailed},
+    {CURLE_SSL_CERTPROBLEM, FailureCause::TlsFailed},
+    {CURLE_SSL_CIPHER, FailureCause::TlsFailed},
+    {CURLE_USE_SSL_FAILED, FailureCause::TlsFailed},
+};
+
+const ConnectionFailure* FindConnectionFailure(CURLcode result) {
+  for (const ConnectionFailure& failure : kConnectionFailures) {
+    if (failure.result == result) {
+      return &failure;
+    }
+  }
+  return nullptr;
+}
+
+FailureCause CauseOfSystemError(int error) {
+  switch (error) {
+    case ECONNREFUSED:
+      return FailureCause::ConnectionRefused;
+    case ETIMEDOUT:
+      return FailureCause::ConnectTimedOut;
     default:
-      return false;
+      return FailureCause::Unknown;
   }
 }
 
@@ -253,6 +277,7 @@ void CurlTransfer::Classify(CURLcode result, HttpResponse& response) const {
   }
   if (resendRefused_ && result == CURLE_SEND_FAIL_REWIND) {
     response.failure = TransferFailure::NoAnswer;
+    response.cause = FailureCause::ConnectionClosed;
     response.transportError =
         "the connection closed after the request was sent, without an answer; the request "
         "was not sent again";
@@ -262,8 +287,17 @@ void CurlTransfer::Classify(CURLcode result, HttpResponse& response) const {
   curl_easy_getinfo(handle_, CURLINFO_REQUEST_SIZE, &requestBytes);
   const bool connected = requestBytes > 0;
   const bool answered = headerBytes_ > 0;
-  if (IsConnectionFailure(result) || (!connected && !answered)) {
+  if (const ConnectionFailure* failure = FindConnectionFailure(result)) {
     response.failure = TransferFailure::Unreachable;
+    response.cause = failure->cause;
+    if (result == CURLE_COULDNT_CONNECT) {
+      NoteSystemError(response);
+    }
+  } else if (!connected && !answered) {
+    response.failure = TransferFailure::Unreachable;
+    response.cause = result == CURLE_OPERATION_TIMEDOUT     ? FailureCause::ConnectTimedOut
+                     : result == CURLE_UNSUPPORTED_PROTOCOL ? FailureCause::UnsupportedScheme
+                                                            : FailureCause::Unknown;
   } else if (IsBrokenHttp(result) || (answered && result == CURLE_RECV_ERROR) ||
              // After the request went out, libcurl says so of a status line it cannot read.
              (connected && result == CURLE_UNSUPPORTED_PROTOCOL)) {
@@ -274,11 +308,24 @@ void CurlTransfer::Classify(CURLcode result, HttpResponse& response) const {
     response.failure = TransferFailure::ClientFailed;
   } else if (result == CURLE_OPERATION_TIMEDOUT) {
     response.failure = answered ? TransferFailure::ReceiveTimedOut : TransferFailure::NoAnswer;
+    response.cause = FailureCause::AnswerTimedOut;
   } else if (result == CURLE_GOT_NOTHING || result == CURLE_RECV_ERROR ||
              result == CURLE_SEND_ERROR) {
     response.failure = TransferFailure::NoAnswer;
+    response.cause = FailureCause::ConnectionClosed;
   } else {
-    response.failure = TransferFailure::Other;
+    response.failure = TransferFailure::TransportFailed;
+  }
+}
+
+// Read only after a failed connect: the handle keeps the error of an
+// earlier transfer otherwise.
+void CurlTransfer::NoteSystemError(HttpResponse& response) const {
+  long error = 0;
+  curl_easy_getinfo(handle_, CURLINFO_OS_ERRNO, &error);
+  if (error != 0) {
+    response.cause = CauseOfSystemError(static_cast<int>(error));
+    response.systemReason = std::generic_category().message(static_cast<int>(error));
   }
 }
 

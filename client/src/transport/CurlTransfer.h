@@ -56,6 +56,7 @@ class CurlTransfer {
   long Status() const;
   std::uint64_t Limit() const;
   void Classify(CURLcode result, HttpResponse& response) const;
+  void NoteSystemError(HttpResponse& response) const;
   static TransferFailure FailureOf(Stop stop);
 
   CURL* handle_;

@@ -4,13 +4,12 @@
 #include <stdexcept>
 #include <thread>
 
+#include "parse/AnswerIntake.h"
 #include "parse/AnswerParser.h"
-#include "parse/AnswerStream.h"
 #include "transport/AsyncAttempts.h"
 #include "transport/AtomicFile.h"
 #include "transport/CallRegistry.h"
 #include "transport/RetrySchedule.h"
-#include "parse/SliceRules.h"
 #include "parse/WarmArenas.h"
 #include "transport/WireForm.h"
 #include "vrex/CurlTransport.h"
@@ -45,45 +44,29 @@ HttpResponse RunAttempts(const RetryPolicy& policy, bool retryable, Clock::time_
   }
 }
 
+// The transport tells where a transfer broke off; a completed one is told
+// by its status.
 Outcome::Event Classify(const HttpResponse& response) {
-  switch (response.failure) {
-    case TransferFailure::None:
-      return response.status == 200 ? Outcome::Event::Succeeded
-                                    : Outcome::Event::HttpStatusFailed;
-    case TransferFailure::Unreachable:
-      return Outcome::Event::Unreachable;
-    case TransferFailure::NoAnswer:
-      return Outcome::Event::NoAnswer;
-    case TransferFailure::ReceiveTimedOut:
-      return Outcome::Event::ReceiveTimedOut;
-    case TransferFailure::BrokenAnswer:
-      return Outcome::Event::BrokenAnswer;
-    case TransferFailure::AnswerTooLarge:
-      return Outcome::Event::AnswerTooLarge;
-    case TransferFailure::ClientFailed:
-      return Outcome::Event::ClientFailed;
-    case TransferFailure::Cancelled:
-      return Outcome::Event::Cancelled;
-    case TransferFailure::Other:
-      break;
+  if (response.TransportFailed()) {
+    return response.failure;
   }
-  return Outcome::Event::TransportFailed;
+  return response.status == 200 ? Outcome::Event::Succeeded : Outcome::Event::HttpStatusFailed;
 }
 
-// Finishes parsing a 200 answer into `answer` (when there is one to read)
-// and builds the outcome of the call.
+// The outcome of a call; `intake`, when the call has an answer, finishes
+// parsing it (unless done already).
 Outcome Conclude(std::string_view requestType, const HttpResponse& response,
-                 google::protobuf::Message* answer, internal::AnswerStream* stream,
+                 const google::protobuf::Message* answer, internal::AnswerIntake* intake,
                  Clock::time_point start, int attempts) {
   Outcome::Event event = Classify(response);
   std::string errorText = response.transportError;
-  if (event == Outcome::Event::Succeeded && answer != nullptr && !stream->Finish()) {
+  if (event == Outcome::Event::Succeeded && answer != nullptr && !intake->Finish(response)) {
     event = Outcome::Event::AnswerUnreadable;
     errorText = "the body is not a valid " + answer->GetTypeName();
   }
   const auto elapsed = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start);
   return Outcome(std::string(requestType), event, response.status, std::move(errorText), elapsed,
-                 attempts);
+                 attempts, response.cause, response.systemReason);
 }
 
 Outcome AsFileFailure(const Outcome& outcome, const std::string& reason) {
@@ -157,24 +140,16 @@ Outcome Client::Exchange(std::string_view requestType, bool repeatable,
   const Clock::time_point start = Clock::now();
   HttpRequest http = BuildRequest(requestType, request, totalTimeout_);
   http.maxStreamedBytes = maxAnswerBytes_;
-  std::optional<internal::AnswerStream> stream;
+  std::optional<internal::AnswerIntake> intake;
   if (answer != nullptr) {
-    stream.emplace(*parser_, *answer);
+    intake.emplace(parser_, *answer);
   }
-  // Streamed where slices can be parsed while the rest arrives (each attempt
-  // starts the stream afresh); any other answer is held in blocks by the
-  // transport, which costs no more memory than its size, and parsed whole.
-  const bool streamed = stream && parser_->Threads() > 1 &&
-                        internal::SliceRules(*answer).TypeAllowsSlices();
   int attempts = 0;
   const HttpResponse response = RunAttempts(
       retry_, repeatable, start, attempts,
-      [&] { return streamed ? stream->Receive(*transport_, http) : transport_->Post(http); },
+      [&] { return intake ? intake->Receive(*transport_, http) : transport_->Post(http); },
       [] { return true; });
-  if (stream && !streamed) {
-    stream->FeedWhole(response.body);
-  }
-  return Conclude(requestType, response, answer, stream ? &*stream : nullptr, start, attempts);
+  return Conclude(requestType, response, answer, intake ? &*intake : nullptr, start, attempts);
 }
 
 Outcome Client::Send(const google::protobuf::Message& request,
@@ -223,14 +198,17 @@ Outcome Client::DownloadToFile(std::string_view requestType,
 CallCanceller Client::Start(
     std::string_view requestType, bool repeatable, const google::protobuf::Message& request,
     std::chrono::milliseconds timeout, std::uint64_t maxStreamedBytes, StreamHandler onChunk,
+    std::function<void()> restart,
+    std::function<void(const HttpResponse&, std::function<void()>)> settle,
     std::function<void(const HttpResponse&, int, Clock::time_point)> onEnd) const {
   HttpRequest http = BuildRequest(requestType, request, timeout);
   http.maxStreamedBytes = maxStreamedBytes;
   const Clock::time_point start = Clock::now();
   const std::shared_ptr<internal::CallRegistry>& registry = calls_->Registry();
   auto attempts = std::make_shared<internal::AsyncAttempts>(
-      std::move(http), std::move(onChunk), internal::RetrySchedule(retry_, start), repeatable,
-      transport_,
+      std::move(http),
+      internal::AnswerReceiver{std::move(onChunk), std::move(restart), std::move(settle)},
+      internal::RetrySchedule(retry_, start), repeatable, transport_,
       [onEnd = std::move(onEnd), start, registry](const HttpResponse& response, int made) {
         const internal::CallRegistry::Ending ending(*registry);
         onEnd(response, made, start);
@@ -245,18 +223,24 @@ CallCanceller Client::StartExchange(std::string_view requestType, bool repeatabl
                                     const google::protobuf::Message& request,
                                     google::protobuf::Message* answer,
                                     std::function<void(Outcome)> onOutcome) const {
-  return Start(
-      requestType, repeatable, request, totalTimeout_, 0, nullptr,
-      [type = std::string(requestType), answer, parser = parser_, onOutcome = std::move(onOutcome)](
-          const HttpResponse& response, int attempts, Clock::time_point start) {
-        // Parsed here, on the event thread, with the client's parsing threads.
-        std::optional<internal::AnswerStream> stream;
-        if (answer != nullptr) {
-          stream.emplace(*parser, *answer);
-          stream->FeedWhole(response.body);
-        }
-        onOutcome(Conclude(type, response, answer, stream ? &*stream : nullptr, start, attempts));
-      });
+  internal::AnswerReceiver receiver;
+  std::shared_ptr<internal::AnswerIntake> intake;
+  if (answer != nullptr) {
+    // The event thread only moves the bytes; the answer is parsed on the
+    // parsing threads before the call ends.
+    intake = std::make_shared<internal::AnswerIntake>(parser_, *answer);
+    receiver.onChunk = intake->Handler();
+    receiver.restart = [intake] { intake->Restart(); };
+    receiver.settle = [intake](const HttpResponse& response, std::function<void()> resume) {
+      intake->FinishElsewhere(response, std::move(resume));
+    };
+  }
+  return Start(requestType, repeatable, request, totalTimeout_, maxAnswerBytes_,
+               std::move(receiver.onChunk), std::move(receiver.restart), std::move(receiver.settle),
+               [type = std::string(requestType), answer, intake, onOutcome = std::move(onOutcome)](
+                   const HttpResponse& response, int attempts, Clock::time_point start) {
+                 onOutcome(Conclude(type, response, answer, intake.get(), start, attempts));
+               });
 }
 
 CallCanceller Client::StartDownload(std::string_view requestType,
@@ -266,7 +250,7 @@ CallCanceller Client::StartDownload(std::string_view requestType,
   const auto timeout = options.timeout.value_or(totalTimeout_);
   const auto maxBytes = options.maxBytes.value_or(0);
   return Start(requestType, IsRepeatable(requestType), request, timeout, maxBytes,
-               ProgressingHandler(std::move(onChunk), std::move(options)),
+               ProgressingHandler(std::move(onChunk), std::move(options)), nullptr, nullptr,
                [type = std::string(requestType), onOutcome = std::move(onOutcome)](
                    const HttpResponse& response, int attempts, Clock::time_point start) {
                  onOutcome(Conclude(type, response, nullptr, nullptr, start, attempts));

@@ -29,7 +29,7 @@ constexpr EventText kEventTexts[] = {
     {"AnswerTooLarge", "the answer is too large"},
     {"ClientFailed", "failed on the client's side"},
     {"TransportFailed", "transfer failed"},
-    {"Cancelled", "cancelled by the caller"},
+    {"Cancelled", "cancelled"},
     {"HttpStatusFailed", ""},
     {"AnswerUnreadable", "answer could not be read"},
     {"FileFailed", "download could not be written"},
@@ -84,13 +84,16 @@ std::string CodeNames(const contracts::MessageContainer& status) {
 }  // namespace
 
 Outcome::Outcome(std::string requestType, Event event, int httpStatus, std::string errorText,
-                 std::chrono::microseconds elapsed, int attempts)
+                 std::chrono::microseconds elapsed, int attempts, FailureCause cause,
+                 std::string systemReason)
     : requestType_(std::move(requestType)),
       event_(event),
       httpStatus_(httpStatus),
       errorText_(std::move(errorText)),
       elapsed_(elapsed),
       attempts_(attempts),
+      cause_(cause),
+      systemReason_(std::move(systemReason)),
       status_(StatusFor(event, httpStatus)) {}
 
 std::string Outcome::Message() const {
@@ -111,6 +114,6 @@ std::string Outcome::Message() const {
   return line + " in " + data::FormatElapsed(elapsed_);
 }
 
-std::string_view ToString(Outcome::Event event) { return TextOf(event).name; }
+std::string_view ToString(CallEvent event) { return TextOf(event).name; }
 
 }  // namespace vrex

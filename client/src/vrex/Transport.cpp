@@ -1,5 +1,6 @@
 #include "vrex/Transport.h"
 
+#include <future>
 #include <thread>
 #include <utility>
 
@@ -14,6 +15,11 @@ void Transport::PostAsync(AsyncExchange exchange) {
     response = PostStreaming(exchange.request, exchange.onChunk);
   } else {
     response = Post(exchange.request);
+  }
+  if (exchange.settle && !response.TransportFailed()) {
+    std::promise<void> settled;
+    exchange.settle(response, [&settled] { settled.set_value(); });
+    settled.get_future().wait();
   }
   exchange.onDone(std::move(response));
 }

@@ -76,26 +76,6 @@ const CLI::Validator kSeconds(
     },
     "SECONDS");
 
-// Keeps the reason of libcurl's last "... failed: <reason>" note, and shows
-// every note with -v.
-WireTraceHandler MakeNoteTaker(std::shared_ptr<TransportNotes> notes, WireTraceHandler show) {
-  return [notes = std::move(notes), show = std::move(show)](WireTraceKind kind,
-                                                            std::string_view text) {
-    constexpr std::string_view kFailed = " failed: ";
-    const std::size_t failed = text.find(kFailed);
-    if (kind == WireTraceKind::Info && failed != std::string_view::npos) {
-      std::string_view reason = text.substr(failed + kFailed.size());
-      while (!reason.empty() && (reason.back() == '\n' || reason.back() == '\r')) {
-        reason.remove_suffix(1);
-      }
-      notes->lastFailure = std::string(reason);
-    }
-    if (show) {
-      show(kind, text);
-    }
-  };
-}
-
 }  // namespace
 
 void AddServerArguments(CLI::App& command, ServerArguments& arguments) {
@@ -189,8 +169,9 @@ ClientOptions MakeClientOptions(const ServerArguments& arguments, Console& conso
     console.err << "vrex: warning: --insecure: the server's certificate is not checked; use it "
                    "only against test servers\n";
   }
-  options.onWireTrace = MakeNoteTaker(
-      arguments.notes, arguments.verbose ? MakeTraceWriter(console.err) : WireTraceHandler());
+  if (arguments.verbose) {
+    options.onWireTrace = MakeTraceWriter(console.err);
+  }
   return options;
 }
 
@@ -200,8 +181,7 @@ ExitCode ReportOutcome(const Outcome& outcome, const ServerArguments& arguments,
   }
   if (!outcome.Ok()) {
     console.err << "vrex: "
-                << data::MaskSecrets(DescribeFailure(outcome, NormaliseUrl(arguments.url),
-                                                     arguments.notes->lastFailure),
+                << data::MaskSecrets(DescribeFailure(outcome, NormaliseUrl(arguments.url)),
                                      arguments.token.value_or(""))
                 << '\n';
   }

@@ -15,13 +15,6 @@
 
 namespace vrex::cli {
 
-/// What the transport said on its way that the outcome does not carry:
-/// libcurl's error text is "Couldn't connect to server", while its notes
-/// name the system's reason ("Connection refused").
-struct TransportNotes {
-  std::string lastFailure;  ///< "Connection refused"; empty when none was noted
-};
-
 struct ServerArguments {
   std::string url;
   /// From --token, --token-file or VREX_TOKEN, checked once parsing is done;
@@ -40,8 +33,6 @@ struct ServerArguments {
   /// unless given. Downloads to a file are not limited by it.
   std::uint64_t maxAnswerBytes = ClientOptions().maxAnswerBytes;
   bool verbose = false;
-  /// Filled during the call by the client MakeClientOptions configured.
-  std::shared_ptr<TransportNotes> notes = std::make_shared<TransportNotes>();
 };
 
 /// Adds the URL positional and the connection options to `command`. Once

@@ -56,36 +56,27 @@ ExitCode ExitCodeFor(const Outcome& outcome) {
 
 namespace {
 
-bool Contains(std::string_view text, std::string_view part) {
-  return text.find(part) != std::string_view::npos;
-}
-
-// libcurl says "Failed to connect to host port 8080 after 0 ms: Connection
-// refused"; the host is already in our line, the reason is what counts.
-std::string_view ReasonOf(std::string_view errorText) {
-  const std::size_t colon = errorText.rfind(": ");
-  if (Contains(errorText, "Failed to connect") && colon != std::string_view::npos) {
-    return errorText.substr(colon + 2);
-  }
-  return errorText;
-}
-
-std::string_view TransportHint(std::string_view errorText) {
-  static const std::array<std::pair<std::string_view, std::string_view>, 9> hints = {{
-      {"refused", "is the server running? check the URL"},
-      {"resolve proxy", "check --proxy"},
-      {"resolve", "check the host name in the URL"},
-      {"imed out", "the server did not answer in time; check the URL or raise --timeout"},
-      {"Timeout", "the server did not answer in time; check the URL or raise --timeout"},
-      {"certificate", "check --cacert, or try --insecure against a test server"},
-      {"SSL", "check --cacert, --cert and --key, or whether the server speaks https"},
-      {"Unsupported protocol", "the URL must start with http:// or https://"},
-      {"proxy", "check --proxy"},
-  }};
-  for (const auto& [marker, hint] : hints) {
-    if (Contains(errorText, marker)) {
-      return hint;
-    }
+std::string_view TransportHint(FailureCause cause) {
+  switch (cause) {
+    case FailureCause::ConnectionRefused:
+      return "is the server running? check the URL";
+    case FailureCause::HostNotResolved:
+      return "check the host name in the URL";
+    case FailureCause::ProxyNotResolved:
+    case FailureCause::ProxyFailed:
+      return "check --proxy";
+    case FailureCause::ConnectTimedOut:
+    case FailureCause::AnswerTimedOut:
+      return "the server did not answer in time; check the URL or raise --timeout";
+    case FailureCause::CertificateRejected:
+      return "check --cacert, or try --insecure against a test server";
+    case FailureCause::TlsFailed:
+      return "check --cacert, --cert and --key, or whether the server speaks https";
+    case FailureCause::UnsupportedScheme:
+      return "the URL must start with http:// or https://";
+    case FailureCause::Unknown:
+    case FailureCause::ConnectionClosed:
+      break;
   }
   return "check the URL and the network";
 }
@@ -142,8 +133,7 @@ std::string StatusText(int status) {
 
 }  // namespace
 
-std::string DescribeFailure(const Outcome& outcome, std::string_view baseUrl,
-                            std::string_view systemReason) {
+std::string DescribeFailure(const Outcome& outcome, std::string_view baseUrl) {
   const std::string url(baseUrl);
   const int status = outcome.HttpStatus();
   const std::string httpText = StatusText(status);
@@ -152,9 +142,11 @@ std::string DescribeFailure(const Outcome& outcome, std::string_view baseUrl,
       return outcome.RequestType() + " succeeded";
     case Outcome::Event::Unreachable:
     case Outcome::Event::TransportFailed: {
-      const std::string reason(systemReason.empty() ? ReasonOf(outcome.ErrorText()) : systemReason);
+      // The system's reason ("Connection refused") says it better than libcurl's summary.
+      const std::string& reason =
+          outcome.SystemReason().empty() ? outcome.ErrorText() : outcome.SystemReason();
       return "cannot reach " + url + ": " + reason + " (" +
-             std::string(TransportHint(reason + " " + outcome.ErrorText())) + ")";
+             std::string(TransportHint(outcome.Cause())) + ")";
     }
     case Outcome::Event::NoAnswer:
       return url + " took " + outcome.RequestType() +

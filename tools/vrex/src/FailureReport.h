@@ -39,10 +39,8 @@ ExitCode ExitCodeFor(const Outcome& outcome);
 constexpr int ToInt(ExitCode code) { return static_cast<int>(code); }
 
 /// E.g. "cannot reach http://host:8080: Connection refused (is the server
-/// running? check the URL)". `baseUrl` is the server the call went to;
-/// `systemReason` the reason the system gave for a failed connection, when
-/// known, which names the cause better than libcurl's summary.
-std::string DescribeFailure(const Outcome& outcome, std::string_view baseUrl,
-                            std::string_view systemReason = {});
+/// running? check the URL)". `baseUrl` is the server the call went to. The
+/// hint follows the outcome's FailureCause, never the transfer's wording.
+std::string DescribeFailure(const Outcome& outcome, std::string_view baseUrl);
 
 }  // namespace vrex::cli
