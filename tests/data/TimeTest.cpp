@@ -4,6 +4,7 @@
 #include <limits>
 #include <tuple>
 
+#include "vrex/data/Iso8601.h"
 #include "vrex/data/Time.h"
 
 namespace vrex::data {

@@ -1,4 +1,4 @@
-// The pure parts of vrex: exit codes, failure messages, units, tables, CSV,
+// The pure parts of vrex: exit codes, failure messages, tables, CSV,
 // numbers and progress.
 
 #include <gmock/gmock.h>
@@ -10,7 +10,6 @@
 #include "FailureReport.h"
 #include "ProgressBar.h"
 #include "TextTable.h"
-#include "Unit.pb.h"
 #include "ValueCurves.h"
 #include "ValueSummary.h"
 #include "vrex/MessageJson.h"
@@ -53,22 +52,6 @@ TEST(FailureMessages, NameTheCauseAndANextStep) {
       {MakeOutcome(Event::HttpStatusFailed, 301), "redirects"}};
   for (const auto& [outcome, text] : cases) {
     EXPECT_THAT(DescribeFailure(outcome, "http://host:8080"), HasSubstr(text));
-  }
-}
-
-TEST(Units, AreWrittenWithPrefixPowerAndScale) {
-  const std::vector<std::pair<std::string, std::string>> cases = {
-      {R"("Id": "pascal")", "Pa"},
-      {R"("Id": "volt", "Exponent": -3, "Power": 1)", "mV"},
-      {R"("Id": "pascal", "Power": 2)", "Pa^2"},
-      {R"("Id": "pascal", "Scale": "Decibel", "LogRef": 2e-05)", "dB re 2e-05 Pa"},
-      {R"("Scale": "Decibel")", "dB"},
-      {R"("Id": "hertz", "Exponent": 2)", "10^2 Hz"},
-      {"", ""}};
-  for (const auto& [json, text] : cases) {
-    dc::Unit unit;
-    ASSERT_EQ(MergeJsonInto("{" + json + "}", unit), "");
-    EXPECT_EQ(DescribeUnit(unit), text) << json;
   }
 }
 
