@@ -21,12 +21,15 @@ const LineTimeZone kBerlin = LineTimeZone::Named("Europe/Berlin", minutes(60));
 TEST(LineTimes, AreShownWithTheOffsetInForceThen) {
   const LineTimeZone chicago = LineTimeZone::Named("America/Chicago", minutes(-360));
   const LineTimeZone sydney = LineTimeZone::Named("Australia/Sydney", minutes(600));
+  const LineTimeZone dubai = LineTimeZone::Named("Asia/Dubai", minutes(0));
   const std::vector<std::tuple<const LineTimeZone*, std::int64_t, std::string>> cases = {
       {&kBerlin, 1'719'813'600, "2024-07-01T08:00:00+02:00"},
       {&kBerlin, 1'710'223'091, "2024-03-12T06:58:11+01:00"},
       // 2040 lies beyond the database's table: its footer's rule holds.
       {&kBerlin, 2'224'735'200, "2040-07-01T08:00:00+02:00"},
       {&kBerlin, 2'210'241'600, "2040-01-15T13:00:00+01:00"},
+      {&kBerlin, 2'216'250'000, "2040-03-25T03:00:00+02:00"},  // the last Sunday of March
+      {&dubai, 1'710'223'091, "2024-03-12T09:58:11+04:00"},    // a rule named "<+04>"
       {&chicago, 2'215'065'599, "2040-03-11T01:59:59-06:00"},
       {&chicago, 2'215'065'600, "2040-03-11T03:00:00-05:00"},
       {&sydney, 2'210'198'400, "2040-01-15T11:00:00+11:00"},
