@@ -3,6 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+
+#include "ScratchDirectory.h"
 #include "vrex/data/LineTimeZone.h"
 #include "vrex/data/Time.h"
 
@@ -41,6 +44,47 @@ TEST(LineTimes, AreShownWithTheOffsetInForceThen) {
   const auto chicagoWithoutDatabase = LineTimeZone::Named("Nowhere/Unknown", minutes(-360));
   EXPECT_EQ(chicagoWithoutDatabase.Format(Utc(1'710'223'091)), "2024-03-11T23:58:11-06:00");
   EXPECT_EQ(LineTimeZone::Utc().Format(Utc(1'710'223'091)), "2024-03-12T05:58:11Z");
+}
+
+// A zone file of version 2 without transitions: its one type (UTC+03:00)
+// before the footer's rule `footer`, which holds at every time it can be read.
+std::string ZoneFileWithRule(const std::string& footer) {
+  const std::string counts("\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\1\0\0\0\4", 24);
+  const std::string header = "TZif2" + std::string(15, '\0') + counts;
+  const std::string block("\0\0\x2a\x30\0\0XYZ\0", 10);  // 10800 s, no DST, name "XYZ"
+  return header + block + header + block + "\n" + footer + "\n";
+}
+
+TEST(LineTimes, FollowTheRuleAfterTheLastChange) {
+  const testing::ScratchDirectory database;
+  setenv("TZDIR", database.Path().c_str(), 1);
+  const std::int64_t summer = 1'719'792'000;  // 2024-07-01T00:00Z
+  const std::int64_t winter = 1'705'276'800;  // 2024-01-15T00:00Z
+  const std::vector<std::tuple<std::string, std::string, std::string>> cases = {
+      {"XST-1XDT,M3.5.0,M10.5.0/3", "+02:00", "+01:00"},
+      {"XST-1XDT-3,M3.5.0,M10.5.0/3", "+03:00", "+01:00"},
+      {"XST-1XDT,J60,J300", "+02:00", "+01:00"},
+      {"XST-1XDT,59,300/1:30", "+02:00", "+01:00"},
+      {"XST+5XDT", "-04:00", "-05:00"},  // no rule: the US one
+      {"<+0530>-5:30", "+05:30", "+05:30"},
+      {"AEST-10AEDT,M10.1.0,M4.1.0/3", "+10:00", "+11:00"},
+      // Rules that cannot be read leave the file's own type.
+      {"XST-1XDT,M13.5.0,M10.5.0", "+03:00", "+03:00"},
+      {"XST-1XDT,M3.6.0,M10.5.0", "+03:00", "+03:00"},
+      {"XST-1XDT,M3.5.7,M10.5.0", "+03:00", "+03:00"},
+      {"XST-1XDT,J366,J300", "+03:00", "+03:00"},
+      {"XST-1XDT,M3.5.0", "+03:00", "+03:00"},
+      {"X-1", "+03:00", "+03:00"},
+  };
+  for (const auto& [footer, inSummer, inWinter] : cases) {
+    database.Write("TestZone", ZoneFileWithRule(footer));
+    const LineTimeZone zone = LineTimeZone::Named("TestZone", minutes(0));
+    EXPECT_EQ(zone.Format(Utc(summer)).substr(19), inSummer) << footer;
+    EXPECT_EQ(zone.Format(Utc(winter)).substr(19), inWinter) << footer;
+  }
+  database.Write("TestZone", "TZif2 cut short");
+  EXPECT_EQ(LineTimeZone::Named("TestZone", minutes(-60)).Format(Utc(summer)).substr(19), "-01:00");
+  unsetenv("TZDIR");
 }
 
 TEST(LineTimes, ComeFromTheLinesStatedZone) {
