@@ -46,12 +46,12 @@ TEST(LineTimes, AreShownWithTheOffsetInForceThen) {
   EXPECT_EQ(LineTimeZone::Utc().Format(Utc(1'710'223'091)), "2024-03-12T05:58:11Z");
 }
 
-// A zone file of version 2 without transitions: its one type (UTC+03:00)
+// A zone file of version 2 without transitions: its one type (UTC-03:00)
 // before the footer's rule `footer`, which holds at every time it can be read.
 std::string ZoneFileWithRule(const std::string& footer) {
   const std::string counts("\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\1\0\0\0\4", 24);
   const std::string header = "TZif2" + std::string(15, '\0') + counts;
-  const std::string block("\0\0\x2a\x30\0\0XYZ\0", 10);  // 10800 s, no DST, name "XYZ"
+  const std::string block("\xff\xff\xd5\xd0\0\0XYZ\0", 10);  // -10800 s, no DST, "XYZ"
   return header + block + header + block + "\n" + footer + "\n";
 }
 
@@ -69,12 +69,13 @@ TEST(LineTimes, FollowTheRuleAfterTheLastChange) {
       {"<+0530>-5:30", "+05:30", "+05:30"},
       {"AEST-10AEDT,M10.1.0,M4.1.0/3", "+10:00", "+11:00"},
       // Rules that cannot be read leave the file's own type.
-      {"XST-1XDT,M13.5.0,M10.5.0", "+03:00", "+03:00"},
-      {"XST-1XDT,M3.6.0,M10.5.0", "+03:00", "+03:00"},
-      {"XST-1XDT,M3.5.7,M10.5.0", "+03:00", "+03:00"},
-      {"XST-1XDT,J366,J300", "+03:00", "+03:00"},
-      {"XST-1XDT,M3.5.0", "+03:00", "+03:00"},
-      {"X-1", "+03:00", "+03:00"},
+      {"XST-1XDT,M13.5.0,M10.5.0", "-03:00", "-03:00"},
+      {"XST-1XDT,M3.6.0,M10.5.0", "-03:00", "-03:00"},
+      {"XST-1XDT,M3.5.7,M10.5.0", "-03:00", "-03:00"},
+      {"XST-1XDT,J366,J300", "-03:00", "-03:00"},
+      {"XST-1XDT,M3.5.0", "-03:00", "-03:00"},
+      {"XST-1XDT,M3.5,M10.5.0", "-03:00", "-03:00"},
+      {"X-1", "-03:00", "-03:00"},
   };
   for (const auto& [footer, inSummer, inWinter] : cases) {
     database.Write("TestZone", ZoneFileWithRule(footer));
