@@ -117,6 +117,15 @@ std::string UnitText(const dc::Unit& unit) {
   }
 }
 
+std::string AxisLabel(const dc::Unit& unit) {
+  std::string name = QuantityName(unit.id());
+  if (!name.empty() && unit.scale() == en::Decibel) name += " level";
+  const std::string symbol = UnitText(unit);
+  // "Order [order]" would say it twice.
+  if (name.empty() || symbol.empty() || symbol == "order") return name.empty() ? symbol : name;
+  return name + " [" + symbol + "]";
+}
+
 std::string FormatWithUnit(double value, const dc::Unit& unit) {
   const std::string text = UnitText(unit);
   return text.empty() ? Number(value) : Number(value) + " " + text;

@@ -48,6 +48,11 @@ TEST(Units, AreWrittenWithPrefixPowerAndScale) {
 }
 
 TEST(Units, NameTheQuantityTheyMeasure) {
+  EXPECT_EQ(AxisLabel(UnitOf(R"("Id": "pascal", "Scale": "Decibel", "LogRef": 2e-05)")),
+            "Sound pressure level [dB re 20 \u00b5Pa]");
+  EXPECT_EQ(AxisLabel(UnitOf(R"("Id": "order")")), "Order");
+  EXPECT_EQ(AxisLabel(UnitOf(R"("Id": "pu")")), "pu");
+  EXPECT_EQ(AxisLabel(dc::Unit()), "");
   namespace en = dc::Enumerator;
   const std::vector<std::pair<en::UnitId, std::string>> cases = {
       {en::pascal, "Sound pressure"}, {en::hertz, "Frequency"}, {en::gravity, "Acceleration"},

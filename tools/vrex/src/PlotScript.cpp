@@ -1,7 +1,6 @@
 #include "PlotScript.h"
 
 #include <algorithm>
-#include <array>
 #include <map>
 #include <set>
 #include <utility>
@@ -126,15 +125,10 @@ std::map<int, int> TestStyles(const std::vector<TestValue>& values) {
   return styles;
 }
 
-// "Sound pressure level [dB re 20 µPa]", "Order", "[count]"; `fallback`
-// when the unit says nothing.
+// The unit's axis label, or `fallback` when the unit says nothing.
 std::string AxisLabel(const dc::Unit& unit, const std::string& fallback) {
-  std::string name = data::QuantityName(unit.id());
-  if (!name.empty() && unit.scale() == en::Decibel) name += " level";
-  const std::string symbol = data::UnitText(unit);
-  if (name.empty() && symbol.empty()) return fallback;
-  if (name.empty() || symbol.empty() || symbol == "order") return name.empty() ? symbol : name;
-  return name + " [" + symbol + "]";
+  std::string label = data::AxisLabel(unit);
+  return label.empty() ? fallback : label;
 }
 
 std::string Labels(const ValueCurves& curves, const std::string& yFallback) {

@@ -39,6 +39,11 @@ VREX_EXPORT std::string QuantityName(Korvan::KQ::DataContracts::Enumerator::Unit
 /// unit with the prefix that suits it (`LogRef` 2e-05 of pascal: "20 µPa").
 VREX_EXPORT std::string UnitText(const Korvan::KQ::DataContracts::Unit& unit);
 
+/// An axis named by what the unit measures and the unit: "Sound pressure
+/// level [dB re 20 µPa]", "Frequency [Hz]"; only the one that is known
+/// ("Order", "count"); empty when the unit says nothing.
+VREX_EXPORT std::string AxisLabel(const Korvan::KQ::DataContracts::Unit& unit);
+
 /// A number with six significant digits and its unit: "72.4 dB re 20 µPa",
 /// "1500 rpm", "3" when there is no unit.
 VREX_EXPORT std::string FormatWithUnit(double value, const Korvan::KQ::DataContracts::Unit& unit);
