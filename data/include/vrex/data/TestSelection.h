@@ -12,9 +12,12 @@
 //     const auto* newest = vrex::data::NewestTest(tests.Value());  // nullptr: no tests
 //   }
 //
-// The order of the answers. The contract fixes neither the order in which a
-// test query answers nor which end of the selection `LastN` counts from;
-// the plant's results servers, and vrex-stub's plant, do this:
+// The order of the answers. `LastN` takes the last `TopN` tests of the
+// selection's order, with `TopNFirst` the first ones; the contract fixes
+// neither that order nor the order in which a test query answers, so code
+// meant for any server relies on neither: it picks the newest test by
+// its time (NewestTest) and looks measurements up by identifier.
+// vrex-stub's plant, which tests run against, answers like this:
 //  - A query with the selection block answers the tests it selects oldest
 //    first: ascending `MeasurementTime`, equal times by ascending `PkIdent`.
 //    This holds whatever `LastN` says: `NewestTests(3)` answers the three
@@ -26,10 +29,8 @@
 //  - A by-identifier query (GeneralInformationByIdQuery,
 //    MeasurementByIdQuery) answers in the order of its identifiers, leaving
 //    out identifiers the line does not have, and repeats.
-//  - MeasurementContainer keys its measurements by `PkIdent` in a map, which
-//    has no order at all: look a test up by its identifier.
-// So on these servers the newest test is an answer's last one; NewestTest
-// finds it by its time on any server.
+// Whatever the server, MeasurementContainer keys its measurements by
+// `PkIdent` in a map, which has no order at all.
 
 #include <cstdint>
 
@@ -40,10 +41,12 @@
 
 namespace vrex::data {
 
-/// `LastN` for the `count` newest tests of the selection (`TopNFirst` false).
+/// `LastN` for the last `count` tests of the selection's order (`TopNFirst`
+/// false): the newest, where that order is by time, as on vrex-stub.
 VREX_EXPORT Korvan::KQ::DataContracts::TopNFilter NewestTests(std::int32_t count);
 
-/// `LastN` for the `count` oldest tests of the selection (`TopNFirst` true).
+/// `LastN` for the first `count` tests of the selection's order
+/// (`TopNFirst` true): the oldest, where that order is by time.
 VREX_EXPORT Korvan::KQ::DataContracts::TopNFilter OldestTests(std::int32_t count);
 
 /// The test with the latest `MeasurementTime` (of equal times, the greatest
