@@ -132,7 +132,8 @@ TEST(TimeTest, ReadsTheStatedOffsetOrNone) {
     ASSERT_TRUE(read.Ok()) << text << ": " << read.GetStatus().Message();
     EXPECT_EQ(read.Value().offset, offset) << text;
   }
-  for (const char* bad : {"2024-03-12T08:00x", "2024-03-12T08:00+1", "2024-03-12T08:00+24:00"}) {
+  for (const char* bad : {"2024-03-12T08:00x", "2024-03-12T08:00+1", "2024-03-12T08:00+24:00",
+                          "2024-03-12T08:00+:30", "2024-03-12T24:00"}) {
     EXPECT_FALSE(ParseIso8601(bad).Ok()) << bad;
   }
 }

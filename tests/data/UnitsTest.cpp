@@ -29,6 +29,7 @@ TEST(Units, AreWrittenWithPrefixPowerAndScale) {
       {R"("Id": "volt", "Scale": "Decibel", "LogRef": 1)", "dB re 1 V"},
       {R"("Id": "pascal", "Scale": "Decibel", "LogRef": 1e-12)", "dB re 1 pPa"},
       {R"("Id": "pascal", "Scale": "Decibel", "LogRef": 1e+12)", "dB re 1 TPa"},
+      {R"("Id": "pascal", "Scale": "Decibel", "LogRef": 1e-15)", "dB re 1e-15 Pa"},
       {R"("Id": "pascal", "Exponent": -400, "Scale": "Decibel", "LogRef": 1)", "dB re 0 Pa"},
       {R"("Id": "pascal", "Power": 2, "Scale": "Decibel", "LogRef": 4e-10)", "dB re 4e-10 Pa^2"},
       {R"("Scale": "Decibel", "LogRef": 1)", "dB re 1"},
