@@ -21,7 +21,7 @@
 #include "SimpleTopologyQuery.pb.h"
 #include "VersionDTO.pb.h"
 #include "vrex/Client.h"
-#include "vrex/data/Time.h"
+#include "vrex/data/Iso8601.h"
 
 namespace {
 

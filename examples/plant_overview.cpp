@@ -13,7 +13,7 @@
 
 #include "VrexClient.h"
 #include "vrex/data/Measurements.h"
-#include "vrex/data/Time.h"
+#include "vrex/data/Iso8601.h"
 
 namespace {
 

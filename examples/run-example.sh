@@ -2,20 +2,22 @@
 # Runs an example program against a freshly started vrex-stub and checks its
 # exit status and output; used by the example tests.
 #
-#   run-example.sh --stub VREX_STUB [--overlay DIR] --exit N
+#   run-example.sh --stub VREX_STUB [--overlay DIR] [--now EPOCH] --exit N
 #                  [--expect REGEX]... -- EXAMPLE [ARGUMENTS...]
 #
-# The stub answers from its generated plant (seed 1), the cases of the overlay
+# The stub answers from its generated plant (seed 1; with --now, its present
+# moment fixed, so the tests' times are too), the cases of the overlay
 # directory first. The example gets the stub's URL as its first argument,
 # before ARGUMENTS. Each REGEX (grep -E) must match a line of its output.
 set -euo pipefail
 
-stub="" overlay="" expected_exit=0
+stub="" overlay="" now="" expected_exit=0
 patterns=()
 while [[ $# -gt 0 && "$1" != "--" ]]; do
   case "$1" in
     --stub) stub="$2"; shift 2 ;;
     --overlay) overlay="$2"; shift 2 ;;
+    --now) now="$2"; shift 2 ;;
     --exit) expected_exit="$2"; shift 2 ;;
     --expect) patterns+=("$2"); shift 2 ;;
     *) echo "run-example.sh: unknown option $1" >&2; exit 2 ;;
@@ -34,7 +36,9 @@ trap cleanup EXIT
 
 # The plant is generated for this run: commands change it, and no run sees
 # another's changes.
-"$stub" generate-plant -o "$scratch/plant.sqlite" --seed 1 2>/dev/null
+moment=()
+[[ -n "$now" ]] && moment=(--now "$now")
+"$stub" generate-plant -o "$scratch/plant.sqlite" --seed 1 "${moment[@]}" 2>/dev/null
 cases=()
 [[ -n "$overlay" ]] && cases=(--data "$overlay")
 : >"$scratch/stub.log"

@@ -2,6 +2,8 @@
 
 #include "vrex/data/Clavis.h"
 #include "vrex/data/Measurements.h"
+#include "vrex/data/TestSelection.h"
+#include "vrex/data/Time.h"
 
 namespace vrex::data {
 namespace {
@@ -110,6 +112,28 @@ TEST(MeasurementKindTest, TellsOneKindNoneOrSeveral) {
   contracts::MeasurementValue zero;
   ASSERT_TRUE(zero.ParseFromString(ScalarValue(0.0F).SerializeAsString()));
   EXPECT_EQ(KindOf(zero), contracts::Enumerator::Scalar);
+}
+
+TEST(TestSelectionTest, TheNewestTestIsChosenByTimeThenIdentifierWhateverTheOrder) {
+  contracts::GeneralInformationContainer tests;
+  const auto add = [&](std::int32_t id, std::int64_t seconds, int scale) {
+    contracts::GeneralInformation* test = tests.add_values();
+    test->set_pkident(id);
+    test->mutable_measurementtime()->set_value(seconds);
+    test->mutable_measurementtime()->set_scale(static_cast<bcl::DateTime_TimeSpanScale>(scale));
+  };
+  EXPECT_EQ(NewestTest(tests), nullptr);
+  add(7, 1000, bcl::DateTime_TimeSpanScale_SECONDS);
+  add(3, 2, bcl::DateTime_TimeSpanScale_HOURS);  // 7200 s: the newest so far
+  add(9, 1, 9);                                  // no scale: passed over
+  add(2, 7200, bcl::DateTime_TimeSpanScale_SECONDS);
+  ASSERT_NE(NewestTest(tests), nullptr);
+  EXPECT_EQ(NewestTest(tests)->pkident(), 3) << "equal times: the greater identifier";
+  add(1, 7201, bcl::DateTime_TimeSpanScale_SECONDS);
+  EXPECT_EQ(NewestTest(tests)->pkident(), 1);
+  EXPECT_FALSE(NewestTests(5).topnfirst());
+  EXPECT_TRUE(OldestTests(5).topnfirst());
+  EXPECT_EQ(OldestTests(5).topn(), 5);
 }
 
 }  // namespace

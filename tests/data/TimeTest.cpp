@@ -2,8 +2,10 @@
 
 #include <ctime>
 #include <limits>
+#include <optional>
 #include <tuple>
 
+#include "vrex/data/Iso8601.h"
 #include "vrex/data/Time.h"
 
 namespace vrex::data {
@@ -115,6 +117,24 @@ TEST(TimeTest, FormatsLikeTheCLibraryAndReadsBackOverTheFourDigitYears) {
     EXPECT_EQ(read.Value().wallClock.time_since_epoch(),
               std::chrono::seconds(seconds) + Ticks(fraction))
         << expected;
+  }
+}
+
+TEST(TimeTest, ReadsTheStatedOffsetOrNone) {
+  const std::pair<const char*, std::optional<std::chrono::minutes>> cases[] = {
+      {"2024-03-12T08:00+01:00", std::chrono::minutes(60)},
+      {"2024-03-12T08:00-0530", std::chrono::minutes(-330)},
+      {"2024-03-12 08:00:00+05", std::chrono::minutes(300)},
+      {"2024-03-12t08:00z", std::chrono::minutes(0)},
+      {"2024-03-12", std::nullopt}};
+  for (const auto& [text, offset] : cases) {
+    const auto read = ParseIso8601(text);
+    ASSERT_TRUE(read.Ok()) << text << ": " << read.GetStatus().Message();
+    EXPECT_EQ(read.Value().offset, offset) << text;
+  }
+  for (const char* bad : {"2024-03-12T08:00x", "2024-03-12T08:00+1", "2024-03-12T08:00+24:00",
+                          "2024-03-12T08:00+:30", "2024-03-12T24:00"}) {
+    EXPECT_FALSE(ParseIso8601(bad).Ok()) << bad;
   }
 }
 

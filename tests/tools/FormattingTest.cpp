@@ -1,4 +1,4 @@
-// The pure parts of vrex: units, tables, CSV, numbers and progress.
+// The pure parts of vrex: tables, CSV, numbers and progress.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -8,7 +8,6 @@
 #include "Csv.h"
 #include "ProgressBar.h"
 #include "TextTable.h"
-#include "Unit.pb.h"
 #include "ValueCurves.h"
 #include "ValueSummary.h"
 #include "vrex/MessageJson.h"
@@ -16,23 +15,6 @@
 namespace vrex::cli {
 namespace {
 
-namespace dc = ::Korvan::KQ::DataContracts;
-
-TEST(Units, AreWrittenWithPrefixPowerAndScale) {
-  const std::vector<std::pair<std::string, std::string>> cases = {
-      {R"("Id": "pascal")", "Pa"},
-      {R"("Id": "volt", "Exponent": -3, "Power": 1)", "mV"},
-      {R"("Id": "pascal", "Power": 2)", "Pa^2"},
-      {R"("Id": "pascal", "Scale": "Decibel", "LogRef": 2e-05)", "dB re 2e-05 Pa"},
-      {R"("Scale": "Decibel")", "dB"},
-      {R"("Id": "hertz", "Exponent": 2)", "10^2 Hz"},
-      {"", ""}};
-  for (const auto& [json, text] : cases) {
-    dc::Unit unit;
-    ASSERT_EQ(MergeJsonInto("{" + json + "}", unit), "");
-    EXPECT_EQ(DescribeUnit(unit), text) << json;
-  }
-}
 
 TEST(Tables, AlignColumnsByCharactersNotBytes) {
   TextTable table({"NAME", "VALUE"});

@@ -43,7 +43,7 @@ const std::string kTrack = "Run-Up/Tracker/Acc-1/Housing/Order 2 level/ACC-356A"
 const std::string kVector = "Idle/FFT/Mic-1/Gearbox/Spectrum/MIC-4189-A";
 const std::string kVectorTrack = "Run-Up/FFT/Acc-1/Housing/Spectrum over speed/ACC-356A";
 const std::string kMatrix = "Run-Up/Campbell/Mic-1/Gearbox/Order map/MIC-4189-A";
-const PlotOptions kPng{PlotFormat::Png, "out.png", false, "F / L", LineTimeZone::Utc()};
+const PlotOptions kPng{PlotFormat::Png, "out.png", false, "F / L", data::LineTimeZone::Utc()};
 
 const std::vector<ScriptCase> kScriptCases = {
     {"VectorsOverlaidWithTheirLimit",
@@ -51,7 +51,7 @@ const std::vector<ScriptCase> kScriptCases = {
      kPng,
      {"set terminal pngcairo", "size 1000,520\n", "output = 'out.png'\nset output output\n",
       "set title '" + kVector + "' . \"\\n\" . 'F / L, Bench-1, 2024-03-12'\n",
-      "set xlabel 'Frequency [Hz]'\n", "set ylabel 'Sound pressure level [dB re 2e-05 Pa]'\n",
+      "set xlabel 'Frequency [Hz]'\n", "set ylabel 'Sound pressure level [dB re 20 \u00b5Pa]'\n",
       "$data1 using 1:2 with linespoints lt 2 title '1001  SN-24-0003141  OK'",
       "$data2 using 1:2 with linespoints lt 3 title '1002  SN-24-0003142  NOK'",
       "$data4 using 1:2 with lines ls 101 title 'upper limit: Idle spectrum mask'\n"},
@@ -82,7 +82,7 @@ const std::vector<ScriptCase> kScriptCases = {
      {"0 0.078\n500 0.351\n1000 0.182\n1500 0.065\n"}},
     {"VectorTrackAsWaterfall",
      {kVectorTrack},
-     {PlotFormat::Svg, "out.svg", true, "", LineTimeZone::Utc()},
+     {PlotFormat::Svg, "out.svg", true, "", data::LineTimeZone::Utc()},
      {"set terminal svg", "splot $data1 using 1:2:3:2 with lines",
       "$data2 using 1:2:3 with lines ls 101 title 'upper limit: Housing vibration limit'",
       "set zlabel 'Acceleration [m/s^2]'", "set ylabel 'Speed [rpm]'\n",
@@ -94,11 +94,11 @@ const std::vector<ScriptCase> kScriptCases = {
      kPng,
      {"using 1:2:3 with image notitle", "set xlabel 'Order'\nset ylabel 'Speed [rpm]'\n",
       "right = 0.86\n", "set lmargin at screen 0.09\nset rmargin at screen right\n",
-      "set cbrange [40.2:70]\n", "set cblabel 'Sound pressure level [dB re 2e-05 Pa]'\n"},
+      "set cbrange [40.2:70]\n", "set cblabel 'Sound pressure level [dB re 20 \u00b5Pa]'\n"},
      {"1 1000 52.1\n2 1000 48.3\n3 1000 44\n4 1000 40.2\n\n1 2000 58.4\n"}},
     {"MatrixInSvgDrawnAsCells",
      {kMatrix},
-     {PlotFormat::Svg, "out.svg", false, "", LineTimeZone::Utc()},
+     {PlotFormat::Svg, "out.svg", false, "", data::LineTimeZone::Utc()},
      {"using 1:2:3 with image pixels notitle"},
      {}},
     {"PanelPerQuantity",

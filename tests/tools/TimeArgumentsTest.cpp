@@ -1,11 +1,9 @@
-// Times typed on the command line and times shown in a line's zone.
+// Times typed on the command line, read in a line's zone.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "LineTimeZone.h"
 #include "TimeArguments.h"
-#include "vrex/data/Time.h"
 
 namespace vrex::cli {
 namespace {
@@ -16,7 +14,7 @@ using std::chrono::seconds;
 
 SystemTime Utc(std::int64_t secondsSince1970) { return SystemTime(seconds(secondsSince1970)); }
 
-const LineTimeZone kBerlin = LineTimeZone::Named("Europe/Berlin", minutes(60));
+const data::LineTimeZone kBerlin = data::LineTimeZone::Named("Europe/Berlin", minutes(60));
 
 TEST(RelativeSpans, AreReadInEveryUnitAndCombination) {
   const std::vector<std::pair<std::string, seconds>> cases = {
@@ -65,23 +63,6 @@ TEST(Iso8601Arguments, RejectWhatIsNoTime) {
     const auto parsed = ParseTimeArgument(bad, Utc(0), kBerlin);
     EXPECT_FALSE(parsed.Ok()) << bad;
   }
-}
-
-TEST(LineTimes, AreShownWithTheOffsetInForceThen) {
-  EXPECT_EQ(kBerlin.Format(Utc(1'719'813'600)), "2024-07-01T08:00:00+02:00");
-  const auto chicagoWithoutDatabase = LineTimeZone::Named("Nowhere/Unknown", minutes(-360));
-  EXPECT_EQ(chicagoWithoutDatabase.Format(Utc(1'710'223'091)), "2024-03-11T23:58:11-06:00");
-}
-
-TEST(LineTimes, ContractTimesKeepFractionsLocalTimesAndExtremes) {
-  bcl::DateTime time = data::FromSystemTime(Utc(1'710'223'091) + std::chrono::milliseconds(250));
-  EXPECT_EQ(kBerlin.Format(time), "2024-03-12T06:58:11.25+01:00");
-  time.set_kind(bcl::DateTime_DateTimeKind_LOCAL);
-  EXPECT_EQ(kBerlin.Format(time), "2024-03-12T05:58:11.25") << "a local time is shown as sent";
-  bcl::DateTime greatest;
-  greatest.set_scale(bcl::DateTime_TimeSpanScale_MINMAX);
-  greatest.set_value(1);
-  EXPECT_EQ(kBerlin.Format(greatest), "max");
 }
 
 }  // namespace

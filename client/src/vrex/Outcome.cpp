@@ -5,7 +5,7 @@
 
 #include "transport/StatusDetail.h"
 #include "vrex/HttpStatus.h"
-#include "vrex/data/Time.h"
+#include "vrex/data/TimeText.h"
 
 namespace vrex {
 

@@ -45,7 +45,7 @@ std::string FirstOutside(const Tests& tests, const Items& items, const std::stri
 }
 
 std::string OutsideWindow(const dc::TimeFilter& window, const Tests& tests,
-                          const LineTimeZone& zone) {
+                          const data::LineTimeZone& zone) {
   const auto from = data::ToSystemTime(window.from());
   const auto until = data::ToSystemTime(window.until());
   for (const dc::GeneralInformation* test : tests) {
@@ -76,7 +76,7 @@ Tests TestsOf(const dc::MeasurementContainer& answer) {
   return tests;
 }
 
-void NoteContradictions(const Question& question, const Tests& tests, const LineTimeZone& zone,
+void NoteContradictions(const Question& question, const Tests& tests, const data::LineTimeZone& zone,
                         Console& console) {
   for (const std::string& note : CheckAnswer(question, tests, zone)) {
     console.err << "vrex: note: " << note << '\n';
@@ -84,7 +84,7 @@ void NoteContradictions(const Question& question, const Tests& tests, const Line
 }
 
 std::vector<std::string> CheckAnswer(const Question& question, const Tests& tests,
-                                     const LineTimeZone& zone) {
+                                     const data::LineTimeZone& zone) {
   const SelectionFilters& filters = question.filters;
   std::vector<std::string> notes;
   if (!question.ids.empty()) {

@@ -11,10 +11,10 @@
 #include "Console.h"
 #include "GeneralInformationByIdQuery.pb.h"
 #include "GeneralInformationContainer.pb.h"
-#include "LineTimeZone.h"
 #include "MeasurementByIdQuery.pb.h"
 #include "MeasurementContainer.pb.h"
 #include "SelectionOptions.h"
+#include "vrex/data/LineTimeZone.h"
 
 namespace vrex::cli {
 
@@ -52,11 +52,11 @@ TestHeaders TestsOf(const Korvan::KQ::DataContracts::MeasurementContainer& answe
 /// first test at fault: "asked for the last 3, got 4", "asked for bench
 /// Bench-1, got test 1003 of bench Bench-3". Times are shown in `zone`.
 std::vector<std::string> CheckAnswer(const Question& question, const TestHeaders& tests,
-                                     const LineTimeZone& zone);
+                                     const data::LineTimeZone& zone);
 
 /// Prints the notes of CheckAnswer on stderr, "vrex: note: ...".
 void NoteContradictions(const Question& question, const TestHeaders& tests,
-                        const LineTimeZone& zone, Console& console);
+                        const data::LineTimeZone& zone, Console& console);
 
 /// For SendAndPrint: notes where an answer to `query` contradicts it.
 template <class Query>

@@ -7,13 +7,14 @@
 #include "ValueSummary.h"
 #include "vrex/data/Clavis.h"
 #include "vrex/data/Measurements.h"
+#include "vrex/data/Units.h"
 
 namespace vrex::cli {
 
 namespace dc = ::Korvan::KQ::DataContracts;
 namespace en = ::Korvan::KQ::DataContracts::Enumerator;
 
-std::string TestsCsv(const dc::GeneralInformationContainer& tests, const LineTimeZone& zone) {
+std::string TestsCsv(const dc::GeneralInformationContainer& tests, const data::LineTimeZone& zone) {
   std::string csv = CsvRecord(
       {"id", "time", "serial", "type", "bench", "result", "test_kind", "ordinal", "last"});
   for (const dc::GeneralInformation& test : tests.values()) {
@@ -56,9 +57,9 @@ std::string ValueRows(const std::vector<std::string>& lead, const dc::Measuremen
     return row({kind, "", "", "", "", "", "", "", SummariseValue(*value)});
   }
   const std::vector<Curve> limit = UpperLimit(*value);
-  const std::string xUnit = DescribeUnit(curves.xUnit);
-  const std::string zUnit = curves.curves.front().z ? DescribeUnit(curves.zUnit) : "";
-  const std::string yUnit = DescribeUnit(curves.yUnit);
+  const std::string xUnit = data::UnitText(curves.xUnit);
+  const std::string zUnit = curves.curves.front().z ? data::UnitText(curves.zUnit) : "";
+  const std::string yUnit = data::UnitText(curves.yUnit);
   std::string rows;
   for (std::size_t r = 0; r < curves.curves.size(); ++r) {
     const Curve& curve = curves.curves[r];
@@ -88,7 +89,7 @@ std::string MeasurementsCsv(const dc::MeasurementContainer& container) {
   return csv;
 }
 
-std::string LogCsv(const dc::LogEntryContainer& log, const LineTimeZone& zone) {
+std::string LogCsv(const dc::LogEntryContainer& log, const data::LineTimeZone& zone) {
   std::string csv = CsvRecord({"time", "level", "source", "event", "message", "exception"});
   for (const dc::LogEntry& entry : log.logentries()) {
     csv += CsvRecord({zone.Format(entry.timestamp()), en::LogLevel_Name(entry.level()),

@@ -6,15 +6,15 @@
 #include <string>
 
 #include "GeneralInformationContainer.pb.h"
-#include "LineTimeZone.h"
 #include "LogEntryContainer.pb.h"
 #include "MeasurementContainer.pb.h"
+#include "vrex/data/LineTimeZone.h"
 
 namespace vrex::cli {
 
 /// id, time, serial, type, bench, result, test_kind, ordinal, last.
 std::string TestsCsv(const Korvan::KQ::DataContracts::GeneralInformationContainer& tests,
-                     const LineTimeZone& zone);
+                     const data::LineTimeZone& zone);
 
 /// test_id, serial, result, quantity, kind, x, x_unit, z, z_unit, y,
 /// y_unit, limit, note: a row per point of every value (a scalar's x is its
@@ -25,6 +25,6 @@ std::string MeasurementsCsv(const Korvan::KQ::DataContracts::MeasurementContaine
 
 /// time, level, source, event, message, exception.
 std::string LogCsv(const Korvan::KQ::DataContracts::LogEntryContainer& log,
-                   const LineTimeZone& zone);
+                   const data::LineTimeZone& zone);
 
 }  // namespace vrex::cli

@@ -23,7 +23,7 @@ std::string RepetitionText(const dc::GeneralInformation& test) {
 }  // namespace
 
 std::string RenderTestTable(const dc::GeneralInformationContainer& tests,
-                            const LineTimeZone& zone) {
+                            const data::LineTimeZone& zone) {
   if (tests.values_size() == 0) {
     return "No tests match.\n";
   }
@@ -37,7 +37,7 @@ std::string RenderTestTable(const dc::GeneralInformationContainer& tests,
   return table.Render();
 }
 
-std::string DescribeTest(const dc::GeneralInformation& test, const LineTimeZone& zone) {
+std::string DescribeTest(const dc::GeneralInformation& test, const data::LineTimeZone& zone) {
   return std::to_string(test.pkident()) + "  " + zone.Format(test.measurementtime()) + "  " +
          Printable(test.serial()) + "  " + Printable(test.bench()) + "  " +
          Printable(test.result());
@@ -99,7 +99,7 @@ std::map<int, const dc::Measurement*> TestsInOrder(const dc::MeasurementContaine
 }
 
 std::string RenderMeasurements(const dc::MeasurementContainer& container,
-                               const LineTimeZone& zone) {
+                               const data::LineTimeZone& zone) {
   if (container.measurements().empty()) {
     return "No measurements match.\n";
   }
@@ -131,7 +131,7 @@ std::string ContextOf(const dc::LogEntryContainer& log) {
 
 }  // namespace
 
-std::string RenderLog(const dc::LogEntryContainer& log, const LineTimeZone& zone) {
+std::string RenderLog(const dc::LogEntryContainer& log, const data::LineTimeZone& zone) {
   std::string text = "Log of " + ContextOf(log);
   if (log.has_lastmodified()) {
     text += ", last changed " + zone.Format(log.lastmodified());

@@ -1,8 +1,8 @@
 #include "JsonTimes.h"
 
-#include "LineTimeZone.h"
 #include "bcl.pb.h"
 #include "vrex/MessageJson.h"
+#include "vrex/data/LineTimeZone.h"
 #include "vrex/data/Time.h"
 
 namespace vrex::cli {
@@ -34,7 +34,7 @@ std::string WithIsoTimes(const std::string& json) {
         lineStart == std::string::npos ? " " : json.substr(lineStart, nameStart - lineStart);
     result += json.substr(copied, close + 1 - copied) + "," + indent +
               json.substr(nameStart, at - nameStart) + "Iso\": \"" +
-              LineTimeZone::Utc().Format(time) + "\"";
+              data::LineTimeZone::Utc().Format(time) + "\"";
     copied = close + 1;
   }
   return result + json.substr(copied);

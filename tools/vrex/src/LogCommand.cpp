@@ -36,7 +36,7 @@ std::string LevelNames() {
   return names;
 }
 
-Result<dc::LogEntryQuery> BuildLogQuery(const LogArguments& arguments, const LineTimeZone& zone) {
+Result<dc::LogEntryQuery> BuildLogQuery(const LogArguments& arguments, const data::LineTimeZone& zone) {
   dc::LogEntryQuery query;
   const SelectionArguments& selection = arguments.selection;
   if (!selection.factory.empty()) query.set_factory(selection.factory);
@@ -67,10 +67,10 @@ ExitCode Run(const LogArguments& arguments, Console& console) {
   const Client& client = deadline.First();
   const SelectionArguments& selection = arguments.selection;
   const bool namesLine = !selection.factory.empty() && !selection.line.empty();
-  const LineTimeZone zone = namesLine ? LineZoneLookUp(client, selection.factory, selection.line,
+  const data::LineTimeZone zone = namesLine ? LineZoneLookUp(client, selection.factory, selection.line,
                                                        arguments.server.verbose)
                                             .Get(console)
-                                      : LineTimeZone::Utc();
+                                      : data::LineTimeZone::Utc();
   const auto query = BuildLogQuery(arguments, zone);
   if (!query.Ok()) {
     console.err << "vrex: " << query.GetStatus().Message() << '\n';

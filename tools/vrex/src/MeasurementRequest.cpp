@@ -24,7 +24,7 @@ Result<dc::ClavisFilter> BuildClavisFilter(const std::vector<std::string>& clave
 Result<MeasurementRequest> BuildMeasurementRequest(const SelectionArguments& selection,
                                                    const std::vector<int>& ids,
                                                    const dc::ClavisFilter& quantities,
-                                                   const LineTimeZone& zone, SystemTime now) {
+                                                   const data::LineTimeZone& zone, SystemTime now) {
   const bool restricted = quantities.items_size() > 0;
   if (!ids.empty()) {
     auto query = MakeByIdQuery<dc::MeasurementByIdQuery>(selection, ids);
@@ -72,7 +72,7 @@ Result<PreparedRequest> PrepareMeasurementRequest(const SelectionArguments& sele
       ids.empty()
           ? BuildMeasurementRequest(selection, ids, quantities.Value(), zone->Get(console),
                                     std::chrono::system_clock::now())
-          : BuildMeasurementRequest(selection, ids, quantities.Value(), LineTimeZone::Utc(), {});
+          : BuildMeasurementRequest(selection, ids, quantities.Value(), data::LineTimeZone::Utc(), {});
   if (!request.Ok()) {
     return Result<PreparedRequest>::Failure(request.GetStatus());
   }

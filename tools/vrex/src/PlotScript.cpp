@@ -1,7 +1,6 @@
 #include "PlotScript.h"
 
 #include <algorithm>
-#include <array>
 #include <map>
 #include <set>
 #include <utility>
@@ -11,6 +10,7 @@
 #include "ValueSummary.h"
 #include "vrex/data/Clavis.h"
 #include "vrex/data/Measurements.h"
+#include "vrex/data/Units.h"
 
 namespace vrex::cli {
 
@@ -125,47 +125,10 @@ std::map<int, int> TestStyles(const std::vector<TestValue>& values) {
   return styles;
 }
 
-// The physical quantity a unit measures, to name an axis by.
-std::string QuantityOf(en::UnitId unit) {
-  static const std::array<std::pair<en::UnitId, std::string_view>, 22> names = {{
-      {en::second, "Time"},
-      {en::DtTm, "Time"},
-      {en::hertz, "Frequency"},
-      {en::rpm, "Speed"},
-      {en::revolution, "Revolutions"},
-      {en::order, "Order"},
-      {en::volt, "Voltage"},
-      {en::pascal, "Sound pressure"},
-      {en::newton_metre, "Torque"},
-      {en::couloomb, "Charge"},
-      {en::metre_per_second_squared, "Acceleration"},
-      {en::gravity, "Acceleration"},
-      {en::metre, "Displacement"},
-      {en::degree, "Angle"},
-      {en::radian, "Angle"},
-      {en::kilo_metre_per_hour, "Velocity"},
-      {en::miles_per_hour, "Velocity"},
-      {en::metres_per_second, "Velocity"},
-      {en::radians_per_second, "Angular velocity"},
-      {en::radians_per_second_squared, "Angular acceleration"},
-      {en::sqare_metre, "Area"},
-      {en::bar, "Pressure"},
-  }};
-  for (const auto& [id, name] : names) {
-    if (id == unit) return std::string(name);
-  }
-  return "";
-}
-
-// "Sound pressure level [dB re 2e-05 Pa]", "Order", "[count]"; `fallback`
-// when the unit says nothing.
+// The unit's axis label, or `fallback` when the unit says nothing.
 std::string AxisLabel(const dc::Unit& unit, const std::string& fallback) {
-  std::string name = QuantityOf(unit.id());
-  if (!name.empty() && unit.scale() == en::Decibel) name += " level";
-  const std::string symbol = DescribeUnit(unit);
-  if (name.empty() && symbol.empty()) return fallback;
-  if (name.empty() || symbol.empty() || symbol == "order") return name.empty() ? symbol : name;
-  return name + " [" + symbol + "]";
+  std::string label = data::AxisLabel(unit);
+  return label.empty() ? fallback : label;
 }
 
 std::string Labels(const ValueCurves& curves, const std::string& yFallback) {
@@ -309,7 +272,7 @@ void AddScalarPanel(Figure& figure, const std::string& title,
 }
 
 std::string ZText(const ValueCurves& curves, double z) {
-  const std::string unit = DescribeUnit(curves.zUnit);
+  const std::string unit = data::UnitText(curves.zUnit);
   return AxisText(z) + (unit.empty() ? "" : " " + unit);
 }
 

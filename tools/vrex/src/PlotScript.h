@@ -10,9 +10,9 @@
 #include <vector>
 
 #include "Clavis.pb.h"
-#include "LineTimeZone.h"
 #include "MeasurementContainer.pb.h"
 #include "vrex/Result.h"
+#include "vrex/data/LineTimeZone.h"
 
 namespace vrex::cli {
 
@@ -23,7 +23,7 @@ struct PlotOptions {
   std::string output;      ///< the picture, unless the variable `output` says otherwise
   bool waterfall = false;  ///< vector tracks in 3D, one line per row
   std::string line;        ///< "Plant-North / Line-A", for the titles
-  LineTimeZone zone = LineTimeZone::Utc();  ///< of the tests' dates in the titles
+  data::LineTimeZone zone = data::LineTimeZone::Utc();  ///< of the tests' dates in the titles
 };
 
 struct PlotScript {

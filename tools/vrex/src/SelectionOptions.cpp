@@ -37,7 +37,7 @@ void AddSelectionArguments(CLI::App& command, SelectionArguments& arguments) {
   command.add_option("--serial", arguments.serials, "Only tests of this serial (repeatable)");
 }
 
-Result<TimeWindow> ReadTimeWindow(const SelectionArguments& arguments, const LineTimeZone& zone,
+Result<TimeWindow> ReadTimeWindow(const SelectionArguments& arguments, const data::LineTimeZone& zone,
                                   SystemTime now) {
   TimeWindow window;
   const std::pair<const std::string*, std::optional<SystemTime>*> bounds[] = {
@@ -60,7 +60,7 @@ Result<TimeWindow> ReadTimeWindow(const SelectionArguments& arguments, const Lin
 }
 
 Result<SelectionFilters> BuildSelectionFilters(const SelectionArguments& arguments,
-                                               const LineTimeZone& zone, SystemTime now) {
+                                               const data::LineTimeZone& zone, SystemTime now) {
   const auto window = ReadTimeWindow(arguments, zone, now);
   if (!window.Ok()) {
     return Result<SelectionFilters>::Failure(window.GetStatus().Message());
@@ -95,7 +95,7 @@ LineZoneLookUp::LineZoneLookUp(const Client& client, std::string factory, std::s
       line_(std::move(line)),
       verbose_(verbose) {}
 
-const LineTimeZone& LineZoneLookUp::Get(Console& console) {
+const data::LineTimeZone& LineZoneLookUp::Get(Console& console) {
   if (zone_) {
     return *zone_;
   }
@@ -107,7 +107,7 @@ const LineTimeZone& LineZoneLookUp::Get(Console& console) {
                 << factory_ << "\" (see `vrex topology`); times are in UTC\n";
   }
   // A topology that cannot be read: the request that follows reports why.
-  return zone_.emplace(found != nullptr ? LineTimeZone::Of(*found) : LineTimeZone::Utc());
+  return zone_.emplace(found != nullptr ? data::LineTimeZone::Of(*found) : data::LineTimeZone::Utc());
 }
 
 }  // namespace vrex::cli

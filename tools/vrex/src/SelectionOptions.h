@@ -10,7 +10,7 @@
 
 #include "BenchFilter.pb.h"
 #include "Console.h"
-#include "LineTimeZone.h"
+#include "TimeArguments.h"
 #include "SerialNumberFilter.pb.h"
 #include "SimpleTopologyContainer.pb.h"
 #include "TimeFilter.pb.h"
@@ -45,7 +45,7 @@ struct TimeWindow {
 };
 
 /// The window of --since, or --from and --until, read in `zone`.
-Result<TimeWindow> ReadTimeWindow(const SelectionArguments& arguments, const LineTimeZone& zone,
+Result<TimeWindow> ReadTimeWindow(const SelectionArguments& arguments, const data::LineTimeZone& zone,
                                   SystemTime now);
 
 struct SelectionFilters {
@@ -58,7 +58,7 @@ struct SelectionFilters {
 /// The filters of the arguments; the last kDefaultLastTests tests when no
 /// time window and no --last is given (the server wants one of them).
 Result<SelectionFilters> BuildSelectionFilters(const SelectionArguments& arguments,
-                                               const LineTimeZone& zone, SystemTime now);
+                                               const data::LineTimeZone& zone, SystemTime now);
 
 /// Puts line and filters into a query of the selection block.
 template <class Query>
@@ -84,14 +84,14 @@ class LineZoneLookUp {
 
   /// With `verbose`, Get says on stderr when it has to wait.
   LineZoneLookUp(const Client& client, std::string factory, std::string line, bool verbose = false);
-  const LineTimeZone& Get(Console& console);
+  const data::LineTimeZone& Get(Console& console);
 
  private:
   using Topology = Korvan::KQ::DataContracts::SimpleTopologyContainer;
   AsyncCall<Result<Topology, Outcome>> topology_;
   std::string factory_;
   std::string line_;
-  std::optional<LineTimeZone> zone_;
+  std::optional<data::LineTimeZone> zone_;
   bool verbose_;
 };
 

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "vrex/data/Iso8601.h"
 #include "vrex/data/Time.h"
 
 namespace vrex::cli {
@@ -81,7 +82,7 @@ Result<seconds> ParseRelativeSpan(std::string_view text) {
   return Result<seconds>::Success(total);
 }
 
-Result<SystemTime> ParseIso8601(std::string_view text, const LineTimeZone& zone) {
+Result<SystemTime> ParseIso8601(std::string_view text, const data::LineTimeZone& zone) {
   const auto reading = data::ParseIso8601(text);
   if (!reading) {
     return Failure<SystemTime>(reading.GetStatus().Message());
@@ -97,7 +98,7 @@ Result<SystemTime> ParseIso8601(std::string_view text, const LineTimeZone& zone)
 }
 
 Result<SystemTime> ParseTimeArgument(std::string_view text, SystemTime now,
-                                     const LineTimeZone& zone) {
+                                     const data::LineTimeZone& zone) {
   if (!text.empty() && std::isdigit(static_cast<unsigned char>(text.back())) == 0 &&
       text.find('-') == std::string_view::npos) {
     const auto span = ParseRelativeSpan(text);

@@ -6,20 +6,22 @@
 #include <chrono>
 #include <string_view>
 
-#include "LineTimeZone.h"
 #include "vrex/Result.h"
+#include "vrex/data/LineTimeZone.h"
 
 namespace vrex::cli {
+
+using SystemTime = std::chrono::system_clock::time_point;
 
 /// A span like "2h", "15m", "30s", "1d", "1w" or "1h30m"; must be positive.
 Result<std::chrono::seconds> ParseRelativeSpan(std::string_view text);
 
 /// An ISO 8601 date or date and time. Without an offset or "Z" the reading
 /// is taken in `zone`, the line's time zone.
-Result<SystemTime> ParseIso8601(std::string_view text, const LineTimeZone& zone);
+Result<SystemTime> ParseIso8601(std::string_view text, const data::LineTimeZone& zone);
 
 /// A relative span (counted back from `now`) or an ISO 8601 time.
 Result<SystemTime> ParseTimeArgument(std::string_view text, SystemTime now,
-                                     const LineTimeZone& zone);
+                                     const data::LineTimeZone& zone);
 
 }  // namespace vrex::cli

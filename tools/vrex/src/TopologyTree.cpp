@@ -3,7 +3,7 @@
 #include <chrono>
 
 #include "TerminalText.h"
-#include "vrex/data/Time.h"
+#include "vrex/data/Iso8601.h"
 
 namespace vrex::cli {
 

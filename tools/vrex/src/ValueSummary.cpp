@@ -1,14 +1,13 @@
 #include "ValueSummary.h"
 
 #include <algorithm>
-#include <array>
 #include <sstream>
-#include <utility>
 #include <vector>
 
 #include "vrex/data/Axes.h"
 #include "vrex/data/Measurements.h"
 #include "vrex/data/Tracks.h"
+#include "vrex/data/Units.h"
 
 namespace vrex::cli {
 
@@ -22,43 +21,6 @@ std::string Number(double value) {
   text.precision(6);
   text << value;
   return text.str();
-}
-
-std::string UnitSymbol(en::UnitId id) {
-  static const std::array<std::pair<en::UnitId, std::string_view>, 16> symbols = {{
-      {en::percent, "%"},
-      {en::second, "s"},
-      {en::hertz, "Hz"},
-      {en::rpm, "rpm"},
-      {en::volt, "V"},
-      {en::pascal, "Pa"},
-      {en::newton_metre, "N m"},
-      {en::metre_per_second_squared, "m/s^2"},
-      {en::gravity, "g"},
-      {en::metre, "m"},
-      {en::degree, "deg"},
-      {en::radian, "rad"},
-      {en::kilo_metre_per_hour, "km/h"},
-      {en::miles_per_hour, "mph"},
-      {en::metres_per_second, "m/s"},
-      {en::bar, "bar"},
-  }};
-  for (const auto& [unit, symbol] : symbols) {
-    if (unit == id) {
-      return std::string(symbol);
-    }
-  }
-  return id == en::count ? "" : en::UnitId_Name(id);
-}
-
-// The SI prefix of a power of ten that is a multiple of three; "10^e " else.
-std::string PrefixOf(int exponent) {
-  static constexpr std::array<std::string_view, 9> prefixes = {"p", "n", "\u00b5", "m", "",
-                                                               "k", "M", "G",      "T"};
-  if (exponent % 3 == 0 && exponent >= -12 && exponent <= 12) {
-    return std::string(prefixes[static_cast<std::size_t>(exponent / 3 + 4)]);
-  }
-  return "10^" + std::to_string(exponent) + " ";
 }
 
 std::string Range(const std::vector<double>& values, const std::string& unit) {
@@ -90,21 +52,18 @@ std::string Axes(const std::vector<double>& x, const dc::Unit& xUnit, const std:
                  const dc::Unit& yUnit) {
   std::string text;
   if (!x.empty()) {
-    text += ", x " + Range(x, DescribeUnit(xUnit));
+    text += ", x " + Range(x, data::UnitText(xUnit));
   }
   if (!y.empty()) {
-    text += ", y " + Range(y, DescribeUnit(yUnit));
+    text += ", y " + Range(y, data::UnitText(yUnit));
   }
   return text;
 }
 
 std::string ScalarText(const dc::Scalar& scalar) {
-  const std::string unit = DescribeUnit(scalar.unit());
-  std::string text = Number(scalar.value()) + (unit.empty() ? "" : " " + unit);
+  std::string text = data::FormatWithUnit(scalar.value(), scalar.unit());
   if (scalar.has_position()) {
-    const std::string positionUnit = DescribeUnit(scalar.position().unit());
-    text += " at " + Number(scalar.position().value()) +
-            (positionUnit.empty() ? "" : " " + positionUnit);
+    text += " at " + data::FormatWithUnit(scalar.position().value(), scalar.position().unit());
   }
   return text;
 }
@@ -132,25 +91,6 @@ std::string RowsText(const data::Track& track, const dc::Unit& xUnit, const dc::
 }
 
 }  // namespace
-
-std::string DescribeUnit(const dc::Unit& unit) {
-  if (unit.id() == en::invalid && unit.scale() == en::Linear) {
-    return "";
-  }
-  std::string text = unit.id() == en::invalid ? "" : PrefixOf(unit.exponent()) + UnitSymbol(unit.id());
-  if (unit.power() != 0 && unit.power() != 1) {
-    text += "^" + std::to_string(unit.power());
-  }
-  switch (unit.scale()) {
-    case en::Decibel:
-      return unit.logref() != 0.0F ? "dB re " + Number(unit.logref()) + " " + text
-                                   : "dB" + (text.empty() ? "" : " " + text);
-    case en::Logarithm:
-      return "log " + text;
-    default:
-      return text;
-  }
-}
 
 std::string DescribeKind(const dc::MeasurementValue& value) {
   return en::DataType_Name(data::KindOf(value));

@@ -5,18 +5,14 @@
 #include <string>
 
 #include "MeasurementValue.pb.h"
-#include "Unit.pb.h"
 
 namespace vrex::cli {
-
-/// "Pa", "mV", "dB re 2e-05 Pa", "Pa^2"; empty for no unit.
-std::string DescribeUnit(const Korvan::KQ::DataContracts::Unit& unit);
 
 /// The kind's name as the contract spells it ("Scalar", "VectorTrack", ...);
 /// "Invalid" when the value carries none.
 std::string DescribeKind(const Korvan::KQ::DataContracts::MeasurementValue& value);
 
-/// "72.4 dB re 2e-05 Pa at 1500 rpm", "400 points, x 20..8000 Hz, y
+/// "72.4 dB re 20 µPa at 1500 rpm", "400 points, x 20..8000 Hz, y
 /// 31.2..68.9 dB", "invalid: Sensor overload at 3800 rpm".
 std::string SummariseValue(const Korvan::KQ::DataContracts::MeasurementValue& value);
 

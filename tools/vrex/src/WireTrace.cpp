@@ -2,7 +2,7 @@
 
 #include <ostream>
 
-#include "vrex/data/Time.h"
+#include "vrex/data/TimeText.h"
 
 namespace vrex::cli {
 
