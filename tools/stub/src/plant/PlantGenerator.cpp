@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "plant/DaylightSaving.h"
 #include "plant/PlantRandom.h"
 #include "plant/PlantSchema.h"
 #include "plant/Sqlite.h"
@@ -194,7 +195,9 @@ struct Retest {
   std::int64_t due;
 };
 
-const char* OperatorAt(std::int64_t time, int offsetMinutes, PlantRandom& random) {
+const char* OperatorAt(std::int64_t time, const Zone& zone, PlantRandom& random) {
+  const int offsetMinutes =
+      UtcOffsetMinutesAt(zone.iana, zone.offsetMinutes, zone.daylightSaving, time);
   const std::int64_t minute = ((time / 60 + offsetMinutes) % 1440 + 1440) % 1440;
   for (const ShiftDefinition& shift : Shifts()) {
     for (const auto& [start, end] : shift.items) {
@@ -256,7 +259,7 @@ std::vector<Test> PlanTests(const LineDefinition& line, const std::vector<std::i
               unit.tests,
               unit.firstTime,
               unit.serial,
-              OperatorAt(time, line.zone.offsetMinutes, random),
+              OperatorAt(time, line.zone, random),
               order.empty() ? "PO-" + letter + "80000" : order,
               random.Next() >> 1,
               unitIndex,

@@ -45,6 +45,7 @@
 #include "plant/PlantCommands.h"
 #include "plant/PlantLine.h"
 #include "plant/PlantReports.h"
+#include "plant/TestHistory.h"
 #include "plant/TestSelection.h"
 #include "plant/TestValues.h"
 
@@ -491,6 +492,7 @@ std::map<std::string, PlantHandler, std::less<>> MakeHandlers() {
   };
   AddCommandHandlers(handlers);
   AddReportHandlers(handlers);
+  AddHistoryHandlers(handlers);
   return handlers;
 }
 

@@ -9,14 +9,13 @@
 #include "ArchiveFileInfoQuery.pb.h"
 #include "RejectsByShiftContainer.pb.h"
 #include "RejectsByShiftQuery.pb.h"
-#include "TestHistoryGeneralContainer.pb.h"
-#include "TestHistoryGeneralQuery.pb.h"
 #include "TopNRejectsContainer.pb.h"
 #include "TopNRejectsQuery.pb.h"
 #include "WavFileInfo.pb.h"
 #include "WavFileInfoQuery.pb.h"
 #include "WavFileQuery.pb.h"
 #include "WavFileTestBenchQuery.pb.h"
+#include "plant/DefectFilter.h"
 #include "plant/PlantLine.h"
 #include "plant/TestSelection.h"
 #include "plant/TestSound.h"
@@ -96,21 +95,6 @@ dc::ArchiveFileInfoContainer ArchiveInfos(SqliteDatabase& db,
   return container;
 }
 
-/// The rejected tests of a selection with their defects.
-struct Reject {
-  const TestRow* test;
-  dc::DefectReport defects;
-};
-
-std::vector<Reject> RejectsOf(SqliteDatabase& db, const std::vector<TestRow>& tests) {
-  std::vector<Reject> rejects;
-  for (const TestRow& test : tests) {
-    if (test.header.resultid() != 1)
-      rejects.push_back({&test, DefectsOf(db, test.header.pkident()).report});
-  }
-  return rejects;
-}
-
 dc::RejectsByShiftContainer RejectsByShift(SqliteDatabase& db,
                                            const dc::RejectsByShiftQuery& query) {
   const PlantLine line = LineOf(db, query);
@@ -162,24 +146,16 @@ std::pair<std::string, std::string> CategoryOf(const Reject& reject, const dc::D
   }
 }
 
-bool CodeSelected(const dc::TopNRejectsQuery& query, const dc::Defect& defect) {
-  if (!query.has_errorcode()) return true;
-  const auto& items = query.errorcode().items();
-  const bool listed = std::find(items.begin(), items.end(), defect.errorcode()) != items.end();
-  return listed != query.errorcode().exclude();
-}
-
 dc::TopNRejectsContainer TopNRejects(SqliteDatabase& db, const dc::TopNRejectsQuery& query) {
-  const auto tests = SelectTests(db, LineOf(db, query), ReadSelection(query));
+  const PlantLine line = LineOf(db, query);
+  const auto tests = SelectTests(db, line, ReadSelection(query));
+  const DefectFilter filter(db, line, query, query.includewarnings());
   std::map<std::pair<std::string, std::string>, dc::TopNRejectsData> counts;
-  for (const Reject& reject : RejectsOf(db, tests)) {
+  for (const Reject& reject : RejectsOf(db, tests, query.includewarnings())) {
     // A test counts once in each category its defects fall in.
     std::set<std::pair<std::string, std::string>> seen;
-    const bool firstOnly = query.has_errorcode() && query.errorcode().firsterroronly();
-    for (int i = 0; i < reject.defects.defects_size() && !(firstOnly && i > 0); ++i) {
-      const dc::Defect& defect = reject.defects.defects(i);
-      if (!CodeSelected(query, defect)) continue;
-      const auto category = CategoryOf(reject, defect, query.groupby());
+    for (const dc::Defect* defect : filter.Select(reject.defects.defects())) {
+      const auto category = CategoryOf(reject, *defect, query.groupby());
       if (!seen.insert(category).second) continue;
       dc::TopNRejectsData& data = counts[category];
       if (data.count() == 0) {
@@ -204,41 +180,6 @@ dc::TopNRejectsContainer TopNRejects(SqliteDatabase& db, const dc::TopNRejectsQu
   return container;
 }
 
-dc::TestHistoryGeneralContainer TestHistory(SqliteDatabase& db,
-                                            const dc::TestHistoryGeneralQuery& query) {
-  const PlantLine line = LineOf(db, query);
-  const std::int64_t offset =
-      query.applyshiftoffset() ? std::int64_t{line.utcOffsetMinutes} * 60 : 0;
-  std::map<std::int64_t, dc::TestHistoryGeneralData> days;
-  for (const TestRow& test : SelectTests(db, line, ReadSelection(query))) {
-    const std::int64_t local = test.header.measurementtime().value() + offset;
-    const std::int64_t day = local >= 0 ? local / 86400 : (local - 86399) / 86400;
-    dc::TestHistoryGeneralData& data = days[day];
-    if (data.allunits() == 0) {
-      const std::time_t seconds = day * 86400;
-      std::tm date{};
-      gmtime_r(&seconds, &date);
-      char week[4];
-      std::strftime(week, sizeof week, "%V", &date);
-      data.set_year(date.tm_year + 1900);
-      data.set_week(std::atoi(week));
-      data.set_day(date.tm_mday);
-      const std::int64_t monday = day - (date.tm_wday + 6) % 7;
-      *data.mutable_startofweek() = UtcTime(monday, bcl::DateTime_TimeSpanScale_DAYS);
-      *data.mutable_endofweek() = UtcTime(monday + 7, bcl::DateTime_TimeSpanScale_DAYS);
-    }
-    data.set_allunits(data.allunits() + 1);
-    if (test.header.resultid() == 1) {
-      data.set_goodunits(data.goodunits() + 1);
-    } else {
-      data.set_badunits(data.badunits() + 1);
-    }
-  }
-  dc::TestHistoryGeneralContainer container;
-  for (auto& [day, data] : days) *container.add_values() = std::move(data);
-  return container;
-}
-
 }  // namespace
 
 void AddReportHandlers(std::map<std::string, PlantHandler, std::less<>>& handlers) {
@@ -253,7 +194,6 @@ void AddReportHandlers(std::map<std::string, PlantHandler, std::less<>>& handler
   handlers.emplace("ArchiveFileInfoQuery", Answering<dc::ArchiveFileInfoQuery>(ArchiveInfos));
   handlers.emplace("RejectsByShiftQuery", Answering<dc::RejectsByShiftQuery>(RejectsByShift));
   handlers.emplace("TopNRejectsQuery", Answering<dc::TopNRejectsQuery>(TopNRejects));
-  handlers.emplace("TestHistoryGeneralQuery", Answering<dc::TestHistoryGeneralQuery>(TestHistory));
 }
 
 }  // namespace vrex::stub::plant
