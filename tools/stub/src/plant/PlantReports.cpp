@@ -7,6 +7,11 @@
 
 #include "ArchiveFileInfoContainer.pb.h"
 #include "ArchiveFileInfoQuery.pb.h"
+#include "CsvExportFileQuery.pb.h"
+#include "LastTestByBenchQuery.pb.h"
+#include "MainDataInfoContainer.pb.h"
+#include "RejectMessagesContainer.pb.h"
+#include "RejectMessagesQuery.pb.h"
 #include "RejectsByShiftContainer.pb.h"
 #include "RejectsByShiftQuery.pb.h"
 #include "TopNRejectsContainer.pb.h"
@@ -180,6 +185,182 @@ dc::TopNRejectsContainer TopNRejects(SqliteDatabase& db, const dc::TopNRejectsQu
   return container;
 }
 
+/// What a reject message says of its unit beyond the test: the unit's first
+/// and newest tests and the result of the test after this one.
+void SetUnitFacts(SqliteDatabase& db, const PlantLine& line, bool productionDate,
+                  dc::RejectMessagesData& row) {
+  const dc::GeneralInformation& header = row.generalinformation();
+  auto unit = db.Prepare(
+      "SELECT MIN(t.time), MAX(t.time), MAX(t.ordinal), (SELECT r.name || '|' || n.result_id FROM"
+      " test n JOIN result_kind r ON r.id = n.result_id WHERE n.line_id = ?1 AND n.serial = ?2 AND"
+      " n.ordinal = ?3) FROM test t WHERE t.line_id = ?1 AND t.serial = ?2");
+  unit.BindAll(line.id, header.serial(), std::int64_t{header.ordinal() + 1});
+  unit.Step();
+  const std::int64_t first = unit.Int(0);
+  *row.mutable_timeoffirsttest() = UtcTime(first);
+  *row.mutable_timeoflasttest() = UtcTime(unit.Int(1));
+  row.set_thislastresult(header.thislast() ? 1 : 0);
+  row.set_thislastrepeated(unit.Int(2) > 1 ? 1 : 0);
+  if (!unit.IsNull(3)) {
+    const std::string next = unit.Text(3);
+    row.set_repeatresult(next.substr(0, next.find('|')));
+    row.set_repeatresultid(std::stoi(next.substr(next.find('|') + 1)));
+  }
+  row.set_ageofunit(std::to_string((header.measurementtime().value() - first) / 60) + " min");
+  if (productionDate) {
+    const std::time_t seconds = first;
+    std::tm utc{};
+    gmtime_r(&seconds, &utc);
+    char date[16];
+    std::strftime(date, sizeof date, "%Y-%m-%d", &utc);
+    row.set_productiondate(date);
+  }
+}
+
+dc::RejectMessagesData RejectMessage(const Reject& reject, const dc::Defect& defect) {
+  dc::RejectMessagesData row;
+  *row.mutable_generalinformation() = reject.test->header;
+  row.set_errorcode(defect.errorcode());
+  row.set_errorsequencenumber(defect.errornr());
+  row.set_errortext(defect.errortext());
+  row.set_mode(defect.clavis().mode());
+  row.set_location(defect.clavis().location());
+  row.set_instrument(defect.clavis().instrument());
+  row.set_ipparam(defect.clavis().instrumentparameter());
+  row.set_channel(defect.clavis().channel());
+  row.set_position(defect.position());
+  row.set_value(defect.value());
+  row.set_limit(defect.limit());
+  row.set_unit(defect.clavis().sensor().rfind("MIC", 0) == 0 ? "dB" : "m/s²");
+  row.set_firsterror(defect.errornr() == 1 ? 1 : 0);
+  return row;
+}
+
+/// Whether `a` goes before `b` by the first key of `order` that tells them apart.
+bool Before(const dc::OrderByFilter& order, const dc::RejectMessagesData& a,
+            const dc::RejectMessagesData& b) {
+  for (const dc::OrderByObject& item : order.items()) {
+    const dc::GeneralInformation& x = a.generalinformation();
+    const dc::GeneralInformation& y = b.generalinformation();
+    int compared = 0;
+    switch (item.key()) {
+      case en::OrderByProductionTime:
+        compared = (a.timeoffirsttest().value() > b.timeoffirsttest().value()) -
+                   (a.timeoffirsttest().value() < b.timeoffirsttest().value());
+        break;
+      case en::OrderByType:
+        compared = x.type().compare(y.type());
+        break;
+      case en::OrderByBaseType:
+        compared = x.basetype().compare(y.basetype());
+        break;
+      case en::OrderByTestBench:
+        compared = x.bench().compare(y.bench());
+        break;
+      case en::OrderByErrorCode:
+        compared = (a.errorcode() > b.errorcode()) - (a.errorcode() < b.errorcode());
+        break;
+      default:
+        compared = (x.measurementtime().value() > y.measurementtime().value()) -
+                   (x.measurementtime().value() < y.measurementtime().value());
+    }
+    if (compared != 0) return (compared < 0) != (item.direction() == en::OrderDescending);
+  }
+  return false;
+}
+
+dc::RejectMessagesContainer RejectMessages(SqliteDatabase& db,
+                                           const dc::RejectMessagesQuery& query) {
+  const PlantLine line = LineOf(db, query);
+  const auto tests = SelectTests(db, line, ReadSelection(query));
+  const bool warnings = !query.errorsonly();
+  const DefectFilter filter(db, line, query, warnings);
+  std::vector<dc::RejectMessagesData> rows;
+  for (const Reject& reject : RejectsOf(db, tests, warnings)) {
+    for (const dc::Defect* defect : filter.Select(reject.defects.defects())) {
+      rows.push_back(RejectMessage(reject, *defect));
+      SetUnitFacts(db, line, query.includeproductiondate(), rows.back());
+    }
+  }
+  std::stable_sort(rows.begin(), rows.end(), [&](const auto& a, const auto& b) {
+    return Before(query.orderby(), a, b);
+  });
+  dc::RejectMessagesContainer container;
+  for (auto& row : rows) *container.add_values() = std::move(row);
+  return container;
+}
+
+/// The newest test of each bench of the line, by bench.
+dc::MainDataInfoContainer LastTests(SqliteDatabase& db, const dc::LastTestByBenchQuery& query) {
+  const PlantLine line = LineOf(db, query);
+  auto newest = db.Prepare(
+      "SELECT (SELECT t.id FROM test t WHERE t.line_id = b.line_id AND t.bench_id = b.id ORDER BY"
+      " t.time DESC, t.id DESC LIMIT 1) FROM bench b WHERE b.line_id = ?1 ORDER BY b.id");
+  newest.BindAll(line.id);
+  pb::RepeatedField<std::int32_t> ids;
+  while (newest.Step()) {
+    if (!newest.IsNull(0)) ids.Add(static_cast<std::int32_t>(newest.Int(0)));
+  }
+  dc::MainDataInfoContainer container;
+  for (const TestRow& test : TestsById(db, line, ids)) {
+    const dc::GeneralInformation& header = test.header;
+    dc::MainDataInfo& info = *container.add_values();
+    info.set_pkident(header.pkident());
+    info.set_ordinal(header.ordinal());
+    info.set_serial(header.serial());
+    info.set_type(header.type());
+    info.set_basetype(header.basetype());
+    info.set_bench(header.bench());
+    info.set_result(header.result());
+    info.set_resultid(header.resultid());
+    info.set_testkind(header.testkind());
+    info.set_thislast(header.thislast());
+    *info.mutable_measurementtime() = header.measurementtime();
+    if (header.has_timeofnextmeasurement())
+      *info.mutable_timeofnextmeasurement() = header.timeofnextmeasurement();
+  }
+  return container;
+}
+
+/// A field of a CSV line, quoted when it holds a separator, quote or line end.
+std::string CsvField(const std::string& text) {
+  if (text.find_first_of(",\"\r\n") == std::string::npos) return text;
+  std::string quoted = "\"";
+  for (char c : text) quoted += c == '"' ? std::string("\"\"") : std::string(1, c);
+  return quoted + "\"";
+}
+
+/// The selected tests' headers as CSV, one line each, oldest first; times in UTC.
+CannedAnswer CsvExport(SqliteDatabase& db, const dc::CsvExportFileQuery& query) {
+  std::string csv =
+      "PkIdent,MeasurementTime,Serial,Type,BaseType,Bench,Result,TestKind,Ordinal,ThisLast,"
+      "Operator,ProductionOrder\r\n";
+  for (const TestRow& test : SelectTests(db, LineOf(db, query), ReadSelection(query))) {
+    const dc::GeneralInformation& h = test.header;
+    const std::time_t seconds = h.measurementtime().value();
+    std::tm utc{};
+    gmtime_r(&seconds, &utc);
+    char time[32];
+    std::strftime(time, sizeof time, "%Y-%m-%dT%H:%M:%SZ", &utc);
+    const auto info = [&h](const char* key) {
+      const auto found = h.additionalinfo().find(key);
+      return found == h.additionalinfo().end() ? std::string() : found->second;
+    };
+    for (const std::string& field :
+         {std::to_string(h.pkident()), std::string(time), h.serial(), h.type(), h.basetype(),
+          h.bench(), h.result(), h.testkind(), std::to_string(h.ordinal()),
+          std::string(h.thislast() ? "1" : "0"), info("Operator"), info("ProductionOrder")}) {
+      csv += CsvField(field) + ",";
+    }
+    csv.back() = '\r';
+    csv += '\n';
+  }
+  CannedAnswer answer;
+  answer.body = std::move(csv);
+  answer.contentType = "text/csv";
+  return answer;
+}
+
 }  // namespace
 
 void AddReportHandlers(std::map<std::string, PlantHandler, std::less<>>& handlers) {
@@ -194,6 +375,11 @@ void AddReportHandlers(std::map<std::string, PlantHandler, std::less<>>& handler
   handlers.emplace("ArchiveFileInfoQuery", Answering<dc::ArchiveFileInfoQuery>(ArchiveInfos));
   handlers.emplace("RejectsByShiftQuery", Answering<dc::RejectsByShiftQuery>(RejectsByShift));
   handlers.emplace("TopNRejectsQuery", Answering<dc::TopNRejectsQuery>(TopNRejects));
+  handlers.emplace("RejectMessagesQuery", Answering<dc::RejectMessagesQuery>(RejectMessages));
+  handlers.emplace("CsvExportFileQuery", [](SqliteDatabase& db, const pb::Message& request) {
+    return CsvExport(db, dynamic_cast<const dc::CsvExportFileQuery&>(request));
+  });
+  handlers.emplace("LastTestByBenchQuery", Answering<dc::LastTestByBenchQuery>(LastTests));
 }
 
 }  // namespace vrex::stub::plant
