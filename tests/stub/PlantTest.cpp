@@ -37,6 +37,7 @@
 #include "ScratchDirectory.h"
 #include "ShiftContainer.pb.h"
 #include "SimpleTopologyContainer.pb.h"
+#include "TopologyModel.pb.h"
 #include "TestHistoryErrorGroupsContainer.pb.h"
 #include "TestHistoryGeneralContainer.pb.h"
 #include "TestHistoryTopNContainer.pb.h"
@@ -700,6 +701,65 @@ TEST(PlantTimeZones, ALinesOffsetFollowsItsRegionsDaylightSavingRule) {
         << row.zone << " " << row.time;
   }
   EXPECT_EQ(plant::UtcOffsetMinutesAt("Europe/Berlin", 60, false, 1780000000), 60);
+}
+
+TEST_F(PlantQueries, AdministrationCommandsChangeResultDatabasesAndTheTopologyModel) {
+  const auto version = [&](const std::string& line) {
+    const CannedAnswer answer = Ask(*plant, "ResultDbVersionQuery",
+                                    R"({"Factory": "Plant-North", "Line": ")" + line + "\"}");
+    dc::VersionDTO dto;
+    dto.ParseFromString(answer.body);
+    return answer.status == 200 ? std::to_string(dto.major()) + "." + std::to_string(dto.minor()) +
+                                      "." + std::to_string(dto.patch())
+                                : std::to_string(answer.status);
+  };
+  const auto command = [&](const std::string& type, const std::string& json) {
+    return Ask(*plant, type, json).status;
+  };
+  EXPECT_EQ(version("Line-A"), "4.2.1");
+  const std::string lineA = std::string("{") + kLine;
+  EXPECT_EQ(command("ResultDbUpdateCommand", lineA + R"(, "DbVersion": {"Major": 4, "Minor": 3}})"), 200);
+  EXPECT_EQ(command("ResultDbUpdateCommand", lineA + R"(, "DbVersion": {"Major": 4, "Minor": 1}})"), 400);
+  EXPECT_EQ(version("Line-A"), "4.3.0") << "a refused update left it";
+  EXPECT_EQ(command("ResultDbCreationCommand", lineA + R"(, "DatabaseName": "again"})"), 409);
+  EXPECT_EQ(command("AddLineCommand", R"({"Factory": "Plant-North", "Line": "Line-N"})"), 200);
+  EXPECT_EQ(version("Line-N"), "404") << "a new line has no result database yet";
+  const std::string lineN = R"({"Factory": "Plant-North", "Line": "Line-N")";
+  EXPECT_EQ(command("ResultDbCreationCommand", lineN + R"(, "DatabaseName": ""})"), 400);
+  EXPECT_EQ(command("ResultDbCreationCommand", lineN + R"(, "DatabaseName": "North_N"})"), 200);
+  EXPECT_EQ(version("Line-N"), "4.2.1");
+
+  const auto model = [&](const char* type) { return AskFor<dc::TopologyModel>(*plant, type, "{}"); };
+  const dc::TopologyModel drawn = model("TopologyModelQuery");
+  ASSERT_EQ(drawn.factories_size(), 3);
+  const dc::LineNode& newLine = *drawn.factories(0).lines().rbegin();
+  EXPECT_EQ(newLine.basenode().name(), "Line-N");
+  EXPECT_EQ(newLine.resultdb().databasename(), "North_N");
+  EXPECT_EQ(drawn.factories(0).lines(0).timezoneinfo().ianatimezoneid(), "Europe/Berlin");
+
+  EXPECT_EQ(command("ConfigureTopologyModelCommand",
+                    R"({"Factory": "Plant-West", "Line": "Line-W", "ResultDatabaseName": "West_W", "ResultDatabasePassword": "pw", "ReplaceAllLines": true})"),
+            200);
+  const dc::TopologyModel configured = model("TopologyModelQuery");
+  ASSERT_EQ(configured.factories_size(), 1);
+  ASSERT_EQ(configured.factories(0).lines_size(), 1);
+  EXPECT_EQ(configured.factories(0).lines(0).resultdb().databasename(), "West_W");
+  EXPECT_EQ(model("DefaultTopologyModelQuery").factories_size(), 4) << "the plant keeps its lines";
+
+  dc::TopologyModel changed = configured;
+  changed.mutable_factories(0)->set_customerreportlogo("logo.png");
+  const std::string changedJson = MessageToJson(changed).Value();
+  EXPECT_EQ(command("UpdateTopologyModelCommand",
+                    R"({"Factory": "Plant-North", "Line": "Line-Z", "TopologyModel": )" + changedJson + "}"),
+            400);
+  EXPECT_EQ(model("TopologyModelQuery").factories(0).customerreportlogo(), "");
+  EXPECT_EQ(command("UpdateTopologyModelCommand", R"({"TopologyModel": )" + changedJson + "}"), 200);
+  EXPECT_EQ(model("TopologyModelQuery").factories(0).customerreportlogo(), "logo.png");
+
+  const auto log = AskFor<dc::LogEntryContainer>(
+      *plant, "LogEntryQuery", R"({"FromTime": {"value": )" + std::to_string(kNow + 1) + R"(, "scale": "SECONDS"}})");
+  ASSERT_EQ(log.logentries_size(), 5) << "one entry for each command that succeeded";
+  for (const auto& entry : log.logentries()) EXPECT_THAT(entry.message(), ::testing::Not(::testing::HasSubstr("pw")));
 }
 
 TEST_F(PlantQueries, TheGatewayTokenIsRequiredWhenTheStubIsToldSo) {

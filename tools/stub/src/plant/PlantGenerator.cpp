@@ -352,6 +352,11 @@ void GeneratePlant(const fs::path& file, const GeneratorOptions& options) {
       WriteTests(db, lineId, PlanTests(lines[l], benches, count, nextId, options, random));
       nextId += count;
     }
+    // Each line's results lie in a result database of its own, at the plant's version.
+    db.Execute(
+        "INSERT INTO result_database SELECT l.id, f.name || '_' || l.name, NULL,"
+        " (SELECT value FROM plant_info WHERE key = 'api_version') FROM line l"
+        " JOIN factory f ON f.id = l.factory_id");
     db.Prepare("INSERT INTO log_entry (time, level, source, text) VALUES (?1, 2, 'generator', ?2)")
         .BindAll(options.now, "plant generated with seed " + std::to_string(options.seed))
         .Run();

@@ -39,7 +39,6 @@
 #include "ResultDbSizeContainer.pb.h"
 #include "ResultDbSizeQuery.pb.h"
 #include "ResultDbSizesQuery.pb.h"
-#include "ResultDbVersionQuery.pb.h"
 #include "ShiftContainer.pb.h"
 #include "SimpleTopologyContainer.pb.h"
 #include "SimpleTopologyQuery.pb.h"
@@ -48,6 +47,7 @@
 #include "VectorTrackOfMeasurementsContainer.pb.h"
 #include "VectorTrackOfMeasurementsQuery.pb.h"
 #include "VersionDTO.pb.h"
+#include "plant/PlantAdministration.h"
 #include "plant/PlantCommands.h"
 #include "plant/PlantLine.h"
 #include "plant/PlantReports.h"
@@ -492,11 +492,6 @@ std::map<std::string, PlantHandler, std::less<>> MakeHandlers() {
   std::map<std::string, PlantHandler, std::less<>> handlers = {
       {"ApiVersionQuery",
        Answering<dc::ApiVersionQuery>([](SqliteDatabase& db, const auto&) { return Version(db); })},
-      {"ResultDbVersionQuery",
-       Answering<dc::ResultDbVersionQuery>([](SqliteDatabase& db, const auto& q) {
-         LineOf(db, q);
-         return Version(db);
-       })},
       {"SimpleTopologyQuery", Answering<dc::SimpleTopologyQuery>(
                                   [](SqliteDatabase& db, const auto&) { return Topology(db); })},
       {"GeneralInformationQuery",
@@ -572,6 +567,7 @@ std::map<std::string, PlantHandler, std::less<>> MakeHandlers() {
   AddCommandHandlers(handlers);
   AddReportHandlers(handlers);
   AddHistoryHandlers(handlers);
+  AddAdministrationHandlers(handlers);
   return handlers;
 }
 
