@@ -37,11 +37,11 @@
 #include "ScratchDirectory.h"
 #include "ShiftContainer.pb.h"
 #include "SimpleTopologyContainer.pb.h"
-#include "TopologyModel.pb.h"
 #include "TestHistoryErrorGroupsContainer.pb.h"
 #include "TestHistoryGeneralContainer.pb.h"
 #include "TestHistoryTopNContainer.pb.h"
 #include "TopNRejectsContainer.pb.h"
+#include "TopologyModel.pb.h"
 #include "VectorTrackOfMeasurementsContainer.pb.h"
 #include "VersionDTO.pb.h"
 #include "WavFileInfo.pb.h"
@@ -526,7 +526,8 @@ TEST_F(PlantQueries, RejectStatisticsLookAtTheDefectsEveryErrorFilterSelects) {
   };
   std::vector<Found> defects;  // every defect, oldest test first
   for (const Header& test : all.values()) {
-    for (const dc::Defect& d : reports.values().at(test.pkident()).defects()) defects.push_back({&test, &d});
+    for (const dc::Defect& d : reports.values().at(test.pkident()).defects())
+      defects.push_back({&test, &d});
   }
   const auto noise = [](const dc::Defect& d) {
     return d.errorcode() == 1001 || d.errorcode() == 1003 || d.errorcode() == 1005;
@@ -539,7 +540,9 @@ TEST_F(PlantQueries, RejectStatisticsLookAtTheDefectsEveryErrorFilterSelects) {
       {R"("ErrorsOnly": false)", [](const Found&) { return true; }},
       {R"("ErrorsOnly": true)", [](const Found& f) { return f.defect->errorresult() == 2; }},
       {R"("ErrorCode": {"Items": [1004, 1003]})",
-       [](const Found& f) { return f.defect->errorcode() >= 1003 && f.defect->errorcode() <= 1004; }},
+       [](const Found& f) {
+         return f.defect->errorcode() >= 1003 && f.defect->errorcode() <= 1004;
+       }},
       {R"("ErrorCode": {"Items": [1003], "FirstErrorOnly": true})",
        [](const Found& f) { return f.defect->errornr() == 1 && f.defect->errorcode() == 1003; }},
       {R"("ErrorGroup": {"Items": ["Noise"]})", [&](const Found& f) { return noise(*f.defect); }},
@@ -553,17 +556,33 @@ TEST_F(PlantQueries, RejectStatisticsLookAtTheDefectsEveryErrorFilterSelects) {
       {R"("Bench": {"Items": ["Bench-2"]}, "ErrorsOnly": true)",
        [](const Found& f) { return f.test->bench() == "Bench-2" && f.defect->errorresult() == 2; }},
   };
-  const auto pairOf = [](int id, int nr) { return std::to_string(id) + "/" + std::to_string(nr); };
+  // A reject message tells its test's defect as the defect report does.
+  const auto describe = [](int id, int nr, bool thisLast, const std::vector<std::string>& key,
+                           float position, float value, float limit) {
+    std::string text = std::to_string(id) + "/" + std::to_string(nr) + (thisLast ? " last" : "");
+    for (const std::string& part : key) text += "/" + part;
+    return text + "/" + std::to_string(position) + "/" + std::to_string(value) + "/" +
+           std::to_string(limit);
+  };
   for (const Row& row : rows) {
     std::vector<std::string> expected;
     for (const Found& f : defects) {
-      if (row.selects(f)) expected.push_back(pairOf(f.test->pkident(), f.defect->errornr()));
+      const dc::Clavis& c = f.defect->clavis();
+      if (row.selects(f)) {
+        expected.push_back(
+            describe(f.test->pkident(), f.defect->errornr(), f.test->thislast(),
+                     {c.mode(), c.location(), c.instrument(), c.instrumentparameter(), c.channel()},
+                     f.defect->position(), f.defect->value(), f.defect->limit()));
+      }
     }
     std::vector<std::string> answered;
     const auto messages = AskFor<dc::RejectMessagesContainer>(
         *plant, "RejectMessagesQuery", std::string("{") + kLine + ", " + row.filters + "}");
-    for (const auto& message : messages.values()) {
-      answered.push_back(pairOf(message.generalinformation().pkident(), message.errorsequencenumber()));
+    for (const auto& m : messages.values()) {
+      answered.push_back(describe(
+          m.generalinformation().pkident(), m.errorsequencenumber(), m.thislastresult() == 1,
+          {m.mode(), m.location(), m.instrument(), m.ipparam(), m.channel()}, m.position(),
+          m.value(), m.limit()));
     }
     EXPECT_EQ(answered, expected) << row.filters;
   }
@@ -608,7 +627,8 @@ TEST_F(PlantQueries, RejectStatisticsLookAtTheDefectsEveryErrorFilterSelects) {
   std::map<int, int> codeUnits, groupUnits;
   const auto codes = AskFor<dc::TestHistoryTopNContainer>(*plant, "TestHistoryTopNQuery", history);
   for (const auto& row : codes.values()) codeUnits[row.groupid()] += row.units();
-  const auto groups = AskFor<dc::TestHistoryErrorGroupsContainer>(*plant, "TestHistoryErrorGroupsQuery", history);
+  const auto groups =
+      AskFor<dc::TestHistoryErrorGroupsContainer>(*plant, "TestHistoryErrorGroupsQuery", history);
   std::map<int, int> dayUnits;  // AllUnits of each day
   for (const auto& row : groups.values()) {
     groupUnits[row.groupid()] += row.units();
@@ -620,7 +640,8 @@ TEST_F(PlantQueries, RejectStatisticsLookAtTheDefectsEveryErrorFilterSelects) {
   const auto top = AskFor<dc::TestHistoryTopNContainer>(
       *plant, "TestHistoryTopNQuery", std::string("{") + kLine + R"(, "TopNCount": 1})");
   std::set<int> days;
-  for (const auto& row : top.values()) EXPECT_TRUE(days.insert(row.day()).second) << "one code a day";
+  for (const auto& row : top.values())
+    EXPECT_TRUE(days.insert(row.day()).second) << "one code a day";
   std::map<int, int> generalDays;
   const auto general =
       AskFor<dc::TestHistoryGeneralContainer>(*plant, "TestHistoryGeneralQuery", history);
@@ -640,7 +661,8 @@ TEST_F(PlantQueries, ValueIndexesArchiveFilesExportsAndTheNewestTestOfEachBenchN
   EXPECT_EQ(idle[0].datatype(), dc::Enumerator::Vector);
   EXPECT_EQ(idle[0].fileoffset(), test.fileoffset() + 2 * 4096);
   const auto selected = AskFor<dc::MeasurementValueIndexContainer>(
-      *plant, "MeasurementValueIndexQuery", std::string("{") + kLine + R"(, "LastN": {"TopN": 2}})");
+      *plant, "MeasurementValueIndexQuery",
+      std::string("{") + kLine + R"(, "LastN": {"TopN": 2}})");
   EXPECT_EQ(selected.measurementvalueindicies().size(), 2U);
   EXPECT_EQ(selected.measurementvalueindicies().begin()->second.values_size(), 5);
 
@@ -690,8 +712,8 @@ TEST(PlantTimeZones, ALinesOffsetFollowsItsRegionsDaylightSavingRule) {
     int offset;
   };
   const std::vector<Row> rows = {
-      {"Europe/Berlin", 60, 1774746000 - 1, 60},    {"Europe/Berlin", 60, 1774746000, 120},
-      {"Europe/Berlin", 60, 1792890000 - 1, 120},   {"Europe/Berlin", 60, 1792890000, 60},
+      {"Europe/Berlin", 60, 1774746000 - 1, 60},       {"Europe/Berlin", 60, 1774746000, 120},
+      {"Europe/Berlin", 60, 1792890000 - 1, 120},      {"Europe/Berlin", 60, 1792890000, 60},
       {"America/Chicago", -360, 1772956800 - 1, -360}, {"America/Chicago", -360, 1772956800, -300},
       {"America/Chicago", -360, 1793516400 - 1, -300}, {"America/Chicago", -360, 1793516400, -360},
       {"Asia/Shanghai", 480, 1780000000, 480},
@@ -718,8 +740,10 @@ TEST_F(PlantQueries, AdministrationCommandsChangeResultDatabasesAndTheTopologyMo
   };
   EXPECT_EQ(version("Line-A"), "4.2.1");
   const std::string lineA = std::string("{") + kLine;
-  EXPECT_EQ(command("ResultDbUpdateCommand", lineA + R"(, "DbVersion": {"Major": 4, "Minor": 3}})"), 200);
-  EXPECT_EQ(command("ResultDbUpdateCommand", lineA + R"(, "DbVersion": {"Major": 4, "Minor": 1}})"), 400);
+  EXPECT_EQ(command("ResultDbUpdateCommand", lineA + R"(, "DbVersion": {"Major": 4, "Minor": 3}})"),
+            200);
+  EXPECT_EQ(command("ResultDbUpdateCommand", lineA + R"(, "DbVersion": {"Major": 4, "Minor": 1}})"),
+            400);
   EXPECT_EQ(version("Line-A"), "4.3.0") << "a refused update left it";
   EXPECT_EQ(command("ResultDbCreationCommand", lineA + R"(, "DatabaseName": "again"})"), 409);
   EXPECT_EQ(command("AddLineCommand", R"({"Factory": "Plant-North", "Line": "Line-N"})"), 200);
@@ -729,7 +753,9 @@ TEST_F(PlantQueries, AdministrationCommandsChangeResultDatabasesAndTheTopologyMo
   EXPECT_EQ(command("ResultDbCreationCommand", lineN + R"(, "DatabaseName": "North_N"})"), 200);
   EXPECT_EQ(version("Line-N"), "4.2.1");
 
-  const auto model = [&](const char* type) { return AskFor<dc::TopologyModel>(*plant, type, "{}"); };
+  const auto model = [&](const char* type) {
+    return AskFor<dc::TopologyModel>(*plant, type, "{}");
+  };
   const dc::TopologyModel drawn = model("TopologyModelQuery");
   ASSERT_EQ(drawn.factories_size(), 3);
   const dc::LineNode& newLine = *drawn.factories(0).lines().rbegin();
@@ -737,9 +763,11 @@ TEST_F(PlantQueries, AdministrationCommandsChangeResultDatabasesAndTheTopologyMo
   EXPECT_EQ(newLine.resultdb().databasename(), "North_N");
   EXPECT_EQ(drawn.factories(0).lines(0).timezoneinfo().ianatimezoneid(), "Europe/Berlin");
 
-  EXPECT_EQ(command("ConfigureTopologyModelCommand",
-                    R"({"Factory": "Plant-West", "Line": "Line-W", "ResultDatabaseName": "West_W", "ResultDatabasePassword": "pw", "ReplaceAllLines": true})"),
-            200);
+  EXPECT_EQ(
+      command(
+          "ConfigureTopologyModelCommand",
+          R"({"Factory": "Plant-West", "Line": "Line-W", "ResultDatabaseName": "West_W", "ResultDatabasePassword": "pw", "ReplaceAllLines": true})"),
+      200);
   const dc::TopologyModel configured = model("TopologyModelQuery");
   ASSERT_EQ(configured.factories_size(), 1);
   ASSERT_EQ(configured.factories(0).lines_size(), 1);
@@ -750,16 +778,20 @@ TEST_F(PlantQueries, AdministrationCommandsChangeResultDatabasesAndTheTopologyMo
   changed.mutable_factories(0)->set_customerreportlogo("logo.png");
   const std::string changedJson = MessageToJson(changed).Value();
   EXPECT_EQ(command("UpdateTopologyModelCommand",
-                    R"({"Factory": "Plant-North", "Line": "Line-Z", "TopologyModel": )" + changedJson + "}"),
+                    R"({"Factory": "Plant-North", "Line": "Line-Z", "TopologyModel": )" +
+                        changedJson + "}"),
             400);
   EXPECT_EQ(model("TopologyModelQuery").factories(0).customerreportlogo(), "");
-  EXPECT_EQ(command("UpdateTopologyModelCommand", R"({"TopologyModel": )" + changedJson + "}"), 200);
+  EXPECT_EQ(command("UpdateTopologyModelCommand", R"({"TopologyModel": )" + changedJson + "}"),
+            200);
   EXPECT_EQ(model("TopologyModelQuery").factories(0).customerreportlogo(), "logo.png");
 
   const auto log = AskFor<dc::LogEntryContainer>(
-      *plant, "LogEntryQuery", R"({"FromTime": {"value": )" + std::to_string(kNow + 1) + R"(, "scale": "SECONDS"}})");
+      *plant, "LogEntryQuery",
+      R"({"FromTime": {"value": )" + std::to_string(kNow + 1) + R"(, "scale": "SECONDS"}})");
   ASSERT_EQ(log.logentries_size(), 5) << "one entry for each command that succeeded";
-  for (const auto& entry : log.logentries()) EXPECT_THAT(entry.message(), ::testing::Not(::testing::HasSubstr("pw")));
+  for (const auto& entry : log.logentries())
+    EXPECT_THAT(entry.message(), ::testing::Not(::testing::HasSubstr("pw")));
 }
 
 TEST_F(PlantQueries, TheGatewayTokenIsRequiredWhenTheStubIsToldSo) {

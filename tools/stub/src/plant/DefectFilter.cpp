@@ -25,8 +25,8 @@ bool InRanges(const dc::ValueRangeFilter& filter, float value) {
 
 template <typename Filter, typename Item>
 bool Listed(const Filter& filter, const Item& item) {
-  const bool listed = std::find(filter.items().begin(), filter.items().end(), item) !=
-                      filter.items().end();
+  const bool listed =
+      std::find(filter.items().begin(), filter.items().end(), item) != filter.items().end();
   return listed != filter.exclude();
 }
 
@@ -45,8 +45,9 @@ std::vector<Reject> RejectsOf(SqliteDatabase& db, const std::vector<TestRow>& te
 }
 
 bool ErrorGroupRanges::Holds(std::int32_t code) const {
-  return std::any_of(ranges.begin(), ranges.end(),
-                     [code](const auto& range) { return code >= range.first && code <= range.second; });
+  return std::any_of(ranges.begin(), ranges.end(), [code](const auto& range) {
+    return code >= range.first && code <= range.second;
+  });
 }
 
 std::vector<ErrorGroupRanges> LoadErrorGroups(SqliteDatabase& db, const PlantLine& line) {
@@ -82,8 +83,8 @@ bool DefectFilter::Selects(const dc::Defect& defect) const {
     bool named = false;
     for (const ErrorGroupRanges& group : lineGroups_) {
       named = named || (group.Holds(defect.errorcode()) &&
-                        std::find(groups_->items().begin(), groups_->items().end(),
-                                  group.name) != groups_->items().end());
+                        std::find(groups_->items().begin(), groups_->items().end(), group.name) !=
+                            groups_->items().end());
     }
     if (named == groups_->exclude()) return false;
   }
@@ -92,7 +93,8 @@ bool DefectFilter::Selects(const dc::Defect& defect) const {
 
 std::vector<const dc::Defect*> DefectFilter::Select(
     const google::protobuf::RepeatedPtrField<dc::Defect>& defects) const {
-  const bool firstOnly = (codes_ && codes_->firsterroronly()) || (groups_ && groups_->firsterroronly());
+  const bool firstOnly =
+      (codes_ && codes_->firsterroronly()) || (groups_ && groups_->firsterroronly());
   std::vector<const dc::Defect*> selected;
   for (const dc::Defect& defect : defects) {
     if (!warnings_ && defect.errorresult() != kErrorResult) continue;

@@ -199,10 +199,9 @@ void AddAdministrationHandlers(std::map<std::string, PlantHandler, std::less<>>&
   handlers.emplace("DefaultTopologyModelQuery",
                    Answering<dc::DefaultTopologyModelQuery>(
                        [](SqliteDatabase& db, const auto&) { return DefaultModel(db); }));
-  handlers.emplace("TopologyModelQuery", Answering<dc::TopologyModelQuery>(
-                                             [](SqliteDatabase& db, const auto&) {
-                                               return ModelInForce(db);
-                                             }));
+  handlers.emplace("TopologyModelQuery",
+                   Answering<dc::TopologyModelQuery>(
+                       [](SqliteDatabase& db, const auto&) { return ModelInForce(db); }));
   handlers.emplace("UpdateTopologyModelCommand",
                    Command<dc::UpdateTopologyModelCommand>(UpdateModel));
   handlers.emplace("ConfigureTopologyModelCommand",

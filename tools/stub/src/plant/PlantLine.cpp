@@ -9,7 +9,8 @@ namespace vrex::stub::plant {
 
 PlantLine FindLine(SqliteDatabase& db, const std::string& factory, const std::string& name) {
   auto statement = db.Prepare(
-      "SELECT l.id, l.utc_offset_minutes, l.iana_zone, l.daylight_saving FROM line l JOIN factory f ON f.id = l.factory_id"
+      "SELECT l.id, l.utc_offset_minutes, l.iana_zone, l.daylight_saving FROM line l JOIN factory "
+      "f ON f.id = l.factory_id"
       " WHERE f.name = ?1 AND l.name = ?2");
   statement.BindAll(factory, name);
   if (!statement.Step()) {
@@ -18,8 +19,9 @@ PlantLine FindLine(SqliteDatabase& db, const std::string& factory, const std::st
     if (!known.Step()) throw PlantRefusal(400, "no factory \"" + factory + "\" in the plant");
     throw PlantRefusal(400, "no line \"" + name + "\" in factory \"" + factory + "\"");
   }
-  PlantLine line{statement.Int(0), factory,          name, static_cast<int>(statement.Int(1)),
-                 statement.Text(2), statement.Int(3) != 0, {}};
+  PlantLine line{
+      statement.Int(0),      factory, name, static_cast<int>(statement.Int(1)), statement.Text(2),
+      statement.Int(3) != 0, {}};
   line.shifts = LoadShifts(db, line.id);
   return line;
 }

@@ -258,11 +258,14 @@ dc::MeasurementInformationContainer FromFile(SqliteDatabase& db,
           path.compare(path.size() - relative.size(), relative.size(), relative) != 0) {
         continue;
       }
-      dc::MeasurementInformation& information = (*container.mutable_measurements())[test.header.pkident()];
+      dc::MeasurementInformation& information =
+          (*container.mutable_measurements())[test.header.pkident()];
       information = InformationOf(test, DefectsOf(db, test.header.pkident()));
       if (query.includemeasurementvalueindices()) {
-        *information.mutable_measurementvalueindices() =
-            ValueIndexes({test}, nullptr).measurementvalueindicies().at(test.header.pkident()).values();
+        *information.mutable_measurementvalueindices() = ValueIndexes({test}, nullptr)
+                                                             .measurementvalueindicies()
+                                                             .at(test.header.pkident())
+                                                             .values();
       }
     }
   }

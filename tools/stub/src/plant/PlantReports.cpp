@@ -282,9 +282,8 @@ dc::RejectMessagesContainer RejectMessages(SqliteDatabase& db,
       SetUnitFacts(db, line, query.includeproductiondate(), rows.back());
     }
   }
-  std::stable_sort(rows.begin(), rows.end(), [&](const auto& a, const auto& b) {
-    return Before(query.orderby(), a, b);
-  });
+  std::stable_sort(rows.begin(), rows.end(),
+                   [&](const auto& a, const auto& b) { return Before(query.orderby(), a, b); });
   dc::RejectMessagesContainer container;
   for (auto& row : rows) *container.add_values() = std::move(row);
   return container;

@@ -105,8 +105,9 @@ dc::TestHistoryTopNContainer TopCodes(SqliteDatabase& db, const dc::TestHistoryT
       std::set<std::int32_t> seen;  // a test counts once per code
       for (const dc::Defect* defect : errors.Select(reject.defects.defects())) {
         if (!seen.insert(defect->errorcode()).second) continue;
-        Category& code = codes.try_emplace(defect->errorcode(),
-                                           Category{defect->errorcode(), defect->errortext(), 0})
+        Category& code = codes
+                             .try_emplace(defect->errorcode(),
+                                          Category{defect->errorcode(), defect->errortext(), 0})
                              .first->second;
         ++code.units;
       }
