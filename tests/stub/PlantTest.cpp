@@ -556,6 +556,12 @@ TEST_F(PlantQueries, RejectStatisticsLookAtTheDefectsEveryErrorFilterSelects) {
       {R"("Bench": {"Items": ["Bench-2"]}, "ErrorsOnly": true)",
        [](const Found& f) { return f.test->bench() == "Bench-2" && f.defect->errorresult() == 2; }},
   };
+  std::map<std::pair<std::string, int>, std::string> results;  // by serial and ordinal
+  for (const Header& test : all.values()) results[{test.serial(), test.ordinal()}] = test.result();
+  const auto retest = [&](const Header& test) {  // the result of the unit's next test
+    const auto found = results.find({test.serial(), test.ordinal() + 1});
+    return found == results.end() ? std::string() : found->second;
+  };
   // A reject message tells its test's defect as the defect report does.
   const auto describe = [](int id, int nr, bool thisLast, const std::vector<std::string>& key,
                            float position, float value, float limit) {
@@ -569,10 +575,10 @@ TEST_F(PlantQueries, RejectStatisticsLookAtTheDefectsEveryErrorFilterSelects) {
     for (const Found& f : defects) {
       const dc::Clavis& c = f.defect->clavis();
       if (row.selects(f)) {
-        expected.push_back(
-            describe(f.test->pkident(), f.defect->errornr(), f.test->thislast(),
-                     {c.mode(), c.location(), c.instrument(), c.instrumentparameter(), c.channel()},
-                     f.defect->position(), f.defect->value(), f.defect->limit()));
+        expected.push_back(describe(f.test->pkident(), f.defect->errornr(), f.test->thislast(),
+                                    {c.mode(), c.location(), c.instrument(),
+                                     c.instrumentparameter(), c.channel(), retest(*f.test)},
+                                    f.defect->position(), f.defect->value(), f.defect->limit()));
       }
     }
     std::vector<std::string> answered;
@@ -581,8 +587,8 @@ TEST_F(PlantQueries, RejectStatisticsLookAtTheDefectsEveryErrorFilterSelects) {
     for (const auto& m : messages.values()) {
       answered.push_back(describe(
           m.generalinformation().pkident(), m.errorsequencenumber(), m.thislastresult() == 1,
-          {m.mode(), m.location(), m.instrument(), m.ipparam(), m.channel()}, m.position(),
-          m.value(), m.limit()));
+          {m.mode(), m.location(), m.instrument(), m.ipparam(), m.channel(), m.repeatresult()},
+          m.position(), m.value(), m.limit()));
     }
     EXPECT_EQ(answered, expected) << row.filters;
   }

@@ -191,9 +191,9 @@ void SetUnitFacts(SqliteDatabase& db, const PlantLine& line, bool productionDate
                   dc::RejectMessagesData& row) {
   const dc::GeneralInformation& header = row.generalinformation();
   auto unit = db.Prepare(
-      "SELECT MIN(t.time), MAX(t.time), MAX(t.ordinal), (SELECT r.name || '|' || n.result_id FROM"
-      " test n JOIN result_kind r ON r.id = n.result_id WHERE n.line_id = ?1 AND n.serial = ?2 AND"
-      " n.ordinal = ?3) FROM test t WHERE t.line_id = ?1 AND t.serial = ?2");
+      "SELECT MIN(t.time), MAX(t.time), MAX(t.ordinal), r.name, n.result_id FROM test t"
+      " LEFT JOIN test n ON n.line_id = ?1 AND n.serial = ?2 AND n.ordinal = ?3"
+      " LEFT JOIN result_kind r ON r.id = n.result_id WHERE t.line_id = ?1 AND t.serial = ?2");
   unit.BindAll(line.id, header.serial(), std::int64_t{header.ordinal() + 1});
   unit.Step();
   const std::int64_t first = unit.Int(0);
@@ -201,10 +201,9 @@ void SetUnitFacts(SqliteDatabase& db, const PlantLine& line, bool productionDate
   *row.mutable_timeoflasttest() = UtcTime(unit.Int(1));
   row.set_thislastresult(header.thislast() ? 1 : 0);
   row.set_thislastrepeated(unit.Int(2) > 1 ? 1 : 0);
-  if (!unit.IsNull(3)) {
-    const std::string next = unit.Text(3);
-    row.set_repeatresult(next.substr(0, next.find('|')));
-    row.set_repeatresultid(std::stoi(next.substr(next.find('|') + 1)));
+  if (!unit.IsNull(4)) {  // the unit was tested again
+    row.set_repeatresult(unit.Text(3));
+    row.set_repeatresultid(static_cast<std::int32_t>(unit.Int(4)));
   }
   row.set_ageofunit(std::to_string((header.measurementtime().value() - first) / 60) + " min");
   if (productionDate) {
