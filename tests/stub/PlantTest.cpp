@@ -699,13 +699,14 @@ TEST_F(PlantQueries, ValueIndexesArchiveFilesExportsAndTheNewestTestOfEachBenchN
   EXPECT_EQ(csv.body.substr(csv.body.rfind("\r\n", csv.body.size() - 3) + 2, newest.size() + 1),
             newest + ",");
 
-  std::map<std::string, int> newestOfBench;
-  for (const Header& h : all.values()) newestOfBench[h.bench()] = h.pkident();
-  std::map<std::string, int> answered;
+  std::map<std::string, std::string> newestOfBench;
+  for (const Header& h : all.values())
+    newestOfBench[h.bench()] = std::to_string(h.pkident()) + " " + h.serial();
+  std::map<std::string, std::string> answered;
   const auto last = AskFor<dc::MainDataInfoContainer>(*plant, "LastTestByBenchQuery",
                                                       std::string("{") + kLine + "}");
   for (const auto& info : last.values()) {
-    answered[info.bench()] = info.pkident();
+    answered[info.bench()] = std::to_string(info.pkident()) + " " + info.serial();
   }
   EXPECT_EQ(answered, newestOfBench);
 }
@@ -768,6 +769,7 @@ TEST_F(PlantQueries, AdministrationCommandsChangeResultDatabasesAndTheTopologyMo
   EXPECT_EQ(newLine.basenode().name(), "Line-N");
   EXPECT_EQ(newLine.resultdb().databasename(), "North_N");
   EXPECT_EQ(drawn.factories(0).lines(0).timezoneinfo().ianatimezoneid(), "Europe/Berlin");
+  EXPECT_TRUE(drawn.factories(0).lines(0).timezoneinfo().supportsdaylightsavingtime());
 
   EXPECT_EQ(
       command(
