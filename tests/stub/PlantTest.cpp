@@ -25,19 +25,27 @@
 #include "IdNameTableStore.pb.h"
 #include "LineResultCountContainer.pb.h"
 #include "LogEntryContainer.pb.h"
+#include "MainDataInfoContainer.pb.h"
 #include "MeasurementContainer.pb.h"
+#include "MeasurementInformationContainer.pb.h"
+#include "MeasurementValueIndexContainer.pb.h"
 #include "ProtocolCrossReferenceStore.pb.h"
 #include "RawHttp.h"
 #include "ReferenceUnitContainer.pb.h"
+#include "RejectMessagesContainer.pb.h"
 #include "ResultCountContainer.pb.h"
 #include "ScratchDirectory.h"
 #include "ShiftContainer.pb.h"
 #include "SimpleTopologyContainer.pb.h"
+#include "TestHistoryErrorGroupsContainer.pb.h"
 #include "TestHistoryGeneralContainer.pb.h"
+#include "TestHistoryTopNContainer.pb.h"
 #include "TopNRejectsContainer.pb.h"
+#include "TopologyModel.pb.h"
 #include "VectorTrackOfMeasurementsContainer.pb.h"
 #include "VersionDTO.pb.h"
 #include "WavFileInfo.pb.h"
+#include "plant/DaylightSaving.h"
 #include "plant/Sqlite.h"
 #include "plant/TestValues.h"
 #include "vrex/MessageJson.h"
@@ -499,6 +507,299 @@ TEST_F(PlantQueries, ATestsSoundIsAWavFileWhoseStrongestLineIsItsSpectrums) {
   EXPECT_EQ(byName(where.testbench(), "1010.wav").body, wav.body);
   EXPECT_EQ(byName(where.testbench(), "x.wav").status, 404);
   EXPECT_EQ(byName("Bench-9", "1010.wav").status, 404);
+}
+
+TEST_F(PlantQueries, RejectStatisticsLookAtTheDefectsEveryErrorFilterSelects) {
+  // One good test gets a warning: only the requests that count warnings see it.
+  const Header& good = all.values(7);
+  ASSERT_EQ(good.resultid(), 1);
+  {
+    plant::SqliteDatabase db(plant->File(), plant::SqliteDatabase::Mode::ReadWrite);
+    db.Execute("INSERT INTO defect VALUES (" + std::to_string(good.pkident()) +
+               ", 1, 2, 1004, 'Order 2 vibration high', 1, 1.5, 1.4, 2500)");
+  }
+  const auto reports = AskFor<dc::DefectReportContainer>(*plant, "DefectReportQuery",
+                                                         std::string("{") + kLine + "}");
+  struct Found {
+    const Header* test;
+    const dc::Defect* defect;
+  };
+  std::vector<Found> defects;  // every defect, oldest test first
+  for (const Header& test : all.values()) {
+    for (const dc::Defect& d : reports.values().at(test.pkident()).defects())
+      defects.push_back({&test, &d});
+  }
+  const auto noise = [](const dc::Defect& d) {
+    return d.errorcode() == 1001 || d.errorcode() == 1003 || d.errorcode() == 1005;
+  };
+  struct Row {
+    std::string filters;
+    std::function<bool(const Found&)> selects;
+  };
+  const std::vector<Row> rows = {
+      {R"("ErrorsOnly": false)", [](const Found&) { return true; }},
+      {R"("ErrorsOnly": true)", [](const Found& f) { return f.defect->errorresult() == 2; }},
+      {R"("ErrorCode": {"Items": [1004, 1003]})",
+       [](const Found& f) {
+         return f.defect->errorcode() >= 1003 && f.defect->errorcode() <= 1004;
+       }},
+      {R"("ErrorCode": {"Items": [1003], "FirstErrorOnly": true})",
+       [](const Found& f) { return f.defect->errornr() == 1 && f.defect->errorcode() == 1003; }},
+      {R"("ErrorGroup": {"Items": ["Noise"]})", [&](const Found& f) { return noise(*f.defect); }},
+      {R"("ErrorGroup": {"Items": ["Noise"], "Exclude": true})",
+       [&](const Found& f) { return !noise(*f.defect); }},
+      {R"("ErrorPosition": {"Ranges": [{"Min": 0, "Max": 2000}, {"Min": 1000, "Max": 1200, "Exclude": true}]})",
+       [](const Found& f) {
+         const float p = f.defect->position();
+         return p >= 0 && p <= 2000 && (p < 1000 || p > 1200);
+       }},
+      {R"("Bench": {"Items": ["Bench-2"]}, "ErrorsOnly": true)",
+       [](const Found& f) { return f.test->bench() == "Bench-2" && f.defect->errorresult() == 2; }},
+  };
+  std::map<std::pair<std::string, int>, std::string> results;  // by serial and ordinal
+  for (const Header& test : all.values()) results[{test.serial(), test.ordinal()}] = test.result();
+  const auto retest = [&](const Header& test) {  // the result of the unit's next test
+    const auto found = results.find({test.serial(), test.ordinal() + 1});
+    return found == results.end() ? std::string() : found->second;
+  };
+  // A reject message tells its test's defect as the defect report does.
+  const auto describe = [](int id, int nr, bool thisLast, const std::vector<std::string>& key,
+                           float position, float value, float limit) {
+    std::string text = std::to_string(id) + "/" + std::to_string(nr) + (thisLast ? " last" : "");
+    for (const std::string& part : key) text += "/" + part;
+    return text + "/" + std::to_string(position) + "/" + std::to_string(value) + "/" +
+           std::to_string(limit);
+  };
+  for (const Row& row : rows) {
+    std::vector<std::string> expected;
+    for (const Found& f : defects) {
+      const dc::Clavis& c = f.defect->clavis();
+      if (row.selects(f)) {
+        expected.push_back(describe(f.test->pkident(), f.defect->errornr(), f.test->thislast(),
+                                    {c.mode(), c.location(), c.instrument(),
+                                     c.instrumentparameter(), c.channel(), retest(*f.test)},
+                                    f.defect->position(), f.defect->value(), f.defect->limit()));
+      }
+    }
+    std::vector<std::string> answered;
+    const auto messages = AskFor<dc::RejectMessagesContainer>(
+        *plant, "RejectMessagesQuery", std::string("{") + kLine + ", " + row.filters + "}");
+    for (const auto& m : messages.values()) {
+      answered.push_back(describe(
+          m.generalinformation().pkident(), m.errorsequencenumber(), m.thislastresult() == 1,
+          {m.mode(), m.location(), m.instrument(), m.ipparam(), m.channel(), m.repeatresult()},
+          m.position(), m.value(), m.limit()));
+    }
+    EXPECT_EQ(answered, expected) << row.filters;
+  }
+  const auto byCode = AskFor<dc::RejectMessagesContainer>(
+      *plant, "RejectMessagesQuery",
+      std::string("{") + kLine +
+          R"(, "OrderBy": {"Items": [{"Key": "OrderByErrorCode", "Direction": "OrderDescending"}]}, "IncludeProductionDate": true})");
+  ASSERT_GT(byCode.values_size(), 2);
+  EXPECT_EQ(byCode.values(0).errorcode(), 1005);
+  EXPECT_EQ(byCode.values(byCode.values_size() - 1).errorcode(), 1001);
+  EXPECT_EQ(byCode.values(0).productiondate().substr(0, 4), "2026");
+
+  // TopNRejects by error code: the rejected tests (and, with warnings, the warned one).
+  for (const bool warnings : {false, true}) {
+    std::map<std::string, int> expected;
+    for (const Found& f : defects) {
+      const bool counted = warnings || f.defect->errorresult() == 2;
+      if (counted && !noise(*f.defect)) ++expected[std::to_string(f.defect->errorcode())];
+    }
+    std::map<std::string, int> counted;
+    const auto top = AskFor<dc::TopNRejectsContainer>(
+        *plant, "TopNRejectsQuery",
+        std::string("{") + kLine + R"(, "IncludeWarnings": )" + (warnings ? "true" : "false") +
+            R"(, "ErrorGroup": {"Items": ["Noise"], "Exclude": true}})");
+    for (const auto& row : top.values()) {
+      counted[row.category()] = row.count();
+    }
+    EXPECT_EQ(counted, expected) << "warnings " << warnings;
+  }
+
+  // The histories count the same errors, day by day; every day counts all its tests.
+  std::map<int, int> perCode, perGroup;  // rejected tests with an error of the code, of the group
+  for (const Header& test : all.values()) {
+    std::set<int> codes, groups;
+    for (const dc::Defect& d : reports.values().at(test.pkident()).defects()) {
+      if (d.errorresult() == 2) codes.insert(d.errorcode()), groups.insert(noise(d) ? 1 : 2);
+    }
+    for (int code : codes) ++perCode[code];
+    for (int group : groups) ++perGroup[group];
+  }
+  const std::string history = std::string("{") + kLine + "}";
+  std::map<int, int> codeUnits, groupUnits;
+  const auto codes = AskFor<dc::TestHistoryTopNContainer>(*plant, "TestHistoryTopNQuery", history);
+  for (const auto& row : codes.values()) codeUnits[row.groupid()] += row.units();
+  const auto groups =
+      AskFor<dc::TestHistoryErrorGroupsContainer>(*plant, "TestHistoryErrorGroupsQuery", history);
+  std::map<int, int> dayUnits;  // AllUnits of each day
+  for (const auto& row : groups.values()) {
+    groupUnits[row.groupid()] += row.units();
+    dayUnits[row.day()] = row.allunits();
+  }
+  EXPECT_EQ(codeUnits, perCode);
+  EXPECT_EQ(groupUnits, perGroup);
+  EXPECT_EQ(groups.values(0).groupname(), groups.values(0).groupid() == 1 ? "Noise" : "Vibration");
+  const auto top = AskFor<dc::TestHistoryTopNContainer>(
+      *plant, "TestHistoryTopNQuery", std::string("{") + kLine + R"(, "TopNCount": 1})");
+  std::set<int> days;
+  for (const auto& row : top.values())
+    EXPECT_TRUE(days.insert(row.day()).second) << "one code a day";
+  std::map<int, int> generalDays;
+  const auto general =
+      AskFor<dc::TestHistoryGeneralContainer>(*plant, "TestHistoryGeneralQuery", history);
+  for (const auto& day : general.values()) generalDays[day.day()] = day.allunits();
+  for (const auto& [day, units] : dayUnits) EXPECT_EQ(units, generalDays[day]) << day;
+}
+
+TEST_F(PlantQueries, ValueIndexesArchiveFilesExportsAndTheNewestTestOfEachBenchName) {
+  const Header& test = all.values(20);
+  const auto indexes = AskFor<dc::MeasurementValueIndexContainer>(
+      *plant, "MeasurementValueIndexByIdQuery",
+      std::string("{") + kLine + R"(, "Identifier": [)" + std::to_string(test.pkident()) +
+          R"(, 99999], "Clavis": {"Items": [{"Mode": "Idle"}]}})");
+  ASSERT_EQ(indexes.measurementvalueindicies().size(), 1U);
+  const auto& idle = indexes.measurementvalueindicies().at(test.pkident()).values();
+  ASSERT_EQ(idle.size(), 1);
+  EXPECT_EQ(idle[0].datatype(), dc::Enumerator::Vector);
+  EXPECT_EQ(idle[0].fileoffset(), test.fileoffset() + 2 * 4096);
+  const auto selected = AskFor<dc::MeasurementValueIndexContainer>(
+      *plant, "MeasurementValueIndexQuery",
+      std::string("{") + kLine + R"(, "LastN": {"TopN": 2}})");
+  EXPECT_EQ(selected.measurementvalueindicies().size(), 2U);
+  EXPECT_EQ(selected.measurementvalueindicies().begin()->second.values_size(), 5);
+
+  std::vector<int> sameFile;
+  for (const Header& h : all.values()) {
+    if (h.relativefilepath() == test.relativefilepath()) sameFile.push_back(h.pkident());
+  }
+  const auto file = AskFor<dc::MeasurementInformationContainer>(
+      *plant, "MeasurementInformationFromFileQuery",
+      std::string("{") + kLine + R"(, "AbsolutePath": "/archive/)" + test.relativefilepath() +
+          R"(", "IncludeMeasurementValueIndices": true})");
+  std::vector<int> inFile;
+  for (const auto& [id, information] : file.measurements()) {
+    inFile.push_back(id);
+    EXPECT_EQ(information.measurementvalueindices_size(), 5);
+  }
+  std::sort(inFile.begin(), inFile.end());
+  EXPECT_EQ(inFile, sameFile);
+  EXPECT_EQ(Ask(*plant, "MeasurementInformationFromFileQuery",
+                std::string("{") + kLine + R"(, "AbsolutePath": "/archive/2026/01/01/x.kqa"})")
+                .status,
+            404);
+
+  const CannedAnswer csv =
+      Ask(*plant, "CsvExportFileQuery", std::string("{") + kLine + R"(, "LastN": {"TopN": 2}})");
+  const std::string newest = std::to_string(all.values(all.values_size() - 1).pkident());
+  EXPECT_EQ(std::count(csv.body.begin(), csv.body.end(), '\n'), 3);
+  EXPECT_EQ(csv.body.substr(csv.body.rfind("\r\n", csv.body.size() - 3) + 2, newest.size() + 1),
+            newest + ",");
+
+  std::map<std::string, std::string> newestOfBench;
+  for (const Header& h : all.values())
+    newestOfBench[h.bench()] = std::to_string(h.pkident()) + " " + h.serial();
+  std::map<std::string, std::string> answered;
+  const auto last = AskFor<dc::MainDataInfoContainer>(*plant, "LastTestByBenchQuery",
+                                                      std::string("{") + kLine + "}");
+  for (const auto& info : last.values()) {
+    answered[info.bench()] = std::to_string(info.pkident()) + " " + info.serial();
+  }
+  EXPECT_EQ(answered, newestOfBench);
+}
+
+TEST(PlantTimeZones, ALinesOffsetFollowsItsRegionsDaylightSavingRule) {
+  struct Row {
+    const char* zone;
+    int standard;
+    std::int64_t time;
+    int offset;
+  };
+  const std::vector<Row> rows = {
+      {"Europe/Berlin", 60, 1774746000 - 1, 60},       {"Europe/Berlin", 60, 1774746000, 120},
+      {"Europe/Berlin", 60, 1792890000 - 1, 120},      {"Europe/Berlin", 60, 1792890000, 60},
+      {"America/Chicago", -360, 1772956800 - 1, -360}, {"America/Chicago", -360, 1772956800, -300},
+      {"America/Chicago", -360, 1793516400 - 1, -300}, {"America/Chicago", -360, 1793516400, -360},
+      {"Asia/Shanghai", 480, 1780000000, 480},
+  };
+  for (const Row& row : rows) {
+    EXPECT_EQ(plant::UtcOffsetMinutesAt(row.zone, row.standard, true, row.time), row.offset)
+        << row.zone << " " << row.time;
+  }
+  EXPECT_EQ(plant::UtcOffsetMinutesAt("Europe/Berlin", 60, false, 1780000000), 60);
+}
+
+TEST_F(PlantQueries, AdministrationCommandsChangeResultDatabasesAndTheTopologyModel) {
+  const auto version = [&](const std::string& line) {
+    const CannedAnswer answer = Ask(*plant, "ResultDbVersionQuery",
+                                    R"({"Factory": "Plant-North", "Line": ")" + line + "\"}");
+    dc::VersionDTO dto;
+    dto.ParseFromString(answer.body);
+    return answer.status == 200 ? std::to_string(dto.major()) + "." + std::to_string(dto.minor()) +
+                                      "." + std::to_string(dto.patch())
+                                : std::to_string(answer.status);
+  };
+  const auto command = [&](const std::string& type, const std::string& json) {
+    return Ask(*plant, type, json).status;
+  };
+  EXPECT_EQ(version("Line-A"), "4.2.1");
+  const std::string lineA = std::string("{") + kLine;
+  EXPECT_EQ(command("ResultDbUpdateCommand", lineA + R"(, "DbVersion": {"Major": 4, "Minor": 3}})"),
+            200);
+  EXPECT_EQ(command("ResultDbUpdateCommand", lineA + R"(, "DbVersion": {"Major": 4, "Minor": 1}})"),
+            400);
+  EXPECT_EQ(version("Line-A"), "4.3.0") << "a refused update left it";
+  EXPECT_EQ(command("ResultDbCreationCommand", lineA + R"(, "DatabaseName": "again"})"), 409);
+  EXPECT_EQ(command("AddLineCommand", R"({"Factory": "Plant-North", "Line": "Line-N"})"), 200);
+  EXPECT_EQ(version("Line-N"), "404") << "a new line has no result database yet";
+  const std::string lineN = R"({"Factory": "Plant-North", "Line": "Line-N")";
+  EXPECT_EQ(command("ResultDbCreationCommand", lineN + R"(, "DatabaseName": ""})"), 400);
+  EXPECT_EQ(command("ResultDbCreationCommand", lineN + R"(, "DatabaseName": "North_N"})"), 200);
+  EXPECT_EQ(version("Line-N"), "4.2.1");
+
+  const auto model = [&](const char* type) {
+    return AskFor<dc::TopologyModel>(*plant, type, "{}");
+  };
+  const dc::TopologyModel drawn = model("TopologyModelQuery");
+  ASSERT_EQ(drawn.factories_size(), 3);
+  const dc::LineNode& newLine = *drawn.factories(0).lines().rbegin();
+  EXPECT_EQ(newLine.basenode().name(), "Line-N");
+  EXPECT_EQ(newLine.resultdb().databasename(), "North_N");
+  EXPECT_EQ(drawn.factories(0).lines(0).timezoneinfo().ianatimezoneid(), "Europe/Berlin");
+  EXPECT_TRUE(drawn.factories(0).lines(0).timezoneinfo().supportsdaylightsavingtime());
+
+  EXPECT_EQ(
+      command(
+          "ConfigureTopologyModelCommand",
+          R"({"Factory": "Plant-West", "Line": "Line-W", "ResultDatabaseName": "West_W", "ResultDatabasePassword": "pw", "ReplaceAllLines": true})"),
+      200);
+  const dc::TopologyModel configured = model("TopologyModelQuery");
+  ASSERT_EQ(configured.factories_size(), 1);
+  ASSERT_EQ(configured.factories(0).lines_size(), 1);
+  EXPECT_EQ(configured.factories(0).lines(0).resultdb().databasename(), "West_W");
+  EXPECT_EQ(model("DefaultTopologyModelQuery").factories_size(), 4) << "the plant keeps its lines";
+
+  dc::TopologyModel changed = configured;
+  changed.mutable_factories(0)->set_customerreportlogo("logo.png");
+  const std::string changedJson = MessageToJson(changed).Value();
+  EXPECT_EQ(command("UpdateTopologyModelCommand",
+                    R"({"Factory": "Plant-North", "Line": "Line-Z", "TopologyModel": )" +
+                        changedJson + "}"),
+            400);
+  EXPECT_EQ(model("TopologyModelQuery").factories(0).customerreportlogo(), "");
+  EXPECT_EQ(command("UpdateTopologyModelCommand", R"({"TopologyModel": )" + changedJson + "}"),
+            200);
+  EXPECT_EQ(model("TopologyModelQuery").factories(0).customerreportlogo(), "logo.png");
+
+  const auto log = AskFor<dc::LogEntryContainer>(
+      *plant, "LogEntryQuery",
+      R"({"FromTime": {"value": )" + std::to_string(kNow + 1) + R"(, "scale": "SECONDS"}})");
+  ASSERT_EQ(log.logentries_size(), 5) << "one entry for each command that succeeded";
+  for (const auto& entry : log.logentries())
+    EXPECT_THAT(entry.message(), ::testing::Not(::testing::HasSubstr("pw")));
 }
 
 TEST_F(PlantQueries, TheGatewayTokenIsRequiredWhenTheStubIsToldSo) {

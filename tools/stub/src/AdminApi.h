@@ -19,7 +19,7 @@
 #include "RequestJournal.h"
 #include "vrex/stub/CannedAnswer.h"
 #include "vrex/stub/JournalEntry.h"
-#include "vrex/stub/StubServer.h"
+#include "vrex/stub/StubServerOptions.h"
 
 namespace vrex::stub {
 

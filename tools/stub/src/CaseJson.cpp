@@ -8,12 +8,12 @@
 
 #include "AnswerSelection.h"
 #include "CredentialMask.h"
+#include "JsonAnswer.h"
 #include "RequestMatch.h"
 #include "StubFiles.pb.h"
 #include "vrex/MessageJson.h"
 #include "vrex/RequestCatalog.h"
 #include "vrex/data/SecretMask.h"
-#include "vrex/stub/AnswerLoader.h"
 
 namespace vrex::stub {
 

@@ -10,7 +10,7 @@
 #include <mutex>
 #include <optional>
 
-#include "vrex/stub/StubServer.h"
+#include "vrex/stub/StubServerOptions.h"
 
 namespace vrex::stub {
 

@@ -2,8 +2,9 @@
 // One client connection of the stub server. Boost.Beast parses each request
 // as it arrives; the head is kept byte for byte as it came. The server
 // chooses the answer, and the connection writes it as its delivery says,
-// within the server's limits. All work of a connection runs in its strand;
-// Close may be called from any thread.
+// within the server's limits. A connection lives on one event loop, run by
+// one serving thread, so its work needs no lock; Close may be called from
+// any thread.
 
 #include <boost/asio/generic/stream_protocol.hpp>
 #include <boost/asio/steady_timer.hpp>
@@ -16,10 +17,10 @@
 #include <optional>
 #include <string>
 
-#include "AnswerStream.h"
+#include "AnswerWriter.h"
 #include "RequestParser.h"
 #include "vrex/stub/JournalEntry.h"
-#include "vrex/stub/StubServer.h"
+#include "vrex/stub/StubServerOptions.h"
 
 namespace vrex::stub {
 
@@ -32,7 +33,7 @@ using AnswerReady = std::function<void(std::shared_ptr<const CannedAnswer>)>;
 class RequestHandler {
  public:
   virtual ~RequestHandler() = default;
-  /// Called in the connection's strand, on one of the serving threads; gives
+  /// Called on the connection's serving thread; gives
   /// the answer to `ready` at once, or later from another thread.
   virtual void Answer(JournalEntry request, AnswerReady ready) = 0;
 };
@@ -101,7 +102,7 @@ class HttpConnection : public std::enable_shared_from_this<HttpConnection> {
   Watch watch_ = Watch::Request;
   boost::beast::flat_buffer buffer_;
   std::optional<RequestParser> parser_;
-  std::optional<AnswerStream> answer_;
+  std::optional<AnswerWriter> answer_;
   std::array<std::string_view, 3> pending_;  // bytes still to write
   Step afterWrite_ = nullptr;
 };

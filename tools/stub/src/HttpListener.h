@@ -18,7 +18,7 @@
 
 #include "ConnectionRegistry.h"
 #include "HttpConnection.h"
-#include "vrex/stub/StubServer.h"
+#include "vrex/stub/StubServerOptions.h"
 
 namespace vrex::stub {
 

@@ -9,6 +9,8 @@
 #include <iterator>
 #include <system_error>
 
+#include "plant/PlantSchema.h"
+
 namespace vrex::stub {
 
 namespace fs = std::filesystem;
@@ -90,7 +92,9 @@ std::shared_ptr<const Plant> OpenPlant(const PlantOptions& options, bool useDefa
     if (!useDefault) return nullptr;
     const fs::path directory = CacheDirectory();
     fs::create_directories(directory);
-    const fs::path cached = directory / "small-plant.sqlite";
+    // One cached plant per layout of the file: a stub of another version regenerates its own.
+    const fs::path cached =
+        directory / ("small-plant-v" + std::to_string(plant::kPlantSchemaVersion) + ".sqlite");
     if (!Fresh(cached)) GeneratePlantFile(cached, PlantOptions{}.tests, 14, 1, NowSeconds());
     // Commands change the plant: each stub changes its own copy.
     copy = file =

@@ -17,7 +17,7 @@
 #include "vrex/stub/CannedAnswer.h"
 #include "vrex/stub/JournalEntry.h"
 #include "vrex/stub/StubCase.h"
-#include "vrex/stub/StubServer.h"
+#include "vrex/stub/StubServerOptions.h"
 
 namespace vrex::stub {
 

@@ -32,21 +32,6 @@ std::int64_t NowSeconds() {
       .count();
 }
 
-/// Runs `change` and writes `what` into the log, both or neither.
-template <typename Request, typename Function>
-PlantHandler Command(Function change) {
-  return [change](SqliteDatabase& db, const pb::Message& message) {
-    const auto& request = dynamic_cast<const Request&>(message);
-    SqliteTransaction transaction(db);
-    const std::string what = change(db, request);
-    db.Prepare("INSERT INTO log_entry (time, level, source, text) VALUES (?1, 2, ?2, ?3)")
-        .BindAll(NowSeconds(), std::string(Request::descriptor()->name()), what)
-        .Run();
-    transaction.Commit();
-    return CannedAnswer{};
-  };
-}
-
 std::string Weekdays(const dc::ShiftItem& item) {
   std::string days;
   for (int day : item.weekdays()) days += (days.empty() ? "" : ",") + std::to_string(day);
@@ -250,6 +235,12 @@ dc::LogEntryContainer LogEntries(SqliteDatabase& db, const dc::LogEntryQuery& qu
 }
 
 }  // namespace
+
+void WriteLogEntry(SqliteDatabase& db, const std::string& source, const std::string& text) {
+  db.Prepare("INSERT INTO log_entry (time, level, source, text) VALUES (?1, 2, ?2, ?3)")
+      .BindAll(NowSeconds(), source, text)
+      .Run();
+}
 
 void AddCommandHandlers(std::map<std::string, PlantHandler, std::less<>>& handlers) {
   handlers.emplace("AddShiftCommand", Command<dc::AddShiftCommand>(AddShift));

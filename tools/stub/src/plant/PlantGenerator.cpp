@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "plant/DaylightSaving.h"
 #include "plant/PlantRandom.h"
 #include "plant/PlantSchema.h"
 #include "plant/Sqlite.h"
@@ -194,7 +195,9 @@ struct Retest {
   std::int64_t due;
 };
 
-const char* OperatorAt(std::int64_t time, int offsetMinutes, PlantRandom& random) {
+const char* OperatorAt(std::int64_t time, const Zone& zone, PlantRandom& random) {
+  const int offsetMinutes =
+      UtcOffsetMinutesAt(zone.iana, zone.offsetMinutes, zone.daylightSaving, time);
   const std::int64_t minute = ((time / 60 + offsetMinutes) % 1440 + 1440) % 1440;
   for (const ShiftDefinition& shift : Shifts()) {
     for (const auto& [start, end] : shift.items) {
@@ -256,7 +259,7 @@ std::vector<Test> PlanTests(const LineDefinition& line, const std::vector<std::i
               unit.tests,
               unit.firstTime,
               unit.serial,
-              OperatorAt(time, line.zone.offsetMinutes, random),
+              OperatorAt(time, line.zone, random),
               order.empty() ? "PO-" + letter + "80000" : order,
               random.Next() >> 1,
               unitIndex,
@@ -349,6 +352,11 @@ void GeneratePlant(const fs::path& file, const GeneratorOptions& options) {
       WriteTests(db, lineId, PlanTests(lines[l], benches, count, nextId, options, random));
       nextId += count;
     }
+    // Each line's results lie in a result database of its own, at the plant's version.
+    db.Execute(
+        "INSERT INTO result_database SELECT l.id, f.name || '_' || l.name, NULL,"
+        " (SELECT value FROM plant_info WHERE key = 'api_version') FROM line l"
+        " JOIN factory f ON f.id = l.factory_id");
     db.Prepare("INSERT INTO log_entry (time, level, source, text) VALUES (?1, 2, 'generator', ?2)")
         .BindAll(options.now, "plant generated with seed " + std::to_string(options.seed))
         .Run();

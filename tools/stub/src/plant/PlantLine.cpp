@@ -3,11 +3,14 @@
 #include <algorithm>
 #include <sstream>
 
+#include "plant/DaylightSaving.h"
+
 namespace vrex::stub::plant {
 
 PlantLine FindLine(SqliteDatabase& db, const std::string& factory, const std::string& name) {
   auto statement = db.Prepare(
-      "SELECT l.id, l.utc_offset_minutes FROM line l JOIN factory f ON f.id = l.factory_id"
+      "SELECT l.id, l.utc_offset_minutes, l.iana_zone, l.daylight_saving FROM line l JOIN factory "
+      "f ON f.id = l.factory_id"
       " WHERE f.name = ?1 AND l.name = ?2");
   statement.BindAll(factory, name);
   if (!statement.Step()) {
@@ -16,7 +19,9 @@ PlantLine FindLine(SqliteDatabase& db, const std::string& factory, const std::st
     if (!known.Step()) throw PlantRefusal(400, "no factory \"" + factory + "\" in the plant");
     throw PlantRefusal(400, "no line \"" + name + "\" in factory \"" + factory + "\"");
   }
-  PlantLine line{statement.Int(0), factory, name, static_cast<int>(statement.Int(1)), {}};
+  PlantLine line{
+      statement.Int(0),      factory, name, static_cast<int>(statement.Int(1)), statement.Text(2),
+      statement.Int(3) != 0, {}};
   line.shifts = LoadShifts(db, line.id);
   return line;
 }
@@ -56,8 +61,12 @@ bool Holds(const ShiftSpan& span, int minute, int weekday) {
 
 }  // namespace
 
+int UtcOffsetMinutesAt(const PlantLine& line, std::int64_t time) {
+  return UtcOffsetMinutesAt(line.ianaZone, line.utcOffsetMinutes, line.daylightSaving, time);
+}
+
 std::string ShiftAt(const PlantLine& line, std::int64_t time) {
-  const std::int64_t local = time + std::int64_t{line.utcOffsetMinutes} * 60;
+  const std::int64_t local = time + std::int64_t{UtcOffsetMinutesAt(line, time)} * 60;
   const std::int64_t days = local >= 0 ? local / 86400 : (local - 86399) / 86400;
   const int minute = static_cast<int>((local - days * 86400) / 60);
   const int weekday = static_cast<int>(((days + 3) % 7 + 7) % 7) + 1;  // 1970-01-01: a Thursday

@@ -38,9 +38,14 @@ struct PlantLine {
   std::int64_t id = 0;
   std::string factory;
   std::string name;
-  int utcOffsetMinutes = 0;
+  int utcOffsetMinutes = 0;  ///< standard time
+  std::string ianaZone;
+  bool daylightSaving = false;
   std::vector<PlantShift> shifts;  ///< by id
 };
+
+/// The line's offset from UTC at `time` (seconds since 1970, UTC), summer time included.
+int UtcOffsetMinutesAt(const PlantLine& line, std::int64_t time);
 
 /// The line `name` of `factory`; throws PlantRefusal (400 naming it) when
 /// the plant has no such factory or line.
@@ -62,7 +67,7 @@ bool Asked(const Names& names, const std::string& name) {
 std::vector<PlantShift> LoadShifts(SqliteDatabase& db, std::int64_t lineId);
 
 /// The name of the first shift whose span holds `time` (seconds since 1970,
-/// UTC) in the line's local time, or "" when none does.
+/// UTC) in the line's local time at that moment, or "" when none does.
 std::string ShiftAt(const PlantLine& line, std::int64_t time);
 
 }  // namespace vrex::stub::plant

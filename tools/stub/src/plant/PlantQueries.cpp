@@ -1,5 +1,7 @@
 #include "plant/PlantQueries.h"
 
+#include <cstdio>
+#include <ctime>
 #include <map>
 #include <string>
 
@@ -22,8 +24,12 @@
 #include "MeasurementByIdQuery.pb.h"
 #include "MeasurementContainer.pb.h"
 #include "MeasurementInformationContainer.pb.h"
+#include "MeasurementInformationFromFileQuery.pb.h"
 #include "MeasurementInformationQuery.pb.h"
 #include "MeasurementQuery.pb.h"
+#include "MeasurementValueIndexByIdQuery.pb.h"
+#include "MeasurementValueIndexContainer.pb.h"
+#include "MeasurementValueIndexQuery.pb.h"
 #include "ProtocolCrossReferenceQuery.pb.h"
 #include "ProtocolCrossReferenceStore.pb.h"
 #include "ReferenceUnitContainer.pb.h"
@@ -33,7 +39,6 @@
 #include "ResultDbSizeContainer.pb.h"
 #include "ResultDbSizeQuery.pb.h"
 #include "ResultDbSizesQuery.pb.h"
-#include "ResultDbVersionQuery.pb.h"
 #include "ShiftContainer.pb.h"
 #include "SimpleTopologyContainer.pb.h"
 #include "SimpleTopologyQuery.pb.h"
@@ -42,9 +47,11 @@
 #include "VectorTrackOfMeasurementsContainer.pb.h"
 #include "VectorTrackOfMeasurementsQuery.pb.h"
 #include "VersionDTO.pb.h"
+#include "plant/PlantAdministration.h"
 #include "plant/PlantCommands.h"
 #include "plant/PlantLine.h"
 #include "plant/PlantReports.h"
+#include "plant/TestHistory.h"
 #include "plant/TestSelection.h"
 #include "plant/TestValues.h"
 
@@ -99,9 +106,11 @@ dc::SimpleTopologyContainer Topology(SqliteDatabase& db) {
   return topology;
 }
 
-dc::GeneralInformationContainer Headers(const std::vector<TestRow>& tests) {
+dc::GeneralInformationContainer Headers(std::vector<TestRow>&& tests) {
   dc::GeneralInformationContainer container;
-  for (const TestRow& test : tests) *container.add_values() = test.header;
+  container.mutable_values()->Reserve(static_cast<int>(tests.size()));
+  // Moved, not copied: a day of a busy line has thousands of headers.
+  for (TestRow& test : tests) *container.add_values() = std::move(test.header);
   return container;
 }
 
@@ -199,6 +208,70 @@ dc::VectorTrackOfMeasurementsContainer VectorsOf(SqliteDatabase& db,
     *element.mutable_vectorpoints() = std::move(*vector.mutable_values());
     (*container.mutable_measurementinfos())[test.header.pkident()] = InformationOf(test, defects);
   }
+  return container;
+}
+
+/// Where each wanted quantity of each test lies in its archive file, without
+/// its value: a quantity's data lies a fixed step after the test's.
+dc::MeasurementValueIndexContainer ValueIndexes(const std::vector<TestRow>& tests,
+                                                const dc::ClavisFilter* filter) {
+  constexpr std::int32_t kQuantityStep = 4096;  // bytes of one quantity in the archive
+  dc::MeasurementValueIndexContainer container;
+  for (const TestRow& test : tests) {
+    dc::MeasurementValueIndices& indices =
+        (*container.mutable_measurementvalueindicies())[test.header.pkident()];
+    for (const QuantityInfo& quantity : PlantQuantities()) {
+      const dc::Clavis key = ClavisOf(quantity);
+      if (!Wanted(key, filter)) continue;
+      dc::MeasurementValueIndex& index = *indices.add_values();
+      *index.mutable_clavis() = key;
+      index.set_fileoffset(test.header.fileoffset() + (quantity.id - 1) * kQuantityStep);
+      index.set_datatype(static_cast<en::DataType>(quantity.dataType));
+    }
+  }
+  return container;
+}
+
+/// The tests whose data an archive file holds (`.../YYYY/MM/DD/<bench>_YYYYMMDD.kqa`,
+/// the path of their RelativeFilePath), with their value indexes on request.
+dc::MeasurementInformationContainer FromFile(SqliteDatabase& db,
+                                             const dc::MeasurementInformationFromFileQuery& query) {
+  const PlantLine line = LineOf(db, query);
+  const std::string& path = query.absolutepath();
+  const std::string name = path.substr(path.rfind('/') + 1);  // npos + 1: the whole path
+  const std::size_t underscore = name.rfind('_');
+  std::tm day{};
+  const bool named = underscore != std::string::npos && name.size() == underscore + 13 &&
+                     name.compare(underscore + 9, 4, ".kqa") == 0 &&
+                     std::sscanf(name.c_str() + underscore + 1, "%4d%2d%2d", &day.tm_year,
+                                 &day.tm_mon, &day.tm_mday) == 3;
+  dc::MeasurementInformationContainer container;
+  if (named) {
+    day.tm_year -= 1900;
+    day.tm_mon -= 1;
+    const std::int64_t start = timegm(&day);
+    Selection selection;
+    selection.bench.emplace().add_items(name.substr(0, underscore));
+    *selection.time.emplace().mutable_from() = UtcTime(start);
+    *selection.time->mutable_until() = UtcTime(start + 86399);
+    for (const TestRow& test : SelectTests(db, line, selection)) {
+      const std::string& relative = test.header.relativefilepath();
+      if (path.size() < relative.size() ||
+          path.compare(path.size() - relative.size(), relative.size(), relative) != 0) {
+        continue;
+      }
+      dc::MeasurementInformation& information =
+          (*container.mutable_measurements())[test.header.pkident()];
+      information = InformationOf(test, DefectsOf(db, test.header.pkident()));
+      if (query.includemeasurementvalueindices()) {
+        *information.mutable_measurementvalueindices() = ValueIndexes({test}, nullptr)
+                                                             .measurementvalueindicies()
+                                                             .at(test.header.pkident())
+                                                             .values();
+      }
+    }
+  }
+  if (container.measurements().empty()) throw PlantRefusal(404, "no archive file \"" + path + "\"");
   return container;
 }
 
@@ -424,11 +497,6 @@ std::map<std::string, PlantHandler, std::less<>> MakeHandlers() {
   std::map<std::string, PlantHandler, std::less<>> handlers = {
       {"ApiVersionQuery",
        Answering<dc::ApiVersionQuery>([](SqliteDatabase& db, const auto&) { return Version(db); })},
-      {"ResultDbVersionQuery",
-       Answering<dc::ResultDbVersionQuery>([](SqliteDatabase& db, const auto& q) {
-         LineOf(db, q);
-         return Version(db);
-       })},
       {"SimpleTopologyQuery", Answering<dc::SimpleTopologyQuery>(
                                   [](SqliteDatabase& db, const auto&) { return Topology(db); })},
       {"GeneralInformationQuery",
@@ -448,6 +516,18 @@ std::map<std::string, PlantHandler, std::less<>> MakeHandlers() {
          return Measurements(db, TestsById(db, LineOf(db, q), q.identifier()),
                              q.has_clavis() ? &q.clavis() : nullptr);
        })},
+      {"MeasurementValueIndexQuery",
+       Answering<dc::MeasurementValueIndexQuery>([](SqliteDatabase& db, const auto& q) {
+         return ValueIndexes(SelectTests(db, LineOf(db, q), ReadSelection(q)),
+                             q.has_clavis() ? &q.clavis() : nullptr);
+       })},
+      {"MeasurementValueIndexByIdQuery",
+       Answering<dc::MeasurementValueIndexByIdQuery>([](SqliteDatabase& db, const auto& q) {
+         return ValueIndexes(TestsById(db, LineOf(db, q), q.identifier()),
+                             q.has_clavis() ? &q.clavis() : nullptr);
+       })},
+      {"MeasurementInformationFromFileQuery",
+       Answering<dc::MeasurementInformationFromFileQuery>(FromFile)},
       {"DefectReportQuery", Answering<dc::DefectReportQuery>([](SqliteDatabase& db, const auto& q) {
          return Defects(db, SelectTests(db, LineOf(db, q), ReadSelection(q)));
        })},
@@ -491,6 +571,8 @@ std::map<std::string, PlantHandler, std::less<>> MakeHandlers() {
   };
   AddCommandHandlers(handlers);
   AddReportHandlers(handlers);
+  AddHistoryHandlers(handlers);
+  AddAdministrationHandlers(handlers);
   return handlers;
 }
 

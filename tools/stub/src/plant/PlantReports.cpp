@@ -7,16 +7,20 @@
 
 #include "ArchiveFileInfoContainer.pb.h"
 #include "ArchiveFileInfoQuery.pb.h"
+#include "CsvExportFileQuery.pb.h"
+#include "LastTestByBenchQuery.pb.h"
+#include "MainDataInfoContainer.pb.h"
+#include "RejectMessagesContainer.pb.h"
+#include "RejectMessagesQuery.pb.h"
 #include "RejectsByShiftContainer.pb.h"
 #include "RejectsByShiftQuery.pb.h"
-#include "TestHistoryGeneralContainer.pb.h"
-#include "TestHistoryGeneralQuery.pb.h"
 #include "TopNRejectsContainer.pb.h"
 #include "TopNRejectsQuery.pb.h"
 #include "WavFileInfo.pb.h"
 #include "WavFileInfoQuery.pb.h"
 #include "WavFileQuery.pb.h"
 #include "WavFileTestBenchQuery.pb.h"
+#include "plant/DefectFilter.h"
 #include "plant/PlantLine.h"
 #include "plant/TestSelection.h"
 #include "plant/TestSound.h"
@@ -96,21 +100,6 @@ dc::ArchiveFileInfoContainer ArchiveInfos(SqliteDatabase& db,
   return container;
 }
 
-/// The rejected tests of a selection with their defects.
-struct Reject {
-  const TestRow* test;
-  dc::DefectReport defects;
-};
-
-std::vector<Reject> RejectsOf(SqliteDatabase& db, const std::vector<TestRow>& tests) {
-  std::vector<Reject> rejects;
-  for (const TestRow& test : tests) {
-    if (test.header.resultid() != 1)
-      rejects.push_back({&test, DefectsOf(db, test.header.pkident()).report});
-  }
-  return rejects;
-}
-
 dc::RejectsByShiftContainer RejectsByShift(SqliteDatabase& db,
                                            const dc::RejectsByShiftQuery& query) {
   const PlantLine line = LineOf(db, query);
@@ -162,24 +151,16 @@ std::pair<std::string, std::string> CategoryOf(const Reject& reject, const dc::D
   }
 }
 
-bool CodeSelected(const dc::TopNRejectsQuery& query, const dc::Defect& defect) {
-  if (!query.has_errorcode()) return true;
-  const auto& items = query.errorcode().items();
-  const bool listed = std::find(items.begin(), items.end(), defect.errorcode()) != items.end();
-  return listed != query.errorcode().exclude();
-}
-
 dc::TopNRejectsContainer TopNRejects(SqliteDatabase& db, const dc::TopNRejectsQuery& query) {
-  const auto tests = SelectTests(db, LineOf(db, query), ReadSelection(query));
+  const PlantLine line = LineOf(db, query);
+  const auto tests = SelectTests(db, line, ReadSelection(query));
+  const DefectFilter filter(db, line, query, query.includewarnings());
   std::map<std::pair<std::string, std::string>, dc::TopNRejectsData> counts;
-  for (const Reject& reject : RejectsOf(db, tests)) {
+  for (const Reject& reject : RejectsOf(db, tests, query.includewarnings())) {
     // A test counts once in each category its defects fall in.
     std::set<std::pair<std::string, std::string>> seen;
-    const bool firstOnly = query.has_errorcode() && query.errorcode().firsterroronly();
-    for (int i = 0; i < reject.defects.defects_size() && !(firstOnly && i > 0); ++i) {
-      const dc::Defect& defect = reject.defects.defects(i);
-      if (!CodeSelected(query, defect)) continue;
-      const auto category = CategoryOf(reject, defect, query.groupby());
+    for (const dc::Defect* defect : filter.Select(reject.defects.defects())) {
+      const auto category = CategoryOf(reject, *defect, query.groupby());
       if (!seen.insert(category).second) continue;
       dc::TopNRejectsData& data = counts[category];
       if (data.count() == 0) {
@@ -204,39 +185,178 @@ dc::TopNRejectsContainer TopNRejects(SqliteDatabase& db, const dc::TopNRejectsQu
   return container;
 }
 
-dc::TestHistoryGeneralContainer TestHistory(SqliteDatabase& db,
-                                            const dc::TestHistoryGeneralQuery& query) {
-  const PlantLine line = LineOf(db, query);
-  const std::int64_t offset =
-      query.applyshiftoffset() ? std::int64_t{line.utcOffsetMinutes} * 60 : 0;
-  std::map<std::int64_t, dc::TestHistoryGeneralData> days;
-  for (const TestRow& test : SelectTests(db, line, ReadSelection(query))) {
-    const std::int64_t local = test.header.measurementtime().value() + offset;
-    const std::int64_t day = local >= 0 ? local / 86400 : (local - 86399) / 86400;
-    dc::TestHistoryGeneralData& data = days[day];
-    if (data.allunits() == 0) {
-      const std::time_t seconds = day * 86400;
-      std::tm date{};
-      gmtime_r(&seconds, &date);
-      char week[4];
-      std::strftime(week, sizeof week, "%V", &date);
-      data.set_year(date.tm_year + 1900);
-      data.set_week(std::atoi(week));
-      data.set_day(date.tm_mday);
-      const std::int64_t monday = day - (date.tm_wday + 6) % 7;
-      *data.mutable_startofweek() = UtcTime(monday, bcl::DateTime_TimeSpanScale_DAYS);
-      *data.mutable_endofweek() = UtcTime(monday + 7, bcl::DateTime_TimeSpanScale_DAYS);
+/// What a reject message says of its unit beyond the test: the unit's first
+/// and newest tests and the result of the test after this one.
+void SetUnitFacts(SqliteDatabase& db, const PlantLine& line, bool productionDate,
+                  dc::RejectMessagesData& row) {
+  const dc::GeneralInformation& header = row.generalinformation();
+  auto unit = db.Prepare(
+      "SELECT MIN(t.time), MAX(t.time), MAX(t.ordinal), r.name, n.result_id FROM test t"
+      " LEFT JOIN test n ON n.line_id = ?1 AND n.serial = ?2 AND n.ordinal = ?3"
+      " LEFT JOIN result_kind r ON r.id = n.result_id WHERE t.line_id = ?1 AND t.serial = ?2");
+  unit.BindAll(line.id, header.serial(), std::int64_t{header.ordinal() + 1});
+  unit.Step();
+  const std::int64_t first = unit.Int(0);
+  *row.mutable_timeoffirsttest() = UtcTime(first);
+  *row.mutable_timeoflasttest() = UtcTime(unit.Int(1));
+  row.set_thislastresult(header.thislast() ? 1 : 0);
+  row.set_thislastrepeated(unit.Int(2) > 1 ? 1 : 0);
+  if (!unit.IsNull(4)) {  // the unit was tested again
+    row.set_repeatresult(unit.Text(3));
+    row.set_repeatresultid(static_cast<std::int32_t>(unit.Int(4)));
+  }
+  row.set_ageofunit(std::to_string((header.measurementtime().value() - first) / 60) + " min");
+  if (productionDate) {
+    const std::time_t seconds = first;
+    std::tm utc{};
+    gmtime_r(&seconds, &utc);
+    char date[16];
+    std::strftime(date, sizeof date, "%Y-%m-%d", &utc);
+    row.set_productiondate(date);
+  }
+}
+
+dc::RejectMessagesData RejectMessage(const Reject& reject, const dc::Defect& defect) {
+  dc::RejectMessagesData row;
+  *row.mutable_generalinformation() = reject.test->header;
+  row.set_errorcode(defect.errorcode());
+  row.set_errorsequencenumber(defect.errornr());
+  row.set_errortext(defect.errortext());
+  row.set_mode(defect.clavis().mode());
+  row.set_location(defect.clavis().location());
+  row.set_instrument(defect.clavis().instrument());
+  row.set_ipparam(defect.clavis().instrumentparameter());
+  row.set_channel(defect.clavis().channel());
+  row.set_position(defect.position());
+  row.set_value(defect.value());
+  row.set_limit(defect.limit());
+  row.set_unit(defect.clavis().sensor().rfind("MIC", 0) == 0 ? "dB" : "m/s²");
+  row.set_firsterror(defect.errornr() == 1 ? 1 : 0);
+  return row;
+}
+
+/// Whether `a` goes before `b` by the first key of `order` that tells them apart.
+bool Before(const dc::OrderByFilter& order, const dc::RejectMessagesData& a,
+            const dc::RejectMessagesData& b) {
+  for (const dc::OrderByObject& item : order.items()) {
+    const dc::GeneralInformation& x = a.generalinformation();
+    const dc::GeneralInformation& y = b.generalinformation();
+    int compared = 0;
+    switch (item.key()) {
+      case en::OrderByProductionTime:
+        compared = (a.timeoffirsttest().value() > b.timeoffirsttest().value()) -
+                   (a.timeoffirsttest().value() < b.timeoffirsttest().value());
+        break;
+      case en::OrderByType:
+        compared = x.type().compare(y.type());
+        break;
+      case en::OrderByBaseType:
+        compared = x.basetype().compare(y.basetype());
+        break;
+      case en::OrderByTestBench:
+        compared = x.bench().compare(y.bench());
+        break;
+      case en::OrderByErrorCode:
+        compared = (a.errorcode() > b.errorcode()) - (a.errorcode() < b.errorcode());
+        break;
+      default:
+        compared = (x.measurementtime().value() > y.measurementtime().value()) -
+                   (x.measurementtime().value() < y.measurementtime().value());
     }
-    data.set_allunits(data.allunits() + 1);
-    if (test.header.resultid() == 1) {
-      data.set_goodunits(data.goodunits() + 1);
-    } else {
-      data.set_badunits(data.badunits() + 1);
+    if (compared != 0) return (compared < 0) != (item.direction() == en::OrderDescending);
+  }
+  return false;
+}
+
+dc::RejectMessagesContainer RejectMessages(SqliteDatabase& db,
+                                           const dc::RejectMessagesQuery& query) {
+  const PlantLine line = LineOf(db, query);
+  const auto tests = SelectTests(db, line, ReadSelection(query));
+  const bool warnings = !query.errorsonly();
+  const DefectFilter filter(db, line, query, warnings);
+  std::vector<dc::RejectMessagesData> rows;
+  for (const Reject& reject : RejectsOf(db, tests, warnings)) {
+    for (const dc::Defect* defect : filter.Select(reject.defects.defects())) {
+      rows.push_back(RejectMessage(reject, *defect));
+      SetUnitFacts(db, line, query.includeproductiondate(), rows.back());
     }
   }
-  dc::TestHistoryGeneralContainer container;
-  for (auto& [day, data] : days) *container.add_values() = std::move(data);
+  std::stable_sort(rows.begin(), rows.end(),
+                   [&](const auto& a, const auto& b) { return Before(query.orderby(), a, b); });
+  dc::RejectMessagesContainer container;
+  for (auto& row : rows) *container.add_values() = std::move(row);
   return container;
+}
+
+/// The newest test of each bench of the line, by bench.
+dc::MainDataInfoContainer LastTests(SqliteDatabase& db, const dc::LastTestByBenchQuery& query) {
+  const PlantLine line = LineOf(db, query);
+  auto newest = db.Prepare(
+      "SELECT (SELECT t.id FROM test t WHERE t.line_id = b.line_id AND t.bench_id = b.id ORDER BY"
+      " t.time DESC, t.id DESC LIMIT 1) FROM bench b WHERE b.line_id = ?1 ORDER BY b.id");
+  newest.BindAll(line.id);
+  pb::RepeatedField<std::int32_t> ids;
+  while (newest.Step()) {
+    if (!newest.IsNull(0)) ids.Add(static_cast<std::int32_t>(newest.Int(0)));
+  }
+  dc::MainDataInfoContainer container;
+  for (const TestRow& test : TestsById(db, line, ids)) {
+    const dc::GeneralInformation& header = test.header;
+    dc::MainDataInfo& info = *container.add_values();
+    info.set_pkident(header.pkident());
+    info.set_ordinal(header.ordinal());
+    info.set_serial(header.serial());
+    info.set_type(header.type());
+    info.set_basetype(header.basetype());
+    info.set_bench(header.bench());
+    info.set_result(header.result());
+    info.set_resultid(header.resultid());
+    info.set_testkind(header.testkind());
+    info.set_thislast(header.thislast());
+    *info.mutable_measurementtime() = header.measurementtime();
+    if (header.has_timeofnextmeasurement())
+      *info.mutable_timeofnextmeasurement() = header.timeofnextmeasurement();
+  }
+  return container;
+}
+
+/// A field of a CSV line, quoted when it holds a separator, quote or line end.
+std::string CsvField(const std::string& text) {
+  if (text.find_first_of(",\"\r\n") == std::string::npos) return text;
+  std::string quoted = "\"";
+  for (char c : text) quoted += c == '"' ? std::string("\"\"") : std::string(1, c);
+  return quoted + "\"";
+}
+
+/// The selected tests' headers as CSV, one line each, oldest first; times in UTC.
+CannedAnswer CsvExport(SqliteDatabase& db, const dc::CsvExportFileQuery& query) {
+  std::string csv =
+      "PkIdent,MeasurementTime,Serial,Type,BaseType,Bench,Result,TestKind,Ordinal,ThisLast,"
+      "Operator,ProductionOrder\r\n";
+  for (const TestRow& test : SelectTests(db, LineOf(db, query), ReadSelection(query))) {
+    const dc::GeneralInformation& h = test.header;
+    const std::time_t seconds = h.measurementtime().value();
+    std::tm utc{};
+    gmtime_r(&seconds, &utc);
+    char time[32];
+    std::strftime(time, sizeof time, "%Y-%m-%dT%H:%M:%SZ", &utc);
+    const auto info = [&h](const char* key) {
+      const auto found = h.additionalinfo().find(key);
+      return found == h.additionalinfo().end() ? std::string() : found->second;
+    };
+    for (const std::string& field :
+         {std::to_string(h.pkident()), std::string(time), h.serial(), h.type(), h.basetype(),
+          h.bench(), h.result(), h.testkind(), std::to_string(h.ordinal()),
+          std::string(h.thislast() ? "1" : "0"), info("Operator"), info("ProductionOrder")}) {
+      csv += CsvField(field) + ",";
+    }
+    csv.back() = '\r';
+    csv += '\n';
+  }
+  CannedAnswer answer;
+  answer.body = std::move(csv);
+  answer.contentType = "text/csv";
+  return answer;
 }
 
 }  // namespace
@@ -253,7 +373,11 @@ void AddReportHandlers(std::map<std::string, PlantHandler, std::less<>>& handler
   handlers.emplace("ArchiveFileInfoQuery", Answering<dc::ArchiveFileInfoQuery>(ArchiveInfos));
   handlers.emplace("RejectsByShiftQuery", Answering<dc::RejectsByShiftQuery>(RejectsByShift));
   handlers.emplace("TopNRejectsQuery", Answering<dc::TopNRejectsQuery>(TopNRejects));
-  handlers.emplace("TestHistoryGeneralQuery", Answering<dc::TestHistoryGeneralQuery>(TestHistory));
+  handlers.emplace("RejectMessagesQuery", Answering<dc::RejectMessagesQuery>(RejectMessages));
+  handlers.emplace("CsvExportFileQuery", [](SqliteDatabase& db, const pb::Message& request) {
+    return CsvExport(db, dynamic_cast<const dc::CsvExportFileQuery&>(request));
+  });
+  handlers.emplace("LastTestByBenchQuery", Answering<dc::LastTestByBenchQuery>(LastTests));
 }
 
 }  // namespace vrex::stub::plant

@@ -7,7 +7,7 @@ namespace vrex::stub::plant {
 
 /// Raises with every new table or column; a plant file of another version is
 /// refused rather than misread.
-inline constexpr int kPlantSchemaVersion = 1;
+inline constexpr int kPlantSchemaVersion = 2;
 
 inline constexpr std::string_view kPlantSchema = R"sql(
 CREATE TABLE plant_info (key TEXT PRIMARY KEY, value TEXT NOT NULL);
@@ -86,6 +86,10 @@ CREATE TABLE log_entry (
   id INTEGER PRIMARY KEY, time INTEGER NOT NULL, level INTEGER NOT NULL,
   source TEXT NOT NULL, text TEXT NOT NULL);
 CREATE TABLE token (name TEXT PRIMARY KEY, value TEXT NOT NULL);
+CREATE TABLE result_database (
+  line_id INTEGER PRIMARY KEY REFERENCES line(id), name TEXT NOT NULL, path TEXT,
+  version TEXT NOT NULL);
+CREATE TABLE topology_model (id INTEGER PRIMARY KEY CHECK (id = 1), model BLOB NOT NULL);
 )sql";
 
 }  // namespace vrex::stub::plant

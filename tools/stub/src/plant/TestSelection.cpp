@@ -15,16 +15,6 @@ namespace {
 namespace pb = google::protobuf;
 namespace en = Korvan::KQ::DataContracts::Enumerator;
 
-template <typename Filter>
-void Take(const pb::Message& request, const char* name, std::optional<Filter>& into) {
-  const pb::FieldDescriptor* field = request.GetDescriptor()->FindFieldByName(name);
-  if (field == nullptr || field->message_type() != Filter::descriptor() ||
-      !request.GetReflection()->HasField(request, field)) {
-    return;
-  }
-  into.emplace().CopyFrom(request.GetReflection()->GetMessage(request, field));
-}
-
 constexpr const char* kHeaderColumns =
     "SELECT t.id, t.time, t.serial, ut.name, bt.name, b.name, r.name, t.result_id,"
     " t.property_id, t.test_kind_id, k.name, t.ordinal, t.this_last, t.file_offset, t.operator,"
@@ -286,18 +276,18 @@ bcl::DateTime UtcTime(std::int64_t count, bcl::DateTime_TimeSpanScale scale) {
 
 Selection ReadSelection(const pb::Message& request) {
   Selection s;
-  Take(request, "Time", s.time);
-  Take(request, "LastN", s.lastN);
-  Take(request, "TestRepetition", s.repetition);
-  Take(request, "BaseType", s.baseType);
-  Take(request, "Type", s.type);
-  Take(request, "Bench", s.bench);
-  Take(request, "SerialNumber", s.serial);
-  Take(request, "TestKind", s.testKind);
-  Take(request, "ShiftOffset", s.shift);
-  Take(request, "ReferenceUnit", s.referenceUnit);
-  Take(request, "AddInfo", s.addInfo);
-  Take(request, "IdRange", s.idRange);
+  TakeFilter(request, "Time", s.time);
+  TakeFilter(request, "LastN", s.lastN);
+  TakeFilter(request, "TestRepetition", s.repetition);
+  TakeFilter(request, "BaseType", s.baseType);
+  TakeFilter(request, "Type", s.type);
+  TakeFilter(request, "Bench", s.bench);
+  TakeFilter(request, "SerialNumber", s.serial);
+  TakeFilter(request, "TestKind", s.testKind);
+  TakeFilter(request, "ShiftOffset", s.shift);
+  TakeFilter(request, "ReferenceUnit", s.referenceUnit);
+  TakeFilter(request, "AddInfo", s.addInfo);
+  TakeFilter(request, "IdRange", s.idRange);
   return s;
 }
 

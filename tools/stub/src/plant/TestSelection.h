@@ -48,6 +48,19 @@ struct Selection {
   std::optional<dc::IdRangeFilter> idRange;
 };
 
+/// The filter `name` of `request` into `into`, when the request has one of
+/// that type: the filters stand at other numbers in each request.
+template <typename Filter>
+void TakeFilter(const google::protobuf::Message& request, const char* name,
+                std::optional<Filter>& into) {
+  const google::protobuf::FieldDescriptor* field = request.GetDescriptor()->FindFieldByName(name);
+  if (field == nullptr || field->message_type() != Filter::descriptor() ||
+      !request.GetReflection()->HasField(request, field)) {
+    return;
+  }
+  into.emplace().CopyFrom(request.GetReflection()->GetMessage(request, field));
+}
+
 /// The filters of `request`, found by field name.
 Selection ReadSelection(const google::protobuf::Message& request);
 

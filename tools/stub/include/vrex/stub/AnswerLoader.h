@@ -51,11 +51,4 @@ Result<AnswerSet> LoadAnswerDirectory(const std::filesystem::path& directory);
 /// and for a case file that is unusable or gives a second default case.
 Result<std::vector<StubCase>> LoadCaseDirectory(const std::filesystem::path& directory);
 
-/// A 200 answer from proto3 JSON of the answer message of `requestType`
-/// (`answerType` overrides the catalog's message, by short name). Fails for
-/// an unknown request type, a request answered by no
-/// message, or JSON that does not parse.
-Result<CannedAnswer> JsonAnswer(std::string_view requestType, std::string_view json,
-                                std::string_view answerType = {});
-
 }  // namespace vrex::stub

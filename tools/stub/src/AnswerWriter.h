@@ -20,10 +20,10 @@ struct AnswerPiece {
   std::array<std::string_view, 3> bytes;  ///< sent in this order; views into the stream
 };
 
-class AnswerStream {
+class AnswerWriter {
  public:
   /// `keepAlive`: the client lets the connection serve further requests.
-  AnswerStream(std::shared_ptr<const CannedAnswer> answer, bool keepAlive);
+  AnswerWriter(std::shared_ptr<const CannedAnswer> answer, bool keepAlive);
 
   /// The next piece; nothing once the answer is complete.
   std::optional<AnswerPiece> Next();

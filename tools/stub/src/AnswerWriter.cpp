@@ -1,4 +1,4 @@
-#include "AnswerStream.h"
+#include "AnswerWriter.h"
 
 #include <boost/beast/http/status.hpp>
 #include <charconv>
@@ -76,7 +76,7 @@ std::string ResponseHead(const CannedAnswer& answer, std::string_view framing, b
 
 }  // namespace
 
-AnswerStream::AnswerStream(std::shared_ptr<const CannedAnswer> answer, bool keepAlive)
+AnswerWriter::AnswerWriter(std::shared_ptr<const CannedAnswer> answer, bool keepAlive)
     : answer_(std::move(answer)) {
   const CannedAnswer& a = *answer_;
   const bool wellFormed =
@@ -91,7 +91,7 @@ AnswerStream::AnswerStream(std::shared_ptr<const CannedAnswer> answer, bool keep
   chunkSize_ = Hex(a.body.size()) + std::string(kCrlf);
 }
 
-std::optional<AnswerPiece> AnswerStream::Next() {
+std::optional<AnswerPiece> AnswerWriter::Next() {
   const CannedAnswer& a = *answer_;
   const std::uint64_t index = next_++;
   switch (a.delivery) {
