@@ -9,6 +9,7 @@
 #include <string_view>
 #include <thread>
 
+#include "ProcessResources.h"
 #include "SamplePlantAnswers.h"
 #include "parse/BlockRecycler.h"
 #include "parse/ParsePool.h"
@@ -84,20 +85,23 @@ int ReadHeaders(vrex::AnswerArena& warm, const std::string& body) {
   return answer->ParseFromString(body) ? answer->values_size() : -1;
 }
 
+// The shipped AnswerArena, seen from outside: its blocks stay taken between
+// answers and are given back with it.
 TEST(AnswerArenaTest, KeepsTheMemoryOfTheLargestAnswerForTheNext) {
-  const BlockRecycler& recycler = BlockRecycler::Instance();
+  const std::size_t heapBefore = vrex::testing::HeapBytesInUse();
+  std::uint64_t kept = 0;
   {
     vrex::AnswerArena warm;
     EXPECT_EQ(ReadHeaders(warm, HeadersAnswer(20000)), 20000);
     EXPECT_EQ(ReadHeaders(warm, HeadersAnswer(10)), 10);
-    const std::uint64_t kept = warm.KeptBytes();
+    kept = warm.KeptBytes();
     EXPECT_GT(kept, std::uint64_t{2} << 20);  // the blocks of 20 000 headers
-    EXPECT_GT(recycler.KeptBytes(), kept / 2);
+    EXPECT_GT(vrex::testing::HeapBytesInUse(), heapBefore + kept / 2);
 
     EXPECT_EQ(ReadHeaders(warm, HeadersAnswer(10)), 10);
     EXPECT_EQ(warm.KeptBytes(), kept);
   }
-  EXPECT_EQ(recycler.KeptBytes(), 0U);
+  EXPECT_LT(vrex::testing::HeapBytesInUse(), heapBefore + kept / 2);
 }
 
 TEST(ParsePoolTest, RunsTasksOnAThreadOfItsOwn) {
