@@ -3,6 +3,7 @@
 // reads answers again and again into a vrex::AnswerArena.
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <future>
 #include <memory>
 #include <string>
@@ -104,13 +105,35 @@ TEST(AnswerArenaTest, KeepsTheMemoryOfTheLargestAnswerForTheNext) {
   EXPECT_LT(vrex::testing::HeapBytesInUse(), heapBefore + kept / 2);
 }
 
-TEST(ParsePoolTest, RunsTasksOnAThreadOfItsOwn) {
-  vrex::internal::ParsePool pool(1);
-  std::promise<std::thread::id> ranOn;
-  pool.Post([&ranOn] { ranOn.set_value(std::this_thread::get_id()); });
-  auto thread = ranOn.get_future();
-  ASSERT_EQ(thread.wait_for(std::chrono::seconds(30)), std::future_status::ready);
-  EXPECT_NE(thread.get(), std::this_thread::get_id());
+// What the slices count on: a posted task starts at once on a thread of the
+// pool, as many side by side as it has threads, and the tasks still queued
+// when the pool goes run before it is gone.
+TEST(ParsePoolTest, RunsEveryTaskAtOnceOnItsThreadsAndTheQueuedOnesBeforeItGoes) {
+  constexpr int kQueued = 20;
+  const std::thread::id caller = std::this_thread::get_id();
+  std::atomic<int> ranOnPool{0};
+  std::promise<void> firstStarted;
+  std::promise<void> secondStarted;
+  std::promise<bool> met;
+  {
+    vrex::internal::ParsePool pool(2);
+    pool.Post([&] {
+      firstStarted.set_value();
+      met.set_value(secondStarted.get_future().wait_for(std::chrono::seconds(30)) ==
+                    std::future_status::ready);
+    });
+    pool.Post([&] {
+      secondStarted.set_value();
+      firstStarted.get_future().wait_for(std::chrono::seconds(30));
+    });
+    auto bothRan = met.get_future();
+    ASSERT_EQ(bothRan.wait_for(std::chrono::seconds(30)), std::future_status::ready);
+    EXPECT_TRUE(bothRan.get()) << "the two tasks did not run side by side";
+    for (int task = 0; task < kQueued; ++task) {
+      pool.Post([&] { ranOnPool += std::this_thread::get_id() != caller ? 1 : 0; });
+    }
+  }
+  EXPECT_EQ(ranOnPool, kQueued);
 }
 
 TEST(BlockRecyclerTest, GivesFreedBlocksBackWithinWhatIsReserved) {
