@@ -7,6 +7,14 @@
 
 set(VREX_GATEWAY_TOKEN_LENGTH 300)
 
+# The default of VREX_GATEWAY_TOKEN: good for the stub server and development
+# only; production builds set their own.
+set(VREX_DEVELOPMENT_GATEWAY_TOKEN
+  "lVrexClient-development-gateway-token-replace-for-production-builds")
+string(REPEAT "0123456789" 24 vrex_token_padding)
+string(SUBSTRING "${VREX_DEVELOPMENT_GATEWAY_TOKEN}${vrex_token_padding}" 0
+  ${VREX_GATEWAY_TOKEN_LENGTH} VREX_DEVELOPMENT_GATEWAY_TOKEN)
+
 # Sets <out_var> to the reason `token` cannot be the gateway token, or to an
 # empty text when it can.
 function(vrex_gateway_token_problem token out_var)

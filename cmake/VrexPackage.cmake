@@ -1,12 +1,32 @@
-# Installs the library, its headers, a CMake package and a pkg-config file.
+# Installs the library, its headers and schema files, a CMake package, a
+# pkg-config file and the programs (VREX_INSTALL). All headers go into one
+# folder.
 include(CMakePackageConfigHelpers)
+
+set(vrex_header_dir ${CMAKE_INSTALL_INCLUDEDIR}/lVrexClient)
+install(DIRECTORY "${PROJECT_BINARY_DIR}/contracts/generated/"
+  DESTINATION ${vrex_header_dir} COMPONENT Development FILES_MATCHING PATTERN "*.pb.h")
+install(DIRECTORY "${PROJECT_SOURCE_DIR}/contracts/"
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/lVrexClient/contracts COMPONENT Development
+  FILES_MATCHING PATTERN "*.proto")
+install(DIRECTORY
+    "${PROJECT_SOURCE_DIR}/data/include/"
+    "${PROJECT_SOURCE_DIR}/client/include/"
+    "${PROJECT_BINARY_DIR}/client/include/"  # vrex/Contracts.h
+    "${VREX_GENERATED_INCLUDE_DIR}/"  # vrex/Export.h
+  DESTINATION ${vrex_header_dir} COMPONENT Development)
+foreach(program IN ITEMS vrex vrex-stub)
+  if(TARGET ${program})
+    install(TARGETS ${program} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT Runtime)
+  endif()
+endforeach()
 
 install(TARGETS lVrexClient
   EXPORT lVrexClientTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT Runtime
     NAMELINK_COMPONENT Development
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT Runtime
-  INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/lVrexClient)
+  INCLUDES DESTINATION ${vrex_header_dir})
 
 set(VREX_CMAKE_INSTALL_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/lVrexClient)
 install(EXPORT lVrexClientTargets

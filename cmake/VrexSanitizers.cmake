@@ -1,7 +1,5 @@
 # VREX_SANITIZE=address (ASan+UBSan+LSan) or thread (TSan) instruments the
 # library and everything built here; empty builds without sanitizers.
-set(VREX_SANITIZE "" CACHE STRING "Sanitizer build: empty, 'address' or 'thread'")
-set_property(CACHE VREX_SANITIZE PROPERTY STRINGS "" address thread)
 
 add_library(vrex_sanitizers INTERFACE)
 if(VREX_SANITIZE STREQUAL "address")

@@ -35,13 +35,15 @@ std::string ConfiguredToken() {
   return token;
 }
 
+using EstablishedPostWire = StubFixture;
+
 JournalEntry OnlyRequest(const vrex::stub::StubServer& server) {
   const auto journal = server.Journal();
   EXPECT_EQ(journal.size(), 1u);
   return journal.empty() ? JournalEntry{} : journal.front();
 }
 
-TEST_F(StubFixture, RequestWithFieldsIsSentAsBinaryWithThreeHeadersInOrder) {
+TEST_F(EstablishedPostWire, RequestWithFieldsIsSentAsBinaryWithThreeHeadersInOrder) {
   dc::MeasurementQuery query;
   query.set_factory("Plant-North");
   query.set_line("Line-A");
@@ -65,7 +67,7 @@ TEST_F(StubFixture, RequestWithFieldsIsSentAsBinaryWithThreeHeadersInOrder) {
       << request.head;
 }
 
-TEST_F(StubFixture, EmptyRequestIsSentAsJsonBraces) {
+TEST_F(EstablishedPostWire, EmptyRequestIsSentAsJsonBraces) {
   dc::SimpleTopologyContainer response;
   VrexClient::Post(Url("SimpleTopologyQuery"), dc::SimpleTopologyQuery(), response, "");
 
@@ -78,7 +80,7 @@ TEST_F(StubFixture, EmptyRequestIsSentAsJsonBraces) {
   EXPECT_EQ(headers[2].name, "GatewayApiAuthentication");
 }
 
-TEST_F(StubFixture, UrlIsUsedExactlyAsGiven) {
+TEST_F(EstablishedPostWire, UrlIsUsedExactlyAsGiven) {
   dc::VersionDTO response;
   for (const std::string suffix : {"?factory=Plant%20North&x=%2F", "%41piVersion"}) {
     server.ClearJournal();
@@ -88,7 +90,7 @@ TEST_F(StubFixture, UrlIsUsedExactlyAsGiven) {
 }
 
 // Headers included: every call carries the same token.
-TEST_F(StubFixture, TrailingTextArgumentChangesNothing) {
+TEST_F(EstablishedPostWire, TrailingTextArgumentChangesNothing) {
   dc::GeneralInformationQuery query;
   query.set_factory("Plant-North");
   dc::GeneralInformationContainer response;

@@ -50,7 +50,9 @@ void ExpectTypedRead(vrex::stub::StubServer& server) {
   EXPECT_EQ(journal[0].body, query.ByteSizeLong() == 0 ? "{}" : query.SerializeAsString());
 }
 
-TEST_F(StubFixture, EveryTypedReadReachesItsEndpointAndReturnsItsType) {
+using TypedRead = StubFixture;
+
+TEST_F(TypedRead, EveryTypedReadReachesItsEndpointAndReturnsItsType) {
   ExpectTypedRead<dc::ApiVersionQuery, dc::VersionDTO>(server);
   ExpectTypedRead<dc::SimpleTopologyQuery, dc::SimpleTopologyContainer>(server);
   ExpectTypedRead<dc::GeneralInformationByIdQuery, dc::GeneralInformationContainer>(server);
@@ -64,7 +66,7 @@ TEST_F(StubFixture, EveryTypedReadReachesItsEndpointAndReturnsItsType) {
   ExpectTypedRead<dc::VectorTrackOfMeasurementsQuery, Tracks>(server);
 }
 
-TEST_F(StubFixture, BaseUrlIsJoinedUnchanged) {
+TEST_F(TypedRead, BaseUrlIsJoinedUnchanged) {
   dc::MessageContainer status;
   VrexClient::SendToServer(server.BaseUrl() + "/", dc::MeasurementQuery(), status, "");
   VrexClient::SendToServer(server.BaseUrl() + "/prefix", dc::MeasurementQuery(), status, "");

@@ -3,14 +3,7 @@ set(prefix "${WORK_DIR}/prefix")
 file(REMOVE_RECURSE "${WORK_DIR}")
 file(MAKE_DIRECTORY "${WORK_DIR}")
 
-function(run)
-  execute_process(COMMAND ${ARGN} RESULT_VARIABLE result
-                  OUTPUT_VARIABLE output ERROR_VARIABLE output)
-  if(NOT result EQUAL 0)
-    message(FATAL_ERROR "Command failed (${result}): ${ARGN}\n${output}")
-  endif()
-  set(last_output "${output}" PARENT_SCOPE)
-endfunction()
+include("${CMAKE_CURRENT_LIST_DIR}/RunCommand.cmake")
 
 # Installed as the documented steps install it: stripped.
 run(${CMAKE_COMMAND} --install "${BUILD_DIR}" --prefix "${prefix}" --strip)

@@ -75,7 +75,7 @@ struct Tally {
   }
 };
 
-class Concurrency : public ::testing::Test {
+class ClientsOnManyThreads : public ::testing::Test {
  protected:
   void SetUp() override {
     stub::StubServerOptions options;
@@ -130,7 +130,7 @@ class Concurrency : public ::testing::Test {
   std::unique_ptr<Client> client;
 };
 
-TEST_F(Concurrency, EveryThreadGetsItsOwnAnswers) {
+TEST_F(ClientsOnManyThreads, EveryThreadGetsItsOwnAnswers) {
   const int calls = CallsPerThread();
   Tally tally;
   const auto start = std::chrono::steady_clock::now();
@@ -157,7 +157,7 @@ TEST_F(Concurrency, EveryThreadGetsItsOwnAnswers) {
 
 // Asynchronous calls share a few connections: many calls in flight, each
 // answer still its caller's own, never more connections than allowed.
-TEST(AsyncConcurrency, ManyCallsInFlightKeepToTheConnectionLimitAndGetTheirOwnAnswers) {
+TEST(AsyncClientCalls, ManyCallsInFlightKeepToTheConnectionLimitAndGetTheirOwnAnswers) {
   stub::StubServer server;
   const stub::Responder echo = EchoResponder();
   server.SetResponder("GeneralInformationByIdQuery", [&echo](const stub::JournalEntry& request) {

@@ -24,6 +24,7 @@ namespace vrex::reliability {
 namespace {
 
 using ::testing::HasSubstr;
+using testing::HeapBytesInUse;
 using Event = Outcome::Event;
 using std::chrono::milliseconds;
 namespace contracts = ::Korvan::KQ::DataContracts;

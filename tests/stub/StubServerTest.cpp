@@ -409,9 +409,9 @@ CannedAnswer Lying(std::string body, std::uint64_t announced) {
   return answer;
 }
 
-class DeliveryOnTheWire : public StubFixture, public ::testing::WithParamInterface<DeliveryCase> {};
+class StubServerDelivery : public StubFixture, public ::testing::WithParamInterface<DeliveryCase> {};
 
-TEST_P(DeliveryOnTheWire, SendsItsBytesAndEndsWhenTheClientClosesAndWhenTheServerStops) {
+TEST_P(StubServerDelivery, SendsItsBytesAndEndsWhenTheClientClosesAndWhenTheServerStops) {
   const DeliveryCase& c = GetParam();
   server.SetAnswer(kMeasurements, c.answer);
   {
@@ -429,7 +429,7 @@ TEST_P(DeliveryOnTheWire, SendsItsBytesAndEndsWhenTheClientClosesAndWhenTheServe
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Cases, DeliveryOnTheWire,
+    Cases, StubServerDelivery,
     ::testing::Values(DeliveryCase{"ShorterThanAnnounced", Lying("short", 100),
                                    kProtobufHead + "Content-Length: 100\r\n\r\nshort", true},
                       DeliveryCase{"LongerThanAnnounced", Lying("longer", 2),
@@ -579,7 +579,7 @@ void Sending(int port, Held& held, const std::string& bytes) {
   held.back()->Send(bytes);
 }
 
-TEST(HostileClients, AreBoundedAndLoggedWhileOthersAreStillAnswered) {
+TEST(StubServerHostileClients, AreBoundedAndLoggedWhileOthersAreStillAnswered) {
   const std::string headStart = "POST /api/ApiVersionQuery HTTP/1.1\r\nHost: 127.0.0.1\r\n";
   // What the stub's log says when its bound applies, and a client it applies to.
   const std::vector<std::pair<std::string, std::function<void(int port, Held& held)>>> clients{

@@ -401,9 +401,9 @@ const std::vector<Case> kCases = {
      "Idle/Level/Acc-2/Bearing/Peak/ACC-356B: invalid: Sensor overload"},
 };
 
-class CommandLine : public PlantServerTest, public ::testing::WithParamInterface<Case> {};
+class VrexCommands : public PlantServerTest, public ::testing::WithParamInterface<Case> {};
 
-TEST_P(CommandLine, Runs) {
+TEST_P(VrexCommands, Runs) {
   const Case& testCase = GetParam();
   if (testCase.setUp) testCase.setUp(*this);
   const VrexRun run = Vrex(Split(testCase.arguments));
@@ -413,14 +413,14 @@ TEST_P(CommandLine, Runs) {
   if (testCase.check) testCase.check(run, *this);
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, CommandLine, ::testing::ValuesIn(kCases),
+INSTANTIATE_TEST_SUITE_P(Cases, VrexCommands, ::testing::ValuesIn(kCases),
                          [](const auto& info) { return info.param.name; });
 
-using Catalog = PlantServerTest;
+using VrexRequestTemplates = PlantServerTest;
 
 // Each request of the catalog, from its template through standard input,
 // reaches the server as the template describes it; a query's answer prints.
-TEST_F(Catalog, EveryRequestIsCallableFromItsTemplate) {
+TEST_F(VrexRequestTemplates, EveryRequestIsCallableFromItsTemplate) {
   for (const RequestInfo& request : Requests()) {
     if (request.kind == RequestKind::File) server.SetAnswer(request.name, Answer(200, "RIFF"));
   }
@@ -450,12 +450,12 @@ TEST_F(Catalog, EveryRequestIsCallableFromItsTemplate) {
   }
 }
 
-using Concurrent = PlantServerTest;
+using VrexTestsCommand = PlantServerTest;
 
 // The line's topology (for its time zone) is asked for beside the tests by
 // identifier, not before them: the stub holds the topology back until the
 // tests' request has arrived.
-TEST_F(Concurrent, TestsByIdentifierGoOutWhileTheTopologyIsOnItsWay) {
+TEST_F(VrexTestsCommand, TestsByIdentifierGoOutWhileTheTopologyIsOnItsWay) {
   auto testsArrived = std::make_shared<std::promise<void>>();
   std::shared_future<void> arrived = testsArrived->get_future().share();
   auto once = std::make_shared<std::once_flag>();
@@ -479,13 +479,13 @@ TEST_F(Concurrent, TestsByIdentifierGoOutWhileTheTopologyIsOnItsWay) {
   EXPECT_THAT(run.out, HasSubstr("Europe/Berlin"));
 }
 
-using Program = PlantServerTest;
+using VrexProcess = PlantServerTest;
 
-using Secrets = PlantServerTest;
+using VrexSecrets = PlantServerTest;
 
 // Neither -v nor a message shows the token (sent or echoed back) nor the
 // credentials of the server's URL or of the proxy, plain or in base64.
-TEST_F(Secrets, NeitherTheTraceNorAMessageShowsThem) {
+TEST_F(VrexSecrets, NeitherTheTraceNorAMessageShowsThem) {
   stub::CannedAnswer echo = Answer(401, "denied");
   echo.headers.push_back({"X-Echo", "token " + kSecret});
   server.SetAnswer("ApiVersionQuery", echo);
@@ -509,7 +509,7 @@ TEST_F(Secrets, NeitherTheTraceNorAMessageShowsThem) {
 
 // A device or FIFO named by -o is written through, never replaced by a
 // renamed file; by vrex and by the library alike.
-TEST_F(Program, DownloadsIntoAFifoWithoutReplacingIt) {
+TEST_F(VrexProcess, DownloadsIntoAFifoWithoutReplacingIt) {
   const auto fifo = scratch.Path() / "pipe";
   ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
   const int reader = open(fifo.c_str(), O_RDWR | O_NONBLOCK);  // never blocks a writer
@@ -527,7 +527,7 @@ TEST_F(Program, DownloadsIntoAFifoWithoutReplacingIt) {
 }
 
 // SIGTERM in the middle of a download leaves no temporary file behind.
-TEST_F(Program, ASignalEndsADownloadWithoutLeftovers) {
+TEST_F(VrexProcess, ASignalEndsADownloadWithoutLeftovers) {
   stub::CannedAnswer half = Answer(200, std::string(100000, 'w'));
   half.delivery = stub::Delivery::CloseMidBody;
   half.delay = std::chrono::minutes(10);
@@ -546,7 +546,7 @@ TEST_F(Program, ASignalEndsADownloadWithoutLeftovers) {
 }
 
 // The one run of the program itself: main() wires the terminal to RunVrex.
-TEST_F(Program, RunsAsAProcess) {
+TEST_F(VrexProcess, RunsAsAProcess) {
   testing::ChildProcess vrex(VREX_EXECUTABLE, {"version", server.BaseUrl()});
   EXPECT_THAT(vrex.ReadRest(std::chrono::seconds(60)), HasSubstr("accepted"));
   const auto status = vrex.Wait(std::chrono::seconds(60));

@@ -16,7 +16,7 @@ namespace vrex::cli {
 namespace {
 
 
-TEST(Tables, AlignColumnsByCharactersNotBytes) {
+TEST(TextTable, AlignColumnsByCharactersNotBytes) {
   TextTable table({"NAME", "VALUE"});
   table.AddRow({"\u00b5V", "1"});
   table.AddRow({"volt", "2"});
@@ -25,7 +25,7 @@ TEST(Tables, AlignColumnsByCharactersNotBytes) {
             "NAME        VALUE\n\u00b5V          1\nvolt        2\na\\x09b\\x0a  \\x1b]0;x\\x07\n");
 }
 
-TEST(Csv, QuotesOnlyWhatRfc4180Requires) {
+TEST(CsvText, QuotesOnlyWhatRfc4180Requires) {
   const std::vector<std::pair<std::string, std::string>> cases = {
       {"plain text", "plain text"},     {"a,b", "\"a,b\""},   {"say \"hi\"", "\"say \"\"hi\"\"\""},
       {"two\nlines", "\"two\nlines\""}, {"cr\r", "\"cr\r\""}, {"", ""},
@@ -34,7 +34,7 @@ TEST(Csv, QuotesOnlyWhatRfc4180Requires) {
   EXPECT_EQ(CsvRecord({"a", "", "b,c"}), "a,,\"b,c\"\r\n");
 }
 
-TEST(Numbers, AreShortYetExact) {
+TEST(NumberText, AreShortYetExact) {
   EXPECT_EQ(FloatText(72.4F), "72.4");
   EXPECT_EQ(FloatText(-0.013F), "-0.013");
   EXPECT_EQ(AxisText(20.0 + 6 * static_cast<double>(0.1F)), "20.6");
@@ -42,13 +42,13 @@ TEST(Numbers, AreShortYetExact) {
   EXPECT_EQ(AxisText(std::nan("")), "");
 }
 
-TEST(Progress, ShowsShareAndBytesOrBytesAlone) {
+TEST(ProgressBar, ShowsShareAndBytesOrBytesAlone) {
   EXPECT_EQ(RenderProgress(512, 1024), "[###############               ]  50%  512 B of 1.0 KiB");
   EXPECT_EQ(RenderProgress(3 * 1024 * 1024, 0), "3.0 MiB received");
   EXPECT_EQ(RenderProgress(2048, 1024).substr(0, 37), "[##############################] 100%");
 }
 
-TEST(Progress, RedrawsOnlyWhenTheTextChanges) {
+TEST(ProgressBar, RedrawsOnlyWhenTheTextChanges) {
   std::ostringstream terminal;
   ProgressBar bar(terminal);
   bar.Update(10, 0);

@@ -17,7 +17,7 @@
 extern "C" std::size_t __sanitizer_get_current_allocated_bytes();
 #endif
 
-namespace vrex::reliability {
+namespace vrex::testing {
 
 std::size_t HeapBytesInUse() {
 #ifdef VREX_SANITIZER_ALLOCATOR
@@ -28,4 +28,4 @@ std::size_t HeapBytesInUse() {
 #endif
 }
 
-}  // namespace vrex::reliability
+}  // namespace vrex::testing
