@@ -15,6 +15,8 @@ packages=(
   build-essential cmake ninja-build pkg-config
   # The stub server's plant database, and the shell to open it with.
   libsqlite3-dev sqlite3
+  # Lines' local times and the plant's summer time: the time-zone database.
+  tzdata
   protobuf-compiler libprotobuf-dev
   libcurl4-openssl-dev
   libcpp-httplib-dev libcli11-dev libfmt-dev

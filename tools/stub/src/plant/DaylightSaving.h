@@ -1,10 +1,8 @@
 #pragma once
-// A line's offset from UTC at a moment, summer time included. The plant
-// knows the two rules its zones follow, by the region of the IANA zone name:
-// "Europe/..." changes at 01:00 UTC on the last Sundays of March and October,
-// "America/..." at 02:00 local time on the second Sunday of March and the
-// first of November. A zone that does not observe daylight saving time, or
-// of another region, keeps its standard offset all year.
+// A line's offset from UTC at a moment, summer time included, by the same
+// zone rules the library shows local times with (vrex/data/LineTimeZone.h,
+// the system's time-zone database). A line that does not observe daylight
+// saving time, or a zone the database lacks, keeps its standard offset.
 
 #include <cstdint>
 #include <string_view>
