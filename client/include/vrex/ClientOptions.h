@@ -49,10 +49,10 @@ struct ParseOptions {
   std::size_t parallelFrom = std::size_t{4} << 20;
   /// Threads that parse one answer, the calling thread included; 0: as many
   /// as the machine has cores, 1: always in one piece. The client starts
-  /// the others when it first parses in slices and keeps them until its last
-  /// copy is destroyed. Asynchronous calls parse their answers on these
-  /// threads (on one of its own when `threads` is 1), never on the event
-  /// thread.
+  /// `threads` parsing threads when it first needs them and keeps them until
+  /// its last copy is destroyed: Send parses on its calling thread and
+  /// `threads - 1` of them, an asynchronous call on `threads` of them (one
+  /// standing in for the calling thread), never on the event thread.
   unsigned threads = 0;
 };
 

@@ -36,8 +36,7 @@ std::size_t AnswerParser::SliceBytes(std::size_t answerBytes) const {
 }
 
 ParsePool& AnswerParser::Pool() {
-  std::call_once(poolStarted_,
-                 [this] { pool_ = std::make_unique<ParsePool>(std::max(threads_ - 1, 1U)); });
+  std::call_once(poolStarted_, [this] { pool_ = std::make_unique<ParsePool>(threads_); });
   return *pool_;
 }
 

@@ -1,7 +1,8 @@
 #pragma once
 // How a client parses answers (ParseOptions): small ones in one piece, large
 // ones in slices on several threads. A client's copies share one parser, and
-// with it one pool of threads, started when the first answer is sliced.
+// with it one pool of threads, started when the first answer is sliced or
+// the first asynchronous call parses.
 
 #include <cstddef>
 #include <memory>
@@ -25,8 +26,10 @@ class AnswerParser {
   /// How many bytes of an answer that is `answerBytes` long go into one
   /// slice, or none (0) when such an answer is parsed in one piece.
   std::size_t SliceBytes(std::size_t answerBytes) const;
-  /// The pool; its threads start on first use. It has one thread even when
-  /// answers are parsed in one piece: asynchronous calls parse there.
+  /// The pool; its threads start on first use. It has Threads() threads,
+  /// one even when answers are parsed in one piece: an asynchronous call's
+  /// answer is finished on one of them, which then parses slices beside
+  /// Threads() - 1 others as the calling thread of Send does.
   ParsePool& Pool();
 
  private:

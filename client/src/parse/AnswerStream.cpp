@@ -107,7 +107,7 @@ bool AnswerStream::StartSlicing(std::uint64_t answerBytes) {
   }
   sliceBytes_ = sliceBytes;
   boundaries_ = std::make_unique<FieldBoundaries>(*rules_);
-  run_ = std::make_unique<SliceRun>(parser_.Pool(), answer_);
+  run_ = std::make_unique<SliceRun>(parser_.Pool(), parser_.Threads() - 1, answer_);
   if (!whole_) {
     unsliced_.reserve(sliceBytes_ + kChunkRoom);
   }

@@ -1,5 +1,6 @@
 #pragma once
-// The threads that parse answer slices besides the calling thread. A client
+// The threads that parse answer slices besides the calling thread, and the
+// answers of asynchronous calls, which have no calling thread. A client
 // owns one pool, shared by its copies, so a process never has more parsing
 // threads than its clients ask for, and none once they are gone. A task is
 // an offer of help (see SliceRun): it must not throw, and a pool that got no

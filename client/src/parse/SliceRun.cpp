@@ -29,14 +29,33 @@ struct SliceRun::State {
   std::deque<Slice> slices;  // grows at the back; elements never move
   std::size_t next = 0;      // the first slice nobody has started
   std::size_t running = 0;
+  unsigned helpers = 0;  // how many pool threads may parse at once
+  unsigned helping = 0;
   std::exception_ptr failure;
 
-  // Parses the first slice nobody has started; false when there is none.
-  bool ParseNext() {
+  // A pool thread's offer: parses slices while there are any, unless enough
+  // pool threads help already (they take the slices this one would).
+  void Help() {
+    {
+      const std::lock_guard<std::mutex> lock(mutex);
+      if (helping == helpers) {
+        return;
+      }
+      ++helping;
+    }
+    while (ParseNext(true)) {
+    }
+  }
+
+  // Parses the first slice nobody has started; false when there is none. A
+  // helper that finds none stops helping in the same step, so the offer of
+  // a slice added after it looked finds room.
+  bool ParseNext(bool helper) {
     Slice* slice = nullptr;
     {
       const std::lock_guard<std::mutex> lock(mutex);
       if (next == slices.size()) {
+        helping -= helper ? 1 : 0;
         return false;
       }
       slice = &slices[next++];
@@ -67,8 +86,9 @@ struct SliceRun::State {
   }
 };
 
-SliceRun::SliceRun(ParsePool& pool, google::protobuf::Message& answer)
+SliceRun::SliceRun(ParsePool& pool, unsigned helpers, google::protobuf::Message& answer)
     : pool_(pool), answer_(answer), state_(std::make_shared<State>()) {
+  state_->helpers = helpers;
   state_->prototype = &answer;
   state_->arena = answer.GetArena();
 }
@@ -94,11 +114,11 @@ void SliceRun::AddView(std::string_view bytes) {
 }
 
 void SliceRun::Offer() {
-  pool_.Post([state = state_] { state->ParseNext(); });
+  pool_.Post([state = state_] { state->Help(); });
 }
 
 bool SliceRun::Finish() {
-  while (state_->ParseNext()) {
+  while (state_->ParseNext(false)) {
   }
   state_->WaitIdle();
   if (state_->failure) {

@@ -1,9 +1,10 @@
 #pragma once
 // The slices of one answer on their way to the answer: each is parsed on its
-// own by a pool thread as soon as it is added, or by the calling thread when
-// it finishes and nobody has started it yet; then they are joined in order.
-// The calling thread never waits for a slice no thread has started, so the
-// run completes even when the pool has no threads.
+// own by a pool thread as soon as it is added (by at most `helpers` pool
+// threads at once), or by the thread that finishes the run when nobody has
+// started it yet; then they are joined in order. That thread never waits for
+// a slice no thread has started, so the run completes even when the pool
+// has no threads, or when it is itself a pool thread.
 
 #include <memory>
 #include <string>
@@ -21,7 +22,7 @@ class ParsePool;
 class SliceRun {
  public:
   /// Slices of `answer`'s type, parsed onto its arena (or the heap).
-  SliceRun(ParsePool& pool, google::protobuf::Message& answer);
+  SliceRun(ParsePool& pool, unsigned helpers, google::protobuf::Message& answer);
   /// Cancels.
   ~SliceRun();
   SliceRun(const SliceRun&) = delete;
