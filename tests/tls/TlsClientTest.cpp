@@ -1,7 +1,8 @@
 // vrex::Client over HTTPS: an HTTPS server on 127.0.0.1 in this process, with
-// certificates made for the run, plays the results server. Each case sets one
-// TLS option of the client and checks what the call reports and whether the
-// request reached the server.
+// certificates made for the run, plays the results server (or a plain HTTP
+// one, the wrong kind). Each case sets one TLS option of the client and
+// checks what the call reports, why, and whether the request reached the
+// server.
 #include <gtest/gtest.h>
 #include <httplib.h>
 
@@ -29,7 +30,7 @@ namespace {
 namespace dc = Korvan::KQ::DataContracts;
 namespace en = Korvan::KQ::DataContracts::Enumerator;
 
-enum class Address { Plain, MutualTls, Localhost };
+enum class Address { Plain, MutualTls, Localhost, NotTls };
 enum class Trust { SystemOnly, TestCaFile, TestCaDirectory };
 
 struct TlsCase {
@@ -39,6 +40,7 @@ struct TlsCase {
   Trust trust;
   bool clientCertificate;
   Outcome::Event expected;
+  FailureCause cause;
   const char* messagePart;  // must appear in Outcome::Message()
 };
 
@@ -46,33 +48,36 @@ struct TlsCase {
 void PrintTo(const TlsCase& tlsCase, std::ostream* out) { *out << tlsCase.name; }
 
 // Answers every request with `answer` and keeps the bodies it received. With
-// `clientCa`, the handshake demands a client certificate issued by it.
+// `clientCa`, the handshake demands a client certificate issued by it;
+// without `server`, it speaks plain HTTP.
 class HttpsServer {
  public:
-  HttpsServer(const KeyPair& server, const std::filesystem::path* clientCa, std::string answer)
-      : server_(server.certificate.c_str(), server.key.c_str(),
-                clientCa != nullptr ? clientCa->c_str() : nullptr) {
-    if (!server_.is_valid()) throw std::runtime_error("the HTTPS server rejects its certificate");
-    server_.Post(".*",
-                 [this, answer](const httplib::Request& request, httplib::Response& response) {
-                   const std::lock_guard lock(mutex_);
-                   bodies_.push_back(request.body);
-                   response.set_content(answer, "application/x-protobuf");
-                 });
+  HttpsServer(const KeyPair* server, const std::filesystem::path* clientCa, std::string answer)
+      : server_(server == nullptr ? std::make_unique<httplib::Server>()
+                                  : std::make_unique<httplib::SSLServer>(
+                                        server->certificate.c_str(), server->key.c_str(),
+                                        clientCa != nullptr ? clientCa->c_str() : nullptr)) {
+    if (!server_->is_valid()) throw std::runtime_error("the HTTPS server rejects its certificate");
+    server_->Post(".*",
+                  [this, answer](const httplib::Request& request, httplib::Response& response) {
+                    const std::lock_guard lock(mutex_);
+                    bodies_.push_back(request.body);
+                    response.set_content(answer, "application/x-protobuf");
+                  });
     // The handshake waits on reads; httplib's 5 s is too short for a
     // sanitizer build on a busy machine.
-    server_.set_read_timeout(60, 0);
-    server_.set_write_timeout(60, 0);
-    port_ = server_.bind_to_any_port("127.0.0.1");  // listens from here on
-    thread_ = std::thread([this] { server_.listen_after_bind(); });
+    server_->set_read_timeout(60, 0);
+    server_->set_write_timeout(60, 0);
+    port_ = server_->bind_to_any_port("127.0.0.1");  // listens from here on
+    thread_ = std::thread([this] { server_->listen_after_bind(); });
     // stop() does nothing before the accept loop runs; wait for it, bounded.
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (!server_.is_running() && std::chrono::steady_clock::now() < deadline) {
+    while (!server_->is_running() && std::chrono::steady_clock::now() < deadline) {
       std::this_thread::yield();
     }
   }
   ~HttpsServer() {
-    server_.stop();
+    server_->stop();
     thread_.join();
   }
   HttpsServer(const HttpsServer&) = delete;
@@ -81,13 +86,19 @@ class HttpsServer {
   std::string BaseUrl(const std::string& host = "127.0.0.1") const {
     return "https://" + host + ":" + std::to_string(port_);
   }
+  // TLS 1.2 refuses a client without certificate within the handshake; 1.3
+  // after it, racing the client's request.
+  void LimitToTls12() {
+    SSL_CTX_set_max_proto_version(static_cast<httplib::SSLServer&>(*server_).ssl_context(),
+                                  TLS1_2_VERSION);
+  }
   std::vector<std::string> TakeBodies() {
     const std::lock_guard lock(mutex_);
     return std::exchange(bodies_, {});
   }
 
  private:
-  httplib::SSLServer server_;
+  std::unique_ptr<httplib::Server> server_;
   int port_ = 0;
   std::mutex mutex_;
   std::vector<std::string> bodies_;
@@ -100,8 +111,10 @@ struct TlsEnvironment {
     version.set_major(4);
     version.set_patch(7);
     const std::filesystem::path ca = pki.CaCertificate();
-    plain = std::make_unique<HttpsServer>(pki.Server(), nullptr, version.SerializeAsString());
-    mutual = std::make_unique<HttpsServer>(pki.Server(), &ca, version.SerializeAsString());
+    plain = std::make_unique<HttpsServer>(&pki.Server(), nullptr, version.SerializeAsString());
+    mutual = std::make_unique<HttpsServer>(&pki.Server(), &ca, version.SerializeAsString());
+    mutual->LimitToTls12();
+    notTls = std::make_unique<HttpsServer>(nullptr, nullptr, version.SerializeAsString());
   }
 
   testing::ScratchDirectory scratch;
@@ -109,6 +122,7 @@ struct TlsEnvironment {
   dc::VersionDTO version;
   std::unique_ptr<HttpsServer> plain;
   std::unique_ptr<HttpsServer> mutual;
+  std::unique_ptr<HttpsServer> notTls;
 };
 
 class TlsClientTest : public ::testing::TestWithParam<TlsCase> {
@@ -139,7 +153,9 @@ class TlsClientTest : public ::testing::TestWithParam<TlsCase> {
   }
 
   static HttpsServer& ServerOf(Address address) {
-    return address == Address::MutualTls ? *environment_->mutual : *environment_->plain;
+    return address == Address::MutualTls ? *environment_->mutual
+           : address == Address::NotTls  ? *environment_->notTls
+                                         : *environment_->plain;
   }
   static std::string UrlOf(Address address) {
     // The server's certificate names 127.0.0.1 only.
@@ -179,6 +195,7 @@ TEST_P(TlsClientTest, ReportsTheOutcomeOfTheHandshake) {
 
   const Outcome& outcome = result.GetStatus();
   EXPECT_EQ(outcome.GetEvent(), tlsCase.expected) << outcome.Message();
+  EXPECT_EQ(outcome.Cause(), tlsCase.cause) << outcome.Message();
   EXPECT_NE(outcome.Message().find(tlsCase.messagePart), std::string::npos)
       << "\"" << tlsCase.messagePart << "\" not in: " << outcome.Message();
   const std::vector<std::string> received = ServerOf(tlsCase.address).TakeBodies();
@@ -204,23 +221,28 @@ TEST_P(TlsClientTest, ReportsTheOutcomeOfTheHandshake) {
 }
 
 using Event = Outcome::Event;
+constexpr FailureCause kNoCause = FailureCause::Unknown;
 
 // One case per option that changes what the handshake accepts.
 const TlsCase kCases[] = {
     {"VerifiedWithTheTestCaFile", Address::Plain, true, Trust::TestCaFile, false, Event::Succeeded,
-     "succeeded"},
+     kNoCause, "succeeded"},
     {"VerifiedWithTheTestCaDirectory", Address::Plain, true, Trust::TestCaDirectory, false,
-     Event::Succeeded, "succeeded"},
+     Event::Succeeded, kNoCause, "succeeded"},
     {"RejectedWithTheSystemCasOnly", Address::Plain, true, Trust::SystemOnly, false,
-     Event::Unreachable, "SSL certificate problem"},
+     Event::Unreachable, FailureCause::CertificateRejected, "SSL certificate problem"},
     {"AcceptedUnverifiedWhenVerifyIsOff", Address::Plain, false, Trust::SystemOnly, false,
-     Event::Succeeded, "succeeded"},
+     Event::Succeeded, kNoCause, "succeeded"},
     {"RejectedForAHostNameTheCertificateDoesNotName", Address::Localhost, true, Trust::TestCaFile,
-     false, Event::Unreachable, "'localhost'"},
+     false, Event::Unreachable, FailureCause::CertificateRejected, "'localhost'"},
     {"HostNameUncheckedWhenVerifyIsOff", Address::Localhost, false, Trust::SystemOnly, false,
-     Event::Succeeded, "succeeded"},
+     Event::Succeeded, kNoCause, "succeeded"},
     {"MutualTlsAcceptsTheClientCertificate", Address::MutualTls, true, Trust::TestCaFile, true,
-     Event::Succeeded, "succeeded"},
+     Event::Succeeded, kNoCause, "succeeded"},
+    {"MutualTlsRefusesAClientWithoutCertificate", Address::MutualTls, true, Trust::TestCaFile,
+     false, Event::Unreachable, FailureCause::TlsFailed, "alert handshake failure"},
+    {"AServerThatDoesNotSpeakTls", Address::NotTls, true, Trust::TestCaFile, false,
+     Event::Unreachable, FailureCause::TlsFailed, "wrong version number"},
 };
 
 INSTANTIATE_TEST_SUITE_P(Cases, TlsClientTest, ::testing::ValuesIn(kCases),

@@ -44,7 +44,8 @@ using Check = std::function<void(const VrexRun&, const PlantServerTest&)>;
 
 struct Case {
   std::string name;
-  std::string arguments;  ///< split at "|"; "{url}" is the server, "{dir}" a scratch directory
+  std::string arguments;  ///< split at "|"; "{url}" is the server ("{https-url}" as if it spoke
+                          ///< https), "{dir}" a scratch directory
   int exitCode = 0;
   std::string out = "";  ///< parts of standard output, split at "|"; "!part": not in it
   std::string err = "";  ///< parts of standard error, the same way
@@ -300,6 +301,8 @@ const std::vector<Case> kCases = {
      "cannot reach http://127.0.0.1:1: Connection refused|is the server running?"},
     {"CallUnknownHost", "call|http://results.invalid|ApiVersionQuery|--retries=0", 3, "",
      "cannot reach http://results.invalid: |check the host name in the URL"},
+    {"CallHttpsToAPlainServer", "call|{https-url}|ApiVersionQuery|--retries=0", 3, "",
+     "cannot reach https://127.0.0.1:|whether the server speaks https"},
     {"DownloadWritesTheFileQuietly", "download|{url}|WavFileQuery|-o|{dir}/1.wav", 0, "", "",
      Serve("WavFileQuery", 200, std::string(100000, 'w')),
      [](const VrexRun& run, const PlantServerTest& test) {

@@ -32,6 +32,7 @@ VrexRun PlantServerTest::Vrex(std::vector<std::string> arguments, const std::str
   for (std::string& argument : arguments) {
     for (const auto& [name, value] :
          {std::pair<std::string, std::string>{"{url}", server.BaseUrl()},
+          {"{https-url}", "https" + server.BaseUrl().substr(4)},
           {"{dir}", scratch.Path().string()}}) {
       const std::size_t at = argument.find(name);
       if (at != std::string::npos) argument.replace(at, name.size(), value);

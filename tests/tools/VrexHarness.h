@@ -29,8 +29,8 @@ class PlantServerTest : public ::testing::Test {
   void SetUp() override;
   void TearDown() override;
 
-  /// vrex with "{url}" in `arguments` replaced by the server's URL and
-  /// "{dir}" by the scratch directory.
+  /// vrex with "{url}" in `arguments` replaced by the server's URL (in
+  /// "{https-url}" with https) and "{dir}" by the scratch directory.
   VrexRun Vrex(std::vector<std::string> arguments, const std::string& input = "") const;
 
   std::vector<stub::JournalEntry> Received(const std::string& requestType) const;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <exception>
 #include <new>
 #include <system_error>
@@ -51,6 +52,7 @@ constexpr ConnectionFailure kConnectionFailures[] = {
     {CURLE_SSL_CERTPROBLEM, FailureCause::TlsFailed},
     {CURLE_SSL_CIPHER, FailureCause::TlsFailed},
     {CURLE_USE_SSL_FAILED, FailureCause::TlsFailed},
+    {CURLE_SSL_CLIENTCERT, FailureCause::TlsFailed},
 };
 
 const ConnectionFailure* FindConnectionFailure(CURLcode result) {
@@ -71,6 +73,13 @@ FailureCause CauseOfSystemError(int error) {
     default:
       return FailureCause::Unknown;
   }
+}
+
+// A TLS 1.3 server checks the client's certificate once the client's side of
+// the handshake is done, so its refusal comes as an alert where the answer
+// would be; libcurl tells it only in OpenSSL's words ("... alert ...").
+bool IsTlsAlertInsteadOfAnswer(CURLcode result, const char* errorText) {
+  return result == CURLE_RECV_ERROR && std::strstr(errorText, " alert ") != nullptr;
 }
 
 bool IsBrokenHttp(CURLcode result) {
@@ -293,6 +302,9 @@ void CurlTransfer::Classify(CURLcode result, HttpResponse& response) const {
     if (result == CURLE_COULDNT_CONNECT) {
       NoteSystemError(response);
     }
+  } else if (!answered && IsTlsAlertInsteadOfAnswer(result, errorText_)) {
+    response.failure = TransferFailure::Unreachable;
+    response.cause = FailureCause::TlsFailed;
   } else if (!connected && !answered) {
     response.failure = TransferFailure::Unreachable;
     response.cause = result == CURLE_OPERATION_TIMEDOUT     ? FailureCause::ConnectTimedOut
