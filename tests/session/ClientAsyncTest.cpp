@@ -1,14 +1,17 @@
 // Many calls in flight on one client: results matched to their requests,
 // failures kept to their own call, cancellation and destruction under way.
+#include <google/protobuf/arena.h>
 #include <gtest/gtest.h>
 
 #include <array>
 #include <atomic>
 #include <chrono>
-#include <functional>
+#include <condition_variable>
 #include <future>
 #include <memory>
+#include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -17,7 +20,6 @@
 #include "GeneralInformationQuery.pb.h"
 #include "TestSupport.h"
 #include "vrex/Client.h"
-#include "vrex/CurlTransport.h"
 #include "vrex/stub/StubServer.h"
 
 namespace vrex::testing {
@@ -132,7 +134,7 @@ struct LetGo {
   std::string name;
   std::size_t connections;
   int maxAttempts;
-  int backOffSeconds;  ///< each wait is between half of it and all of it
+  int backOffSeconds;                  ///< each wait is between half of it and all of it
   std::vector<std::string> factories;  ///< one call each, in this order
   std::optional<std::size_t> releasing, cancelled;
   std::size_t requestsFirst = 0;  ///< the server saw them before the cancel or let-go
@@ -194,63 +196,68 @@ TEST_P(ClientLetGo, EveryCallbackRunsOnceBeforeTheDestructorReturns) {
   }
 }
 
-// The libcurl transport, but the parse of a "Big-" answer, once done, waits
-// for Release before its call may end; it notes the thread it ran on.
-class HeldParse : public Transport {
- public:
-  explicit HeldParse(const ClientOptions& options) : curl_(MakeCurlTransport(options)) {}
-  HttpResponse Post(const HttpRequest& request) override { return curl_->Post(request); }
-  HttpResponse PostStreaming(const HttpRequest& request, const StreamHandler& onChunk) override {
-    return curl_->PostStreaming(request, onChunk);
-  }
-  void WakeUp() override { curl_->WakeUp(); }
-  void EndCancelled() override { curl_->EndCancelled(); }
-  void PostAsync(AsyncExchange exchange) override {
-    if (exchange.request.body.find("Big-") != std::string::npos) {
-      exchange.settle = [this, settle = std::move(exchange.settle)](const HttpResponse& response,
-                                                                    std::function<void()> resume) {
-        settle(response, [this, resume = std::move(resume)] {
-          parsedOn.set_value(std::this_thread::get_id());
-          released.wait_for(2 * kHangBound);
-          resume();
-        });
-      };
+// The blocks of a large answer's arena. Each thread but the test's that takes
+// one is noted and waits until the test lets it go: so the threads that parse
+// the answer wait side by side.
+struct HeldParse {
+  static inline std::mutex mutex;
+  static inline std::condition_variable changed;
+  static inline std::set<std::thread::id> threads;
+  static inline std::thread::id test;
+  static inline bool held = true;
+
+  static void* Block(std::size_t bytes) {
+    std::unique_lock lock(mutex);
+    if (held && std::this_thread::get_id() != test) {
+      threads.insert(std::this_thread::get_id());
+      changed.notify_all();
+      changed.wait_for(lock, kHangBound, [] { return !held; });
     }
-    curl_->PostAsync(std::move(exchange));
+    return ::operator new(bytes);
   }
-  void Release() { release.set_value(); }
-
-  std::promise<std::thread::id> parsedOn;
-
- private:
-  std::shared_ptr<Transport> curl_;
-  std::promise<void> release;
-  std::shared_future<void> released = release.get_future().share();
+  static bool Waiting(std::size_t count) {
+    std::unique_lock lock(mutex);
+    return changed.wait_for(lock, kHangBound, [count] { return threads.size() >= count; });
+  }
+  static void Release() {
+    const std::lock_guard lock(mutex);
+    held = false;
+    changed.notify_all();
+  }
 };
 
-// Whether parsed in slices or in one piece, a large answer is parsed on the
-// parsing threads: another call ends while that parse is held.
-TEST_F(ClientAsync, ALargeAnswerIsParsedOffTheEventThread) {
-  for (const std::size_t parallelFrom : {std::size_t{64} << 10, std::size_t{64} << 20}) {
+// A large answer is parsed on the parsing threads only: in slices on all of
+// them at once, as Send does; in one piece on one, while another parses a
+// small answer and the event thread goes on.
+TEST_F(ClientAsync, ALargeAnswerIsParsedOnAllParsingThreadsAndOffTheEventThread) {
+  for (const auto& [parallelFrom, parsing] :
+       {std::pair{std::size_t{64} << 10, 3U}, std::pair{std::size_t{64} << 20, 1U}}) {
     SCOPED_TRACE(parallelFrom);
+    HeldParse::threads.clear();
+    HeldParse::test = std::this_thread::get_id();
+    HeldParse::held = true;
     ClientOptions options = Options();
-    options.parsing.threads = 3;
-    options.parsing.parallelFrom = parallelFrom;
-    auto transport = std::make_shared<HeldParse>(options);
-    const Client client(options, transport);
-    auto big = client.SendAsync(QueryFor("Big-1"));
-    auto parsedOn = transport->parsedOn.get_future();
-    ASSERT_EQ(parsedOn.wait_for(kHangBound), std::future_status::ready);
+    options.totalTimeout = kHangBound;  // however slow the machine, the large answer comes
+    options.parsing = {parallelFrom, 3};
+    const Client client(options);
+    google::protobuf::ArenaOptions blocks;
+    blocks.block_alloc = &HeldParse::Block;
+    blocks.block_dealloc = [](void* block, std::size_t) { ::operator delete(block); };
+    google::protobuf::Arena arena(blocks);
+    auto big = client.SendAsync(QueryFor("Big-1"), arena);
+    const bool waiting = HeldParse::Waiting(parsing);
     std::promise<std::thread::id> smallEnded;
     client.SendAsync(QueryFor("Plant-Small"), [&](auto result) {
       EXPECT_TRUE(result.Ok()) << result.GetStatus().Message();
       smallEnded.set_value(std::this_thread::get_id());
     });
     auto eventThread = smallEnded.get_future();
-    const bool smallWentOn = eventThread.wait_for(kHangBound) == std::future_status::ready;
-    transport->Release();
-    ASSERT_TRUE(smallWentOn) << "the event thread waited for the large answer's parse";
-    EXPECT_NE(parsedOn.get(), eventThread.get());
+    const bool smallWentOn =
+        parsing == 3 || eventThread.wait_for(kHangBound) == std::future_status::ready;
+    HeldParse::Release();
+    EXPECT_TRUE(waiting) << HeldParse::threads.size() << " threads parsed at once";
+    EXPECT_TRUE(smallWentOn) << "the event thread waited for the large answer's parse";
+    EXPECT_EQ(HeldParse::threads.count(eventThread.get()), 0U);
     const auto result = GetWithin(big);
     ASSERT_TRUE(result.Ok()) << result.GetStatus().Message();
     EXPECT_EQ(result->values_size(), kBigAnswer);
@@ -263,11 +270,29 @@ INSTANTIATE_TEST_SUITE_P(
         LetGo{"InTheCallbackOfARunningCall", 2, 1, 0, {"Plant-A", "Slow-1", "Slow-2"}, 0, {}},
         LetGo{"InTheCallbackOfAQueuedCall", 1, 1, 0, {"Plant-A", "Plant-B", "Slow-1"}, 1, {}},
         LetGo{"InTheCallbackOfACancelledQueuedCall", 1, 1, 0, {"Slow-0", "Slow-1", "Slow-2"}, 1, 1},
-        LetGo{"InTheCallbackOfACallCancelledInItsBackOff", 2, 2, 120,
-              {"Busy-A", "Slow-1", "Slow-2"}, 0, 0, 2},
-        LetGo{"InTheCallbackOfARetriedCall", 3, 3, 0, {"Busy-A", "Slow-1", "Busy-B", "Slow-2"}, 0, {}},
-        LetGo{"OnAnotherThreadDuringRetries", 2, 1000, 0, {"Busy-A", "Busy-B", "Busy-C"},
-              std::nullopt, std::nullopt, 12}),
+        LetGo{"InTheCallbackOfACallCancelledInItsBackOff",
+              2,
+              2,
+              120,
+              {"Busy-A", "Slow-1", "Slow-2"},
+              0,
+              0,
+              2},
+        LetGo{"InTheCallbackOfARetriedCall",
+              3,
+              3,
+              0,
+              {"Busy-A", "Slow-1", "Busy-B", "Slow-2"},
+              0,
+              {}},
+        LetGo{"OnAnotherThreadDuringRetries",
+              2,
+              1000,
+              0,
+              {"Busy-A", "Busy-B", "Busy-C"},
+              std::nullopt,
+              std::nullopt,
+              12}),
     [](const auto& info) { return info.param.name; });
 
 }  // namespace
