@@ -134,7 +134,7 @@ struct LetGo {
   std::string name;
   std::size_t connections;
   int maxAttempts;
-  int backOffSeconds;                  ///< each wait is between half of it and all of it
+  int backOffSeconds;  ///< each wait is between half of it and all of it
   std::vector<std::string> factories;  ///< one call each, in this order
   std::optional<std::size_t> releasing, cancelled;
   std::size_t requestsFirst = 0;  ///< the server saw them before the cancel or let-go
@@ -270,29 +270,11 @@ INSTANTIATE_TEST_SUITE_P(
         LetGo{"InTheCallbackOfARunningCall", 2, 1, 0, {"Plant-A", "Slow-1", "Slow-2"}, 0, {}},
         LetGo{"InTheCallbackOfAQueuedCall", 1, 1, 0, {"Plant-A", "Plant-B", "Slow-1"}, 1, {}},
         LetGo{"InTheCallbackOfACancelledQueuedCall", 1, 1, 0, {"Slow-0", "Slow-1", "Slow-2"}, 1, 1},
-        LetGo{"InTheCallbackOfACallCancelledInItsBackOff",
-              2,
-              2,
-              120,
-              {"Busy-A", "Slow-1", "Slow-2"},
-              0,
-              0,
-              2},
-        LetGo{"InTheCallbackOfARetriedCall",
-              3,
-              3,
-              0,
-              {"Busy-A", "Slow-1", "Busy-B", "Slow-2"},
-              0,
-              {}},
-        LetGo{"OnAnotherThreadDuringRetries",
-              2,
-              1000,
-              0,
-              {"Busy-A", "Busy-B", "Busy-C"},
-              std::nullopt,
-              std::nullopt,
-              12}),
+        LetGo{"InTheCallbackOfACallCancelledInItsBackOff", 2, 2, 120,
+              {"Busy-A", "Slow-1", "Slow-2"}, 0, 0, 2},
+        LetGo{"InTheCallbackOfARetriedCall", 3, 3, 0, {"Busy-A", "Slow-1", "Busy-B", "Slow-2"}, 0, {}},
+        LetGo{"OnAnotherThreadDuringRetries", 2, 1000, 0, {"Busy-A", "Busy-B", "Busy-C"},
+              std::nullopt, std::nullopt, 12}),
     [](const auto& info) { return info.param.name; });
 
 }  // namespace

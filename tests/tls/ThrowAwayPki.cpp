@@ -45,9 +45,9 @@ std::vector<std::string> Join(std::vector<std::string> first,
 ThrowAwayPki::ThrowAwayPki(const std::string& openssl, const std::filesystem::path& directory)
     : openssl_(openssl), directory_(directory), config_(directory / "pki.cnf") {
   std::ofstream(config_) << kConfig;
-  ca_ = MakeCa("ca");
-  server_ = MakeLeaf("server", "server", ca_, 2);
-  client_ = MakeLeaf("client", "client", ca_, 3);
+  ca_ = Make("ca", nullptr, 1);
+  server_ = Make("server", &ca_, 2);
+  client_ = Make("client", &ca_, 3);
 
   caDirectory_ = directory_ / "ca-directory";
   std::filesystem::create_directory(caDirectory_);
@@ -56,28 +56,17 @@ ThrowAwayPki::ThrowAwayPki(const std::string& openssl, const std::filesystem::pa
   RunProgram(openssl_, {"rehash", caDirectory_.string()});
 }
 
-KeyPair ThrowAwayPki::MakeCa(const std::string& name) const {
-  const KeyPair ca{directory_ / (name + ".pem"), directory_ / (name + ".key")};
-  RunProgram(openssl_, Join({"req", "-x509", "-config", config_.string(), "-extensions", "ca",
-                             "-subj", "/CN=lVrexClient test " + name, "-days", "2", "-keyout",
-                             ca.key.string(), "-out", ca.certificate.string()},
-                            kNewKey));
-  return ca;
-}
-
-KeyPair ThrowAwayPki::MakeLeaf(const std::string& name, const std::string& extensions,
-                               const KeyPair& ca, int serial) const {
-  const KeyPair leaf{directory_ / (name + ".pem"), directory_ / (name + ".key")};
-  const std::string request = (directory_ / (name + ".csr")).string();
+KeyPair ThrowAwayPki::Make(const std::string& name, const KeyPair* issuer, int serial) const {
+  const KeyPair made{directory_ / (name + ".pem"), directory_ / (name + ".key")};
+  std::vector<std::string> signer;
+  if (issuer != nullptr)
+    signer = {"-CA", issuer->certificate.string(), "-CAkey", issuer->key.string()};
   RunProgram(openssl_,
-             Join({"req", "-new", "-config", config_.string(), "-subj",
-                   "/CN=lVrexClient test " + name, "-keyout", leaf.key.string(), "-out", request},
-                  kNewKey));
-  RunProgram(openssl_,
-             {"x509", "-req", "-in", request, "-CA", ca.certificate.string(), "-CAkey",
-              ca.key.string(), "-set_serial", std::to_string(serial), "-days", "2", "-extfile",
-              config_.string(), "-extensions", extensions, "-out", leaf.certificate.string()});
-  return leaf;
+             Join({"req", "-x509", "-config", config_.string(), "-extensions", name, "-subj",
+                   "/CN=lVrexClient test " + name, "-set_serial", std::to_string(serial), "-days",
+                   "2", "-keyout", made.key.string(), "-out", made.certificate.string()},
+                  Join(kNewKey, signer)));
+  return made;
 }
 
 }  // namespace vrex::tls

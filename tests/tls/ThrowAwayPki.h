@@ -30,9 +30,9 @@ class ThrowAwayPki {
   const KeyPair& Client() const { return client_; }
 
  private:
-  KeyPair MakeCa(const std::string& name) const;
-  KeyPair MakeLeaf(const std::string& name, const std::string& extensions, const KeyPair& ca,
-                   int serial) const;
+  /// A certificate with the extensions of the configuration's section
+  /// `name`, signed by `issuer` (by itself without one).
+  KeyPair Make(const std::string& name, const KeyPair* issuer, int serial) const;
 
   std::string openssl_;
   std::filesystem::path directory_;

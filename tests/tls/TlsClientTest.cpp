@@ -1,7 +1,7 @@
 // vrex::Client over HTTPS: an HTTPS server on 127.0.0.1 in this process, with
-// certificates made for the run, plays the results server (or plain HTTP).
-// Each case sets one TLS option of the client and checks what the call
-// reports, why, and whether the request reached the server.
+// certificates made for the run, plays the results server. Each case sets one
+// TLS option of the client and checks what the call reports, why, and whether
+// the request reached the server.
 #include <gtest/gtest.h>
 #include <httplib.h>
 
@@ -29,7 +29,7 @@ namespace {
 namespace dc = Korvan::KQ::DataContracts;
 namespace en = Korvan::KQ::DataContracts::Enumerator;
 
-enum class Address { Plain, MutualTls, Localhost, NotTls };
+enum class Address { Plain, MutualTls, Localhost };
 enum class Trust { SystemOnly, TestCaFile, TestCaDirectory };
 
 struct TlsCase {
@@ -49,39 +49,34 @@ void PrintTo(const TlsCase& tlsCase, std::ostream* out) { *out << tlsCase.name; 
 // Answers every request with `answer` and keeps the bodies it received. With
 // `clientCa`, the handshake demands a client certificate issued by it, in
 // TLS 1.2, which refuses a client without one within the handshake (1.3 after
-// it, racing the request); without `server`, it speaks plain HTTP.
+// it, racing the request).
 class HttpsServer {
  public:
-  HttpsServer(const KeyPair* server, const std::filesystem::path* clientCa, std::string answer)
-      : server_(server == nullptr ? std::make_unique<httplib::Server>()
-                                  : std::make_unique<httplib::SSLServer>(
-                                        server->certificate.c_str(), server->key.c_str(),
-                                        clientCa != nullptr ? clientCa->c_str() : nullptr)) {
-    if (!server_->is_valid()) throw std::runtime_error("the HTTPS server rejects its certificate");
-    if (clientCa != nullptr) {
-      auto& tls = static_cast<httplib::SSLServer&>(*server_);
-      SSL_CTX_set_max_proto_version(tls.ssl_context(), TLS1_2_VERSION);
-    }
-    server_->Post(".*",
-                  [this, answer](const httplib::Request& request, httplib::Response& response) {
-                    const std::lock_guard lock(mutex_);
-                    bodies_.push_back(request.body);
-                    response.set_content(answer, "application/x-protobuf");
-                  });
+  HttpsServer(const KeyPair& server, const std::filesystem::path* clientCa, std::string answer)
+      : server_(server.certificate.c_str(), server.key.c_str(),
+                clientCa != nullptr ? clientCa->c_str() : nullptr) {
+    if (!server_.is_valid()) throw std::runtime_error("the HTTPS server rejects its certificate");
+    if (clientCa != nullptr) SSL_CTX_set_max_proto_version(server_.ssl_context(), TLS1_2_VERSION);
+    server_.Post(".*",
+                 [this, answer](const httplib::Request& request, httplib::Response& response) {
+                   const std::lock_guard lock(mutex_);
+                   bodies_.push_back(request.body);
+                   response.set_content(answer, "application/x-protobuf");
+                 });
     // The handshake waits on reads; httplib's 5 s is too short for a
     // sanitizer build on a busy machine.
-    server_->set_read_timeout(60, 0);
-    server_->set_write_timeout(60, 0);
-    port_ = server_->bind_to_any_port("127.0.0.1");  // listens from here on
-    thread_ = std::thread([this] { server_->listen_after_bind(); });
+    server_.set_read_timeout(60, 0);
+    server_.set_write_timeout(60, 0);
+    port_ = server_.bind_to_any_port("127.0.0.1");  // listens from here on
+    thread_ = std::thread([this] { server_.listen_after_bind(); });
     // stop() does nothing before the accept loop runs; wait for it, bounded.
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (!server_->is_running() && std::chrono::steady_clock::now() < deadline) {
+    while (!server_.is_running() && std::chrono::steady_clock::now() < deadline) {
       std::this_thread::yield();
     }
   }
   ~HttpsServer() {
-    server_->stop();
+    server_.stop();
     thread_.join();
   }
   HttpsServer(const HttpsServer&) = delete;
@@ -96,7 +91,7 @@ class HttpsServer {
   }
 
  private:
-  std::unique_ptr<httplib::Server> server_;
+  httplib::SSLServer server_;
   int port_ = 0;
   std::mutex mutex_;
   std::vector<std::string> bodies_;
@@ -109,9 +104,8 @@ struct TlsEnvironment {
     version.set_major(4);
     version.set_patch(7);
     const std::filesystem::path ca = pki.CaCertificate();
-    plain = std::make_unique<HttpsServer>(&pki.Server(), nullptr, version.SerializeAsString());
-    mutual = std::make_unique<HttpsServer>(&pki.Server(), &ca, version.SerializeAsString());
-    notTls = std::make_unique<HttpsServer>(nullptr, nullptr, version.SerializeAsString());
+    plain = std::make_unique<HttpsServer>(pki.Server(), nullptr, version.SerializeAsString());
+    mutual = std::make_unique<HttpsServer>(pki.Server(), &ca, version.SerializeAsString());
   }
 
   testing::ScratchDirectory scratch;
@@ -119,7 +113,6 @@ struct TlsEnvironment {
   dc::VersionDTO version;
   std::unique_ptr<HttpsServer> plain;
   std::unique_ptr<HttpsServer> mutual;
-  std::unique_ptr<HttpsServer> notTls;
 };
 
 class TlsClientTest : public ::testing::TestWithParam<TlsCase> {
@@ -150,9 +143,7 @@ class TlsClientTest : public ::testing::TestWithParam<TlsCase> {
   }
 
   static HttpsServer& ServerOf(Address address) {
-    return address == Address::MutualTls ? *environment_->mutual
-           : address == Address::NotTls  ? *environment_->notTls
-                                         : *environment_->plain;
+    return address == Address::MutualTls ? *environment_->mutual : *environment_->plain;
   }
   static std::string UrlOf(Address address) {
     // The server's certificate names 127.0.0.1 only.
@@ -237,8 +228,6 @@ const TlsCase kCases[] = {
      Event::Succeeded, "succeeded"},
     {"MutualTlsRefusesAClientWithoutCertificate", Address::MutualTls, true, Trust::TestCaFile,
      false, Event::Unreachable, "alert handshake failure", FailureCause::TlsFailed},
-    {"AServerThatDoesNotSpeakTls", Address::NotTls, true, Trust::TestCaFile, false,
-     Event::Unreachable, "wrong version number", FailureCause::TlsFailed},
 };
 
 INSTANTIATE_TEST_SUITE_P(Cases, TlsClientTest, ::testing::ValuesIn(kCases),
