@@ -5,6 +5,7 @@
 #include <ctime>
 #include <functional>
 #include <iterator>
+#include <map>
 
 #include "MeasurementByIdQuery.pb.h"
 #include "plant/PlantQueries.h"
@@ -111,20 +112,23 @@ void CombineNumbers(pb::Message& into, const pb::Message& from,
   }
 }
 
-/// The mean of the tests' values, quantity by quantity.
+/// The mean of the tests' values, quantity by quantity, summed in the order
+/// of their identifiers so that the same tests always give the same bits.
 dc::MeasurementValueContainer MeanValues(const dc::MeasurementContainer& tests) {
+  std::map<std::int32_t, const dc::MeasurementValueContainer*> ordered;
+  for (const auto& [id, test] : tests.measurements()) ordered[id] = &test.measurementvalues();
   dc::MeasurementValueContainer mean;
-  if (tests.measurements().empty()) return mean;
-  mean = tests.measurements().begin()->second.measurementvalues();
-  for (auto test = std::next(tests.measurements().begin()); test != tests.measurements().end();
-       ++test) {
+  if (ordered.empty()) return mean;
+  mean = *ordered.begin()->second;
+  for (auto test = std::next(ordered.begin()); test != ordered.end(); ++test) {
     for (auto& [handle, value] : *mean.mutable_values()) {
-      const auto& values = test->second.measurementvalues().values();
-      const auto same = values.find(handle);
-      if (same != values.end()) CombineNumbers(value, same->second, std::plus<double>());
+      const auto same = test->second->values().find(handle);
+      if (same != test->second->values().end()) {
+        CombineNumbers(value, same->second, std::plus<double>());
+      }
     }
   }
-  const double share = 1.0 / static_cast<double>(tests.measurements().size());
+  const double share = 1.0 / static_cast<double>(ordered.size());
   for (auto& [handle, value] : *mean.mutable_values()) {
     CombineNumbers(value, value, [share](double sum, double) { return sum * share; });
   }
