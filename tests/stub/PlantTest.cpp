@@ -804,7 +804,13 @@ TEST_F(PlantQueries, ArchivesHoldEachTestAsItsMeasurementAndTheLastAveragesBefor
   }
   const dc::Measurement& average = both.measurements().at(day);
   EXPECT_EQ(average.generalinformation().additionalinfo().at("Tests"), std::to_string(passing));
-  EXPECT_NEAR(average.measurementvalues().values().at(1).scalar().value(), sum / passing, 1e-3);
+  dc::Scalar level = average.measurementvalues().values().at(1).scalar();
+  EXPECT_NEAR(level.value(), sum / passing, 1e-3);
+  const dc::Scalar& ofTest =
+      ofDay.measurements().begin()->second.measurementvalues().values().begin()->second.scalar();
+  level.set_value(ofTest.value());
+  EXPECT_TRUE(google::protobuf::util::MessageDifferencer::ApproximatelyEquals(level, ofTest))
+      << "unit, position and limits as a test's";
 
   // Measurements through their archive file: only the named tests it holds.
   const Header& other = *std::find_if(

@@ -170,7 +170,7 @@ std::vector<Average> LastAverages(SqliteDatabase& db, const PlantLine& line, std
 
 std::optional<Average> AverageById(SqliteDatabase& db, const PlantLine& line, std::int32_t id) {
   const std::int64_t rest = id - kFirstAverageId - line.id * kLineStep;
-  if (rest < 0 || rest >= kLineStep) return std::nullopt;
+  if (rest < 0) return std::nullopt;  // another line's: its archive digit is no archive's
   const auto archive =
       std::find_if(std::begin(kArchives), std::end(kArchives),
                    [&](const AveragedArchive& a) { return a.number == rest / kArchiveStep; });
