@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <ctime>
 #include <fstream>
 #include <functional>
 #include <iterator>
@@ -768,7 +769,8 @@ TEST_F(PlantQueries, ArchivesHoldEachTestAsItsMeasurementAndTheLastAveragesBefor
   const std::string ab = std::to_string(a) + ", " + std::to_string(b);
   const CannedAnswer byId =
       Ask(*plant, "ArchiveFileByIdQuery",
-          std::string("{") + kLine + R"(, "Ids": [)" + std::to_string(b) + ", 99999, " + ab + "]}");
+          std::string("{") + kLine + R"(, "Ids": [)" + std::to_string(b) + ", 99999, " + ab +
+              ", 1001118000]}");  // and a day of 2019 without tests
   EXPECT_EQ(byId.contentType, "application/octet-stream");
   EXPECT_EQ(byId.body, record(b) + record(a));
   EXPECT_EQ(Ask(*plant, "ArchiveFileQuery",
@@ -791,23 +793,30 @@ TEST_F(PlantQueries, ArchivesHoldEachTestAsItsMeasurementAndTheLastAveragesBefor
                 std::string("{") + kLine + R"(, "Ids": [)" + std::to_string(day) + "]}")
                 .body);
   const std::int64_t dayStart = (day - 1'001'100'000) * std::int64_t{86400} - 3600;
-  double sum = 0;
+  double sum = 0, line50 = 0;  // of the noise levels, of the idle spectra's line 50
   int passing = 0;
   const auto ofDay = AskFor<dc::MeasurementContainer>(
       *plant, "MeasurementQuery",
       std::string("{") + kLine + R"(, "Time": {"From": {"value": )" + std::to_string(dayStart) +
           R"(, "scale": "SECONDS"}, "Until": {"value": )" + std::to_string(dayStart + 86399) +
-          R"(, "scale": "SECONDS"}}, "Clavis": {"Items": [{"Instrument": "Level"}]}})");
+          R"(, "scale": "SECONDS"}}, "Clavis": {"Items": [{"Instrument": "Level"}, {"Mode": "Idle"}]}})");
   for (const auto& [id, m] : ofDay.measurements()) {
     if (m.generalinformation().resultid() != 1) continue;
-    sum += m.measurementvalues().values().begin()->second.scalar().value(), ++passing;
+    sum += m.measurementvalues().values().at(1).scalar().value(), ++passing;
+    line50 += m.measurementvalues().values().at(3).vector().values(50).y();
   }
   const dc::Measurement& average = both.measurements().at(day);
+  const std::time_t localMidnight = (dayStart + 3600);
+  char date[16];
+  std::strftime(date, sizeof date, "%Y-%m-%d", std::gmtime(&localMidnight));
+  EXPECT_EQ(average.generalinformation().additionalinfo().at("Period"), date);
   EXPECT_EQ(average.generalinformation().additionalinfo().at("Tests"), std::to_string(passing));
   dc::Scalar level = average.measurementvalues().values().at(1).scalar();
   EXPECT_NEAR(level.value(), sum / passing, 1e-3);
+  EXPECT_NEAR(average.measurementvalues().values().at(3).vector().values(50).y(), line50 / passing,
+              1e-3);
   const dc::Scalar& ofTest =
-      ofDay.measurements().begin()->second.measurementvalues().values().begin()->second.scalar();
+      ofDay.measurements().begin()->second.measurementvalues().values().at(1).scalar();
   level.set_value(ofTest.value());
   EXPECT_TRUE(google::protobuf::util::MessageDifferencer::ApproximatelyEquals(level, ofTest))
       << "unit, position and limits as a test's";

@@ -72,42 +72,28 @@ bool Exists(SqliteDatabase& db, const PlantLine& line, const Average& average) {
   return !PassingTests(db, line, average, 1).empty();
 }
 
-/// Applies `combine` to each float and double of `into` and the same one of
-/// `from`, element by element and through every nested message.
-void CombineNumbers(pb::Message& into, const pb::Message& from,
-                    const std::function<double(double, double)>& combine) {
+/// Applies `combine` to each float of `into` and the same float of `from`,
+/// through every nested message and list element. Floats are the only
+/// numbers of measured values, and their lists are lists of messages.
+void CombineFloats(pb::Message& into, const pb::Message& from,
+                   const std::function<float(float, float)>& combine) {
   const pb::Reflection& to = *into.GetReflection();
   const pb::Reflection& of = *from.GetReflection();
   const pb::Descriptor& type = *into.GetDescriptor();
   for (int i = 0; i < type.field_count(); ++i) {
     const pb::FieldDescriptor* field = type.field(i);
-    if (!field->is_repeated()) {
-      if (field->cpp_type() == pb::FieldDescriptor::CPPTYPE_MESSAGE && to.HasField(into, field) &&
-          of.HasField(from, field)) {
-        CombineNumbers(*to.MutableMessage(&into, field), of.GetMessage(from, field), combine);
-      } else if (field->cpp_type() == pb::FieldDescriptor::CPPTYPE_FLOAT) {
-        to.SetFloat(
-            &into, field,
-            static_cast<float>(combine(to.GetFloat(into, field), of.GetFloat(from, field))));
-      } else if (field->cpp_type() == pb::FieldDescriptor::CPPTYPE_DOUBLE) {
-        to.SetDouble(&into, field, combine(to.GetDouble(into, field), of.GetDouble(from, field)));
-      }
+    if (field->cpp_type() == pb::FieldDescriptor::CPPTYPE_FLOAT && !field->is_repeated()) {
+      to.SetFloat(&into, field, combine(to.GetFloat(into, field), of.GetFloat(from, field)));
+    } else if (field->cpp_type() != pb::FieldDescriptor::CPPTYPE_MESSAGE) {
       continue;
-    }
-    const int size = std::min(to.FieldSize(into, field), of.FieldSize(from, field));
-    for (int k = 0; k < size; ++k) {
-      if (field->cpp_type() == pb::FieldDescriptor::CPPTYPE_MESSAGE) {
-        CombineNumbers(*to.MutableRepeatedMessage(&into, field, k),
-                       of.GetRepeatedMessage(from, field, k), combine);
-      } else if (field->cpp_type() == pb::FieldDescriptor::CPPTYPE_FLOAT) {
-        to.SetRepeatedFloat(&into, field, k,
-                            static_cast<float>(combine(to.GetRepeatedFloat(into, field, k),
-                                                       of.GetRepeatedFloat(from, field, k))));
-      } else if (field->cpp_type() == pb::FieldDescriptor::CPPTYPE_DOUBLE) {
-        to.SetRepeatedDouble(
-            &into, field, k,
-            combine(to.GetRepeatedDouble(into, field, k), of.GetRepeatedDouble(from, field, k)));
+    } else if (field->is_repeated()) {
+      const int size = std::min(to.FieldSize(into, field), of.FieldSize(from, field));
+      for (int k = 0; k < size; ++k) {
+        CombineFloats(*to.MutableRepeatedMessage(&into, field, k),
+                      of.GetRepeatedMessage(from, field, k), combine);
       }
+    } else if (to.HasField(into, field) && of.HasField(from, field)) {
+      CombineFloats(*to.MutableMessage(&into, field), of.GetMessage(from, field), combine);
     }
   }
 }
@@ -124,13 +110,13 @@ dc::MeasurementValueContainer MeanValues(const dc::MeasurementContainer& tests) 
     for (auto& [handle, value] : *mean.mutable_values()) {
       const auto same = test->second->values().find(handle);
       if (same != test->second->values().end()) {
-        CombineNumbers(value, same->second, std::plus<double>());
+        CombineFloats(value, same->second, std::plus<float>());
       }
     }
   }
-  const double share = 1.0 / static_cast<double>(ordered.size());
+  const float share = 1.0F / static_cast<float>(ordered.size());
   for (auto& [handle, value] : *mean.mutable_values()) {
-    CombineNumbers(value, value, [share](double sum, double) { return sum * share; });
+    CombineFloats(value, value, [share](float sum, float) { return sum * share; });
   }
   return mean;
 }
