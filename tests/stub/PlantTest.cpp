@@ -810,6 +810,8 @@ TEST_F(PlantQueries, ArchivesHoldEachTestAsItsMeasurementAndTheLastAveragesBefor
   char date[16];
   std::strftime(date, sizeof date, "%Y-%m-%d", std::gmtime(&localMidnight));
   EXPECT_EQ(average.generalinformation().additionalinfo().at("Period"), date);
+  EXPECT_EQ(average.generalinformation().pkident(), day);
+  EXPECT_EQ(average.generalinformation().measurementtime().value(), dayStart);
   EXPECT_EQ(average.generalinformation().additionalinfo().at("Tests"), std::to_string(passing));
   dc::Scalar level = average.measurementvalues().values().at(1).scalar();
   EXPECT_NEAR(level.value(), sum / passing, 1e-3);
