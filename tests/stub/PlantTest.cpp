@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <ctime>
 #include <fstream>
 #include <functional>
 #include <iterator>
@@ -23,12 +24,14 @@
 #include "ErrorGroupsContainer.pb.h"
 #include "GeneralInformationContainer.pb.h"
 #include "IdNameTableStore.pb.h"
+#include "LastAveragesContainer.pb.h"
 #include "LineResultCountContainer.pb.h"
 #include "LogEntryContainer.pb.h"
 #include "MainDataInfoContainer.pb.h"
 #include "MeasurementContainer.pb.h"
 #include "MeasurementInformationContainer.pb.h"
 #include "MeasurementValueIndexContainer.pb.h"
+#include "PropagateTopologyModelContainer.pb.h"
 #include "ProtocolCrossReferenceStore.pb.h"
 #include "RawHttp.h"
 #include "ReferenceUnitContainer.pb.h"
@@ -711,6 +714,133 @@ TEST_F(PlantQueries, ValueIndexesArchiveFilesExportsAndTheNewestTestOfEachBenchN
   EXPECT_EQ(answered, newestOfBench);
 }
 
+TEST_F(PlantQueries, ArchivesHoldEachTestAsItsMeasurementAndTheLastAveragesBeforeIt) {
+  const Header& test = all.values(300);
+  const std::int64_t time = test.measurementtime().value();
+  struct Row {
+    const char* name;
+    int number, firstHour, hours, count, days;
+  };
+  // Line-A (line 1) keeps UTC+1 all week: the periods with a passing test, counted plainly.
+  const auto expected = [&](const Row& row) {
+    const std::int64_t length = row.hours * 3600, shift = 3600 - row.firstHour * 3600;
+    std::set<std::int64_t> periods;
+    for (const Header& h : all.values()) {
+      const std::int64_t period = (h.measurementtime().value() + shift) / length;
+      const std::int64_t end = (period + 1) * length - shift;
+      if (h.resultid() == 1 && end <= time && end > time - row.days * 86400) periods.insert(period);
+    }
+    std::vector<int> ids;
+    for (std::int64_t period : periods)
+      ids.push_back(static_cast<int>(1'001'000'000 + row.number * 100'000 + period));
+    const int keep = std::max(0, std::min(row.count, static_cast<int>(ids.size())));
+    return std::vector<int>(ids.end() - keep, ids.end());
+  };
+  const std::vector<Row> rows = {{"Day", 1, 0, 24, 3, 3},  {"Day", 1, 0, 24, 9, 30},
+                                 {"Shift", 0, 6, 8, 4, 1}, {"Shift", 0, 6, 8, 100, 2},
+                                 {"Day", 1, 0, 24, 0, 3},  {"Shift", 0, 6, 8, -1, 3},
+                                 {"Shift", 0, 6, 8, 2, 0}};
+  const auto ask = [&](const std::string& archives, int id = 0) {
+    return Ask(*plant, "IdsOfLastAveragesQuery",
+               std::string("{") + kLine + R"(, "PkIdent": )" +
+                   std::to_string(id == 0 ? test.pkident() : id) + R"(, "AverageArchives": [)" +
+                   archives + "]}");
+  };
+  const auto archive = [](const Row& row) {
+    return R"({"Name": ")" + std::string(row.name) + R"(", "NrAveragesToLoad": )" +
+           std::to_string(row.count) + R"(, "DaysToInclude": )" + std::to_string(row.days) + "}";
+  };
+  for (const Row& row : rows) {
+    dc::LastAveragesContainer ids;
+    ASSERT_TRUE(ids.ParseFromString(ask(archive(row)).body));
+    EXPECT_EQ(std::vector<int>(ids.values().begin(), ids.values().end()), expected(row))
+        << archive(row);
+  }
+  EXPECT_EQ(ask(R"({"Name": "Week", "NrAveragesToLoad": 1, "DaysToInclude": 9})").status, 404);
+  EXPECT_EQ(ask(archive(rows[0]), 99999).status, 404);
+
+  // Archive data: each test the plant's measurement of it alone, in the order asked.
+  const auto record = [&](int id) {
+    return Ask(*plant, "MeasurementByIdQuery",
+               std::string("{") + kLine + R"(, "Identifier": [)" + std::to_string(id) + "]}")
+        .body;
+  };
+  const int a = all.values(20).pkident(), b = all.values(21).pkident();
+  const std::string ab = std::to_string(a) + ", " + std::to_string(b);
+  const CannedAnswer byId =
+      Ask(*plant, "ArchiveFileByIdQuery",
+          std::string("{") + kLine + R"(, "Ids": [)" + std::to_string(b) + ", 99999, " + ab +
+              ", 1001118000]}");  // and a day of 2019 without tests
+  EXPECT_EQ(byId.contentType, "application/octet-stream");
+  EXPECT_EQ(byId.body, record(b) + record(a));
+  EXPECT_EQ(Ask(*plant, "ArchiveFileQuery",
+                std::string("{") + kLine + R"(, "IdRange": {"Ranges": [{"Min": )" +
+                    std::to_string(a) + R"(, "Max": )" + std::to_string(b) + "}]}}")
+                .body,
+            record(a) + record(b));
+
+  // An average's data: the mean of its period's passing tests, by name or by identifier.
+  const int day = expected(rows[0]).back();
+  const CannedAnswer withAverage = Ask(
+      *plant, "ArchiveFileByIdQuery",
+      std::string("{") + kLine + R"(, "Ids": [)" + std::to_string(test.pkident()) +
+          R"(], "AverageArchives": [{"Name": "Day", "NrAveragesToLoad": 1, "DaysToInclude": 3}]})");
+  dc::MeasurementContainer both;
+  ASSERT_TRUE(both.ParseFromString(withAverage.body));
+  ASSERT_EQ(both.measurements().count(day), 1U);
+  EXPECT_EQ(withAverage.body.substr(record(test.pkident()).size()),
+            Ask(*plant, "ArchiveFileByIdQuery",
+                std::string("{") + kLine + R"(, "Ids": [)" + std::to_string(day) + "]}")
+                .body);
+  const std::int64_t dayStart = (day - 1'001'100'000) * std::int64_t{86400} - 3600;
+  double sum = 0, line50 = 0;  // of the noise levels, of the idle spectra's line 50
+  int passing = 0;
+  const auto ofDay = AskFor<dc::MeasurementContainer>(
+      *plant, "MeasurementQuery",
+      std::string("{") + kLine + R"(, "Time": {"From": {"value": )" + std::to_string(dayStart) +
+          R"(, "scale": "SECONDS"}, "Until": {"value": )" + std::to_string(dayStart + 86399) +
+          R"(, "scale": "SECONDS"}}, "Clavis": {"Items": [{"Instrument": "Level"}, {"Mode": "Idle"}]}})");
+  for (const auto& [id, m] : ofDay.measurements()) {
+    if (m.generalinformation().resultid() != 1) continue;
+    sum += m.measurementvalues().values().at(1).scalar().value(), ++passing;
+    line50 += m.measurementvalues().values().at(3).vector().values(50).y();
+  }
+  const dc::Measurement& average = both.measurements().at(day);
+  const std::time_t localMidnight = (dayStart + 3600);
+  char date[16];
+  std::strftime(date, sizeof date, "%Y-%m-%d", std::gmtime(&localMidnight));
+  EXPECT_EQ(average.generalinformation().additionalinfo().at("Period"), date);
+  EXPECT_EQ(average.generalinformation().pkident(), day);
+  EXPECT_EQ(average.generalinformation().measurementtime().value(), dayStart);
+  EXPECT_EQ(average.generalinformation().additionalinfo().at("Tests"), std::to_string(passing));
+  dc::Scalar level = average.measurementvalues().values().at(1).scalar();
+  EXPECT_NEAR(level.value(), sum / passing, 1e-3);
+  EXPECT_NEAR(average.measurementvalues().values().at(3).vector().values(50).y(), line50 / passing,
+              1e-3);
+  const dc::Scalar& ofTest =
+      ofDay.measurements().begin()->second.measurementvalues().values().at(1).scalar();
+  level.set_value(ofTest.value());
+  EXPECT_TRUE(google::protobuf::util::MessageDifferencer::ApproximatelyEquals(level, ofTest))
+      << "unit, position and limits as a test's";
+
+  // Measurements through their archive file: only the named tests it holds.
+  const Header& other = *std::find_if(
+      all.values().begin(), all.values().end(),
+      [&](const Header& h) { return h.relativefilepath() != all.values(20).relativefilepath(); });
+  const auto fromFile = [&](const std::string& path) {
+    return Ask(*plant, "MeasurementFromFileByIdQuery",
+               std::string("{") + kLine + R"(, "AbsolutePath": "/archive/)" + path +
+                   R"(", "Identifier": [)" + std::to_string(other.pkident()) + ", " + ab +
+                   R"(], "Clavis": {"Items": [{"Mode": "Idle"}]}})");
+  };
+  dc::MeasurementContainer inFile;
+  ASSERT_TRUE(inFile.ParseFromString(fromFile(all.values(20).relativefilepath()).body));
+  EXPECT_EQ(inFile.measurements().count(other.pkident()), 0U);
+  ASSERT_EQ(inFile.measurements().count(a), 1U);
+  EXPECT_EQ(inFile.measurements().at(a).measurementvalues().values_size(), 1);
+  EXPECT_EQ(fromFile("2026/01/01/x.kqa").status, 404);
+}
+
 TEST(PlantTimeZones, ALinesOffsetFollowsItsRegionsDaylightSavingRule) {
   struct Row {
     const char* zone;
@@ -794,12 +924,26 @@ TEST_F(PlantQueries, AdministrationCommandsChangeResultDatabasesAndTheTopologyMo
             200);
   EXPECT_EQ(model("TopologyModelQuery").factories(0).customerreportlogo(), "logo.png");
 
+  const auto propagated = AskFor<dc::PropagateTopologyModelContainer>(
+      *plant, "PropagateTopologyModelCommand",
+      R"({"TopologyModel": {"Factories": [{"BaseNode": {"Name": "Plant-North"}, "Lines": [)"
+      R"({"BaseNode": {"Name": "Line-A"}, "Archive": {}, "ResultDb": {"Password": {"EncryptedString": "c2VjcmV0"}}},)"
+      R"({"BaseNode": {"Name": "Line-Z"}}]}]}})");
+  std::map<std::string, int> recipients;
+  for (const auto& [key, status] : propagated.values()) recipients[key] = status.codecategory();
+  EXPECT_EQ(recipients, (std::map<std::string, int>{{"Plant-North/Line-A/Archive", 0},
+                                                    {"Plant-North/Line-A/ResultDb", 0},
+                                                    {"Plant-North/Line-Z", 14}}));
+  EXPECT_EQ(model("TopologyModelQuery").factories(0).lines(1).basenode().name(), "Line-Z");
+
   const auto log = AskFor<dc::LogEntryContainer>(
       *plant, "LogEntryQuery",
       R"({"FromTime": {"value": )" + std::to_string(kNow + 1) + R"(, "scale": "SECONDS"}})");
-  ASSERT_EQ(log.logentries_size(), 5) << "one entry for each command that succeeded";
-  for (const auto& entry : log.logentries())
+  ASSERT_EQ(log.logentries_size(), 6) << "one entry for each command that succeeded";
+  for (const auto& entry : log.logentries()) {
     EXPECT_THAT(entry.message(), ::testing::Not(::testing::HasSubstr("pw")));
+    EXPECT_THAT(entry.message(), ::testing::Not(::testing::HasSubstr("c2VjcmV0")));
+  }
 }
 
 TEST_F(PlantQueries, TheGatewayTokenIsRequiredWhenTheStubIsToldSo) {

@@ -74,7 +74,8 @@ std::optional<CannedAnswer> Plant::Answer(std::string_view requestType,
     return TextAnswer(400, "the body is no " + std::string(requestType));
   }
   const RequestInfo* info = FindRequest(requestType);
-  const bool changes = info != nullptr && info->kind == RequestKind::Command;
+  // A request that may not be sent twice changes the plant: every command and the propagation.
+  const bool changes = info != nullptr && !info->repeatable;
   try {
     if (changes) {
       plant::SqliteDatabase db(file_, plant::SqliteDatabase::Mode::ReadWrite);

@@ -1,10 +1,13 @@
 #include "plant/PlantAdministration.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <tuple>
 
 #include "ConfigureTopologyModelCommand.pb.h"
 #include "DefaultTopologyModelQuery.pb.h"
+#include "PropagateTopologyModelCommand.pb.h"
+#include "PropagateTopologyModelContainer.pb.h"
 #include "ResultDbCreationCommand.pb.h"
 #include "ResultDbUpdateCommand.pb.h"
 #include "ResultDbVersionQuery.pb.h"
@@ -187,6 +190,63 @@ std::string ConfigureModel(SqliteDatabase& db, const dc::ConfigureTopologyModelC
          (command.replacealllines() ? " alone" : "");
 }
 
+/// The status of one recipient of a propagation: success, or a context the plant does not have.
+dc::MessageContainer RecipientStatus(bool known) {
+  dc::MessageContainer status;
+  if (!known) {
+    status.set_codecategory(dc::Enumerator::CodeCategory_Topology);
+    status.set_detailcode(dc::Enumerator::Topology_NodeForContextNotFound);
+    status.set_level(dc::Enumerator::Error);
+  }
+  return status;
+}
+
+/// Adds one entry per service node of `node` ("<factory>/<line>/<service>"),
+/// or one for the line itself when it has none.
+void AddRecipients(SqliteDatabase& db, const std::string& factory, const dc::LineNode& node,
+                   dc::PropagateTopologyModelContainer& answer) {
+  auto exists = db.Prepare(
+      "SELECT 1 FROM line l JOIN factory f ON f.id = l.factory_id WHERE f.name = ?1 AND l.name = "
+      "?2");
+  exists.BindAll(factory, node.basenode().name());
+  const dc::MessageContainer status = RecipientStatus(exists.Step());
+  const std::string line = factory + "/" + node.basenode().name();
+  const std::pair<const char*, bool> services[] = {
+      {"Archive", node.has_archive()},      {"Collector", node.has_collector()},
+      {"ResultDb", node.has_resultdb()},    {"ParamDb", node.has_paramdb()},
+      {"Sound", node.has_sound()},          {"MeasurementService", node.has_measurementservice()},
+      {"TestStands", node.has_teststands()}};
+  bool any = false;
+  for (const auto& [service, present] : services) {
+    if (present) (*answer.mutable_values())[line + "/" + service] = status;
+    any = any || present;
+  }
+  if (!any) (*answer.mutable_values())[line] = status;
+}
+
+/// Stores the model as the one in force and hands it to each line's services;
+/// the model's secrets stay in the encrypted form they came in and are not logged.
+CannedAnswer Propagate(SqliteDatabase& db, const google::protobuf::Message& request) {
+  const auto& model =
+      dynamic_cast<const dc::PropagateTopologyModelCommand&>(request).topologymodel();
+  dc::PropagateTopologyModelContainer answer;
+  for (const dc::FactoryNode& factory : model.factories()) {
+    for (const dc::LineNode& line : factory.lines()) {
+      AddRecipients(db, factory.basenode().name(), line, answer);
+    }
+  }
+  const auto failed =
+      std::count_if(answer.values().begin(), answer.values().end(),
+                    [](const auto& entry) { return entry.second.codecategory() != 0; });
+  SqliteTransaction transaction(db);
+  StoreModel(db, model);
+  WriteLogEntry(db, "PropagateTopologyModelCommand",
+                "topology model propagated to " + std::to_string(answer.values().size()) +
+                    " recipients, " + std::to_string(failed) + " failed");
+  transaction.Commit();
+  return MessageAnswer(answer);
+}
+
 }  // namespace
 
 void AddAdministrationHandlers(std::map<std::string, PlantHandler, std::less<>>& handlers) {
@@ -206,6 +266,7 @@ void AddAdministrationHandlers(std::map<std::string, PlantHandler, std::less<>>&
                    Command<dc::UpdateTopologyModelCommand>(UpdateModel));
   handlers.emplace("ConfigureTopologyModelCommand",
                    Command<dc::ConfigureTopologyModelCommand>(ConfigureModel));
+  handlers.emplace("PropagateTopologyModelCommand", Propagate);
 }
 
 }  // namespace vrex::stub::plant

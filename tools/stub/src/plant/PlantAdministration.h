@@ -1,8 +1,8 @@
 #pragma once
 // The plant's administration: the result database of each line (created,
 // brought to a version) and the topology model (the default one drawn from
-// the plant, configured and updated by commands). Each command runs in one
-// transaction with its log entry.
+// the plant, configured, updated and propagated to the lines' services by
+// commands). Each command runs in one transaction with its log entry.
 
 #include <functional>
 #include <map>

@@ -21,6 +21,7 @@
 #include "WavFileQuery.pb.h"
 #include "WavFileTestBenchQuery.pb.h"
 #include "plant/DefectFilter.h"
+#include "plant/PlantArchives.h"
 #include "plant/PlantLine.h"
 #include "plant/TestSelection.h"
 #include "plant/TestSound.h"
@@ -378,6 +379,7 @@ void AddReportHandlers(std::map<std::string, PlantHandler, std::less<>>& handler
     return CsvExport(db, dynamic_cast<const dc::CsvExportFileQuery&>(request));
   });
   handlers.emplace("LastTestByBenchQuery", Answering<dc::LastTestByBenchQuery>(LastTests));
+  AddArchiveHandlers(handlers);
 }
 
 }  // namespace vrex::stub::plant

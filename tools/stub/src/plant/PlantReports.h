@@ -1,7 +1,8 @@
 #pragma once
 // The plant's files (a test's sound as a WAV file, where its archive data
-// lies) and statistics (rejects by shift, top-N rejects, test history), all
-// computed from the same tests as the test queries.
+// lies; the archive data itself: PlantArchives.h) and statistics (rejects by
+// shift, top-N rejects, test history), all computed from the same tests as
+// the test queries.
 
 #include <functional>
 #include <map>
