@@ -84,8 +84,8 @@ bool AtomicFile::Commit() {
 // The target, not the temporary, is what the caller asked for.
 bool AtomicFile::Fail(int errorNumber) {
   if (error_.empty()) {
-    error_ = "cannot write " + target_.string() + ": " +
-             std::generic_category().message(errorNumber);
+    error_ =
+        "cannot write " + target_.string() + ": " + std::generic_category().message(errorNumber);
   }
   return false;
 }

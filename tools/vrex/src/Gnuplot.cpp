@@ -78,8 +78,8 @@ Error RunGnuplot(const std::string& path, const std::string& script, const std::
   posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
   posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
   const std::string errorPath = errorFile.Path();
-  posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, errorPath.c_str(),
-                                   O_WRONLY | O_TRUNC, 0);
+  posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, errorPath.c_str(), O_WRONLY | O_TRUNC,
+                                   0);
   const std::string setOutput = "output = " + GnuplotString(output);
   std::vector<std::string> arguments = {path, "-e", setOutput, scriptFile.Path()};
   std::vector<char*> argv;
