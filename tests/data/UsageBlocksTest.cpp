@@ -7,7 +7,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <iostream>
 #include <sstream>
 
@@ -16,23 +15,20 @@
 
 using namespace Korvan::KQ::DataContracts;  // as the blocks name the contract types
 
-struct Use {
-  template <class T>
-  void operator()(const T&) const {}
+// What a block hands its values to (use, plot, log, Show).
+struct Sink {
+  template <class... T>
+  void operator()(const T&...) const {}
 };
-using Plot = std::function<void(double, double)>;
-using Log = std::function<void(const std::string&)>;
-using ShowAnswer = std::function<void(const MeasurementContainer&)>;
 
 #define VREX_BLOCK(name) [[maybe_unused]] static void name##Block
 #define VREX_USAGE_AnswerArena \
   VREX_BLOCK(AnswerArena)      \
-  (const vrex::Client& client, const MeasurementQuery& query, ShowAnswer Show)
+  (const vrex::Client& client, const MeasurementQuery& query, Sink Show)
 #define VREX_USAGE_AtomicFile VREX_BLOCK(AtomicFile)()
-#define VREX_USAGE_Axes VREX_BLOCK(Axes)(const MeasurementValue& value, const Plot& plot)
+#define VREX_USAGE_Axes VREX_BLOCK(Axes)(const MeasurementValue& value, Sink plot)
 #define VREX_USAGE_Clavis VREX_BLOCK(Clavis)(const Clavis& clavis, const Clavis& a, const Clavis& b)
-#define VREX_USAGE_Client \
-  VREX_BLOCK(Client)(const MeasurementQuery& measurementQuery, const Log& log)
+#define VREX_USAGE_Client VREX_BLOCK(Client)(const MeasurementQuery& measurementQuery, Sink log)
 #define VREX_USAGE_Decimal VREX_BLOCK(Decimal)()
 #define VREX_USAGE_Guid VREX_BLOCK(Guid)()
 #define VREX_USAGE_Iso8601 VREX_BLOCK(Iso8601)(const GeneralInformation& header)
@@ -50,9 +46,9 @@ using ShowAnswer = std::function<void(const MeasurementContainer&)>;
 #define VREX_USAGE_Names \
   VREX_BLOCK(Names)      \
   (const IdNameTableStore& store, const ProtocolCrossReferenceData& row, ClavisFilter& filter)
-#define VREX_USAGE_Result VREX_BLOCK(Result)(const std::string& text, Use use)
+#define VREX_USAGE_Result VREX_BLOCK(Result)(const std::string& text, Sink use)
 #define VREX_USAGE_TestSelection VREX_BLOCK(TestSelection)(const vrex::Client& client)
-#define VREX_USAGE_Time VREX_BLOCK(Time)(const GeneralInformation& header, Use use)
+#define VREX_USAGE_Time VREX_BLOCK(Time)(const GeneralInformation& header, Sink use)
 #define VREX_USAGE_Tracks                                                          \
   VREX_BLOCK(Tracks)                                                               \
   (const std::string& url, const VectorTrackOfMeasurementsQuery& vectorTrackQuery, \
