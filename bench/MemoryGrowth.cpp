@@ -16,6 +16,7 @@
 #include <string>
 
 #include "BenchServer.h"
+#include "LoopbackPort.h"
 #include "VrexClient.h"
 #include "vrex/Client.h"
 
@@ -83,7 +84,7 @@ void Measure(const char* name, long calls, long deadEvery, const Call& call) {
 int main(int argc, char** argv) {
   const long calls = argc > 1 ? std::strtol(argv[1], nullptr, 10) : 100000;
   const std::string live = bench::SharedServer().BaseUrl();
-  const std::string dead = "http://127.0.0.1:1";  // nothing listens on port 1
+  const std::string dead = vrex::testing::UnreachableUrl();
   dc::ApiVersionQuery query;
   query.set_factory("Plant-North");
 

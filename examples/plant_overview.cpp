@@ -12,8 +12,9 @@
 #include <vector>
 
 #include "VrexClient.h"
-#include "vrex/data/Measurements.h"
 #include "vrex/data/Iso8601.h"
+#include "vrex/data/Measurements.h"
+#include "vrex/data/Units.h"
 
 namespace {
 
@@ -69,13 +70,6 @@ std::string TimeText(const dc::GeneralInformation& test) {
   return text.Ok() ? text.Value() : "(" + text.GetStatus().Message() + ")";
 }
 
-std::string UnitText(const dc::Unit& unit) {
-  if (unit.id() == en::invalid) return "";
-  std::string text = en::UnitId_Name(unit.id());
-  if (unit.power() != 0 && unit.power() != 1) text += "^" + std::to_string(unit.power());
-  return text;
-}
-
 std::string NumberText(float number) {
   std::ostringstream text;
   text << number;
@@ -85,12 +79,13 @@ std::string NumberText(float number) {
 std::string ValueText(const dc::MeasurementValue& value) {
   switch (vrex::data::KindOf(value)) {
     case en::Scalar:
-      return NumberText(value.scalar().value()) + " " + UnitText(value.scalar().unit());
+      return NumberText(value.scalar().value()) + " " + vrex::data::UnitText(value.scalar().unit());
     case en::ScalarTrack:
       return "track of " + std::to_string(value.scalartrack().values_size()) + " points";
     case en::Vector:
       return "vector of " + std::to_string(value.vector().values_size()) + " points (" +
-             UnitText(value.vector().yunit()) + " over " + UnitText(value.vector().xunit()) + ")";
+             vrex::data::UnitText(value.vector().yunit()) + " over " +
+             vrex::data::UnitText(value.vector().xunit()) + ")";
     case en::VectorTrack:
       return "vector track of " + std::to_string(value.vectortrack().values_size()) + " vectors";
     case en::Matrix:

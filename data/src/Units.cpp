@@ -69,10 +69,11 @@ std::string PrefixedAmount(double value, const std::string& symbol) {
   return Number(shown / std::pow(10.0, exponent)) + " " + UnitPrefix(exponent) + symbol;
 }
 
-std::string DecibelText(const dc::Unit& unit, const std::string& prefixedUnit) {
+std::string DecibelText(const dc::Unit& unit, const std::string& prefixedUnit,
+                        DecibelReference style) {
   if (unit.logref() == 0.0F) return prefixedUnit.empty() ? "dB" : "dB " + prefixedUnit;
   const bool plainUnit = unit.id() != en::invalid && (unit.power() == 0 || unit.power() == 1);
-  if (!plainUnit) {
+  if (style == DecibelReference::AsSent || !plainUnit) {
     const std::string reference = "dB re " + Number(unit.logref());
     return prefixedUnit.empty() ? reference : reference + " " + prefixedUnit;
   }
@@ -102,14 +103,14 @@ std::string QuantityName(en::UnitId id) {
   return names != nullptr ? std::string(names->quantity) : "";
 }
 
-std::string UnitText(const dc::Unit& unit) {
+std::string UnitText(const dc::Unit& unit, DecibelReference reference) {
   if (unit.id() == en::invalid && unit.scale() == en::Linear) return "";
   std::string text =
       unit.id() == en::invalid ? "" : UnitPrefix(unit.exponent()) + UnitSymbol(unit.id());
   if (unit.power() != 0 && unit.power() != 1) text += "^" + std::to_string(unit.power());
   switch (unit.scale()) {
     case en::Decibel:
-      return DecibelText(unit, text);
+      return DecibelText(unit, text, reference);
     case en::Logarithm:
       return "log " + text;
     default:
@@ -117,17 +118,17 @@ std::string UnitText(const dc::Unit& unit) {
   }
 }
 
-std::string AxisLabel(const dc::Unit& unit) {
+std::string AxisLabel(const dc::Unit& unit, DecibelReference reference) {
   std::string name = QuantityName(unit.id());
   if (!name.empty() && unit.scale() == en::Decibel) name += " level";
-  const std::string symbol = UnitText(unit);
+  const std::string symbol = UnitText(unit, reference);
   // "Order [order]" would say it twice.
   if (name.empty() || symbol.empty() || symbol == "order") return name.empty() ? symbol : name;
   return name + " [" + symbol + "]";
 }
 
-std::string FormatWithUnit(double value, const dc::Unit& unit) {
-  const std::string text = UnitText(unit);
+std::string FormatWithUnit(double value, const dc::Unit& unit, DecibelReference reference) {
+  const std::string text = UnitText(unit, reference);
   return text.empty() ? Number(value) : Number(value) + " " + text;
 }
 

@@ -2,6 +2,9 @@
 // The offsets from UTC of one zone of the time-zone database, read once from
 // its TZif file (RFC 8536) and then asked without touching the process's
 // TZ or C library state, so any thread of a host application may use them.
+// Debian's date/tz.h (libhowardhinnant-date-dev, built on the system's
+// database) is no substitute: it ignores the footer's rule, so after the
+// file's last transition (2037) a zone keeps standard time all year.
 
 #include <chrono>
 #include <cstdint>

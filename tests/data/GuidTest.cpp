@@ -19,6 +19,13 @@ TEST(GuidTest, KnownIdentifierMapsToItsBytesAndHalves) {
   EXPECT_EQ(FormatGuid(GuidFromBytes(kBytes)), kText);
   EXPECT_EQ(FormatGuid(bcl::Guid()), "00000000-0000-0000-0000-000000000000");
 
+  // A failed result holds no value until a successful one is assigned to it.
+  Result<bcl::Guid> assigned = ParseGuid("");
+  EXPECT_FALSE(assigned.HasValue());
+  assigned = parsed;
+  ASSERT_TRUE(assigned.Ok() && assigned.HasValue());
+  EXPECT_EQ(assigned.Value().hi(), parsed.Value().hi());
+
   // Two fixed64 fields put the 16-byte form on the wire as it stands.
   const std::string bytes(kBytes.begin(), kBytes.end());
   EXPECT_EQ(parsed.Value().SerializeAsString(),

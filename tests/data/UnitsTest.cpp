@@ -46,6 +46,10 @@ TEST(Units, AreWrittenWithPrefixPowerAndScale) {
             "72.4 dB re 20 \u00b5Pa");
   EXPECT_EQ(FormatWithUnit(1500, UnitOf(R"("Id": "rpm")")), "1500 rpm");
   EXPECT_EQ(FormatWithUnit(3, dc::Unit()), "3");
+  EXPECT_EQ(
+      UnitText(UnitOf(R"("Id": "pascal", "Exponent": -3, "Scale": "Decibel", "LogRef": 0.02)"),
+               DecibelReference::AsSent),
+      "dB re 0.02 mPa");
 }
 
 TEST(Units, NameTheQuantityTheyMeasure) {

@@ -34,7 +34,7 @@ find_program(NM nm REQUIRED)
 run(${NM} -DC --defined-only "${sonames}")
 set(exported "${last_output}")
 foreach(forbidden IN ITEMS gatewayAuthenticationToken "vrex::internal::" "::detail::"
-                           CurlHandlePool AtomicFile RetrySchedule BuildEndpointUrl
+                           CurlHandlePool RetrySchedule BuildEndpointUrl
                            WriteResponseBody)
   string(FIND "${exported}" "${forbidden}" at)
   if(NOT at EQUAL -1)

@@ -206,7 +206,7 @@ const std::vector<Case> kCases = {
      NothingSent()},
     {"TestsCsvOrJson", "tests|" + kLineA + "|--csv|--json", 2, "", "excludes"},
     {"MeasurementsWithUnitsAndSummaries", "measurements|" + kLineA, 0,
-     "Test 1002  2024-03-12T07:01:47+01:00  SN-24-0003142|72.4 dB re 20 \u00b5Pa at 1500 rpm|8 "
+     "Test 1002  2024-03-12T07:01:47+01:00  SN-24-0003142|72.4 dB re 2e-05 Pa at 1500 rpm|8 "
      "points, x 0..1750 Hz|3 vectors of 4 points|invalid: Sensor overload at 3800 rpm|Gearbox "
      "noise above limit"},
     {"MeasurementsOfOneQuantity", "measurements|" + kLineA + kSpectrum, 0, "", "", nullptr,
@@ -220,11 +220,11 @@ const std::vector<Case> kCases = {
     {"MeasurementsAsCsvOneRowPerPoint", "measurements|" + kLineA + "|--csv", 0,
      "test_id,serial,result,quantity,kind,x,x_unit,z,z_unit,y,y_unit,limit,note\r\n"
      "|1002,SN-24-0003142,NOK,Run-Up/Level/Mic-1/Gearbox/RMS/MIC-4189-A,Scalar,1500,rpm,,,81.3,dB "
-     "re 20 \u00b5Pa,78,\r\n|Spectrum/MIC-4189-A,Vector,250,Hz,,,64.7,dB re 20 \u00b5Pa,62,\r\n"
+     "re 2e-05 Pa,78,\r\n|Spectrum/MIC-4189-A,Vector,250,Hz,,,64.7,dB re 2e-05 Pa,62,\r\n"
      "|1001,SN-24-0003141,OK,Run-Up/Tracker/Acc-1/Housing/Order 2 "
      "level/ACC-356A,ScalarTrack,3800,rpm,,,0.29,m/s^2,0.5,\r\n|VectorTrack,500,Hz,3000,rpm,0.27,m/"
-     "s^2,0.3,\r\n|Order map/MIC-4189-A,Matrix,4,order,3000,rpm,50.3,dB re 20 "
-     "\u00b5Pa,70,\r\n|ACC-356B,Invalid,,,,,,,,invalid: Sensor overload at 3800 rpm\r\n"},
+     "s^2,0.3,\r\n|Order map/MIC-4189-A,Matrix,4,order,3000,rpm,50.3,dB re 2e-05 "
+     "Pa,70,\r\n|ACC-356B,Invalid,,,,,,,,invalid: Sensor overload at 3800 rpm\r\n"},
     {"LogEntriesAndTheirQuery", "log|" + kLineA + "|--level=Warning|--source=ArchiveWriter", 0,
      "Log of Plant-North / Line-A, last changed 2024-03-12T06:58:11+01:00\n"
      "|2024-03-12T06:58:11+01:00  Warning  ArchiveWriter|exception: IOException: no space",

@@ -7,12 +7,12 @@
 #include "parse/AnswerIntake.h"
 #include "parse/AnswerParser.h"
 #include "transport/AsyncAttempts.h"
-#include "transport/AtomicFile.h"
 #include "transport/CallRegistry.h"
 #include "transport/RetrySchedule.h"
 #include "parse/WarmArenas.h"
 #include "transport/WireForm.h"
 #include "vrex/CurlTransport.h"
+#include "vrex/data/AtomicFile.h"
 
 namespace vrex {
 
@@ -75,7 +75,7 @@ Outcome AsFileFailure(const Outcome& outcome, const std::string& reason) {
 }
 
 // A download's outcome once its file is complete or abandoned.
-Outcome FinishFile(internal::AtomicFile& file, const Outcome& outcome) {
+Outcome FinishFile(data::AtomicFile& file, const Outcome& outcome) {
   if (!file.Error().empty()) {
     return AsFileFailure(outcome, file.Error());
   }
@@ -85,7 +85,7 @@ Outcome FinishFile(internal::AtomicFile& file, const Outcome& outcome) {
   return outcome;
 }
 
-Outcome CannotCreate(std::string_view requestType, const internal::AtomicFile& file) {
+Outcome CannotCreate(std::string_view requestType, const data::AtomicFile& file) {
   return Outcome(std::string(requestType), Outcome::Event::FileFailed, 0, file.Error(), {}, 0);
 }
 
@@ -186,7 +186,7 @@ Outcome Client::DownloadToFile(std::string_view requestType,
                                const google::protobuf::Message& request,
                                const std::filesystem::path& target,
                                const DownloadOptions& options) const {
-  internal::AtomicFile file(target);
+  data::AtomicFile file(target);
   if (!file.IsOpen()) {
     return CannotCreate(requestType, file);
   }
@@ -262,7 +262,7 @@ CallCanceller Client::StartDownloadToFile(std::string_view requestType,
                                           const std::filesystem::path& target,
                                           DownloadOptions options,
                                           std::function<void(Outcome)> onOutcome) const {
-  auto file = std::make_shared<internal::AtomicFile>(target);
+  auto file = std::make_shared<data::AtomicFile>(target);
   if (!file->IsOpen()) {
     onOutcome(CannotCreate(requestType, *file));
     return {};

@@ -57,9 +57,10 @@ std::string ValueRows(const std::vector<std::string>& lead, const dc::Measuremen
     return row({kind, "", "", "", "", "", "", "", SummariseValue(*value)});
   }
   const std::vector<Curve> limit = UpperLimit(*value);
-  const std::string xUnit = data::UnitText(curves.xUnit);
-  const std::string zUnit = curves.curves.front().z ? data::UnitText(curves.zUnit) : "";
-  const std::string yUnit = data::UnitText(curves.yUnit);
+  const std::string xUnit = data::UnitText(curves.xUnit, kDecibelReference);
+  const std::string zUnit =
+      curves.curves.front().z ? data::UnitText(curves.zUnit, kDecibelReference) : "";
+  const std::string yUnit = data::UnitText(curves.yUnit, kDecibelReference);
   std::string rows;
   for (std::size_t r = 0; r < curves.curves.size(); ++r) {
     const Curve& curve = curves.curves[r];

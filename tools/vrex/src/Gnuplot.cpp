@@ -69,17 +69,19 @@ Error RunGnuplot(const std::string& path, const std::string& script, const std::
   if (!scriptFile.Status().Ok() || !errorFile.Status().Ok()) {
     return scriptFile.Status().Ok() ? errorFile.Status() : scriptFile.Status();
   }
-  if (Error written = scriptFile.Write(script); !written.Ok()) {
+  scriptFile.Write(script);
+  if (Error written = scriptFile.Flush(); !written.Ok()) {  // a failed Write too
     return written;
   }
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
   posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
   posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-  posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, errorFile.TemporaryPath().c_str(),
-                                   O_WRONLY | O_TRUNC, 0);
+  const std::string errorPath = errorFile.Path();
+  posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, errorPath.c_str(), O_WRONLY | O_TRUNC,
+                                   0);
   const std::string setOutput = "output = " + GnuplotString(output);
-  std::vector<std::string> arguments = {path, "-e", setOutput, scriptFile.TemporaryPath()};
+  std::vector<std::string> arguments = {path, "-e", setOutput, scriptFile.Path()};
   std::vector<char*> argv;
   for (std::string& argument : arguments) argv.push_back(argument.data());
   argv.push_back(nullptr);
@@ -94,7 +96,7 @@ Error RunGnuplot(const std::string& path, const std::string& script, const std::
   if (WIFEXITED(status) && WEXITSTATUS(status) == 0) {
     return Error();
   }
-  std::ifstream errors(errorFile.TemporaryPath());
+  std::ifstream errors(errorPath);
   return Error("gnuplot failed: " +
                Complaint(std::string(std::istreambuf_iterator<char>(errors), {})));
 }

@@ -1,47 +1,47 @@
 #pragma once
-// A file written under a temporary name beside its target and renamed onto
-// the target only when complete, so that a failure leaves neither a
-// half-written file nor a changed one. An existing target that is not a
-// regular file (a device such as /dev/null, a FIFO) is written directly:
-// renaming a file over it would replace the device.
+// A file vrex writes, complete or not at all (data::AtomicFile), whose
+// temporary file a SIGINT or SIGTERM removes too.
 
-#include <cstdio>
 #include <string>
 #include <string_view>
 
 #include "vrex/Result.h"
+#include "vrex/data/AtomicFile.h"
 
 namespace vrex::cli {
 
 class PendingFile {
  public:
   /// Creates the temporary file; Status() tells whether that worked.
-  explicit PendingFile(std::string target);
-  /// Removes the temporary file unless it was committed.
-  ~PendingFile();
+  explicit PendingFile(const std::string& target);
   PendingFile(const PendingFile&) = delete;
   PendingFile& operator=(const PendingFile&) = delete;
 
-  const Error& Status() const { return status_; }
-  /// Where to write: the temporary file, or the special target itself.
-  const std::string& TemporaryPath() const { return temporary_; }
+  /// The first failure; Ok while there was none.
+  Error Status() const { return Error(file_.Error()); }
+  /// Where to write: the temporary file, or a device or FIFO target itself.
+  std::string Path() const { return file_.Path().string(); }
 
-  /// Writes `text` into the temporary file, replacing what it held.
-  Error Write(const std::string& text) const;
-  /// Adds `bytes` to what was appended before.
-  Error Append(std::string_view bytes);
+  /// Adds `bytes` to what was written before.
+  Error Write(std::string_view bytes);
+  /// Makes what was written readable at Path() by another program.
+  Error Flush();
   /// Renames the temporary file onto the target.
   Error Commit();
 
  private:
-  Error CannotWrite() const;
-
-  std::string target_;
-  std::string temporary_;
-  Error status_;
-  std::FILE* appending_ = nullptr;
-  bool direct_ = false;  ///< the target is a device or FIFO, written in place
-  bool committed_ = false;
+  // Declared before file_, so that the handler forgets the temporary file
+  // only once file_ has removed it.
+  struct SignalSlot {
+    SignalSlot() = default;
+    SignalSlot(const SignalSlot&) = delete;
+    SignalSlot& operator=(const SignalSlot&) = delete;
+    ~SignalSlot() { Release(); }
+    void Take(const std::string& path);
+    void Release();
+    int index = -1;
+  } slot_;
+  data::AtomicFile file_;
 };
 
 /// Has SIGINT and SIGTERM remove every pending temporary file and end the

@@ -67,7 +67,7 @@ ExitCode Write(const PlotArguments& arguments, const PlotScript& script, const s
     if (const Error written = file.Write(script.Text()); !written.Ok()) {
       return Fail(ExitCode::FileFailed, written, console);
     }
-  } else if (const Error drawn = RunGnuplot(gnuplot, script.Text(), file.TemporaryPath());
+  } else if (const Error drawn = RunGnuplot(gnuplot, script.Text(), file.Path());
              !drawn.Ok()) {
     return Fail(ExitCode::Failure, drawn, console);
   }

@@ -127,7 +127,7 @@ std::map<int, int> TestStyles(const std::vector<TestValue>& values) {
 
 // The unit's axis label, or `fallback` when the unit says nothing.
 std::string AxisLabel(const dc::Unit& unit, const std::string& fallback) {
-  std::string label = data::AxisLabel(unit);
+  std::string label = data::AxisLabel(unit, kDecibelReference);
   return label.empty() ? fallback : label;
 }
 
@@ -272,7 +272,7 @@ void AddScalarPanel(Figure& figure, const std::string& title,
 }
 
 std::string ZText(const ValueCurves& curves, double z) {
-  const std::string unit = data::UnitText(curves.zUnit);
+  const std::string unit = data::UnitText(curves.zUnit, kDecibelReference);
   return AxisText(z) + (unit.empty() ? "" : " " + unit);
 }
 

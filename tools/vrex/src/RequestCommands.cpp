@@ -192,7 +192,7 @@ ExitCode RunDownload(const DownloadArguments& arguments, Console& console) {
   Outcome outcome = written.Ok() ? client.Download(
                                        arguments.requestType, *request.Value(),
                                        [&](std::string_view chunk) {
-                                         written = file.Append(chunk);
+                                         written = file.Write(chunk);
                                          return written.Ok();
                                        },
                                        options)

@@ -52,18 +52,19 @@ std::string Axes(const std::vector<double>& x, const dc::Unit& xUnit, const std:
                  const dc::Unit& yUnit) {
   std::string text;
   if (!x.empty()) {
-    text += ", x " + Range(x, data::UnitText(xUnit));
+    text += ", x " + Range(x, data::UnitText(xUnit, kDecibelReference));
   }
   if (!y.empty()) {
-    text += ", y " + Range(y, data::UnitText(yUnit));
+    text += ", y " + Range(y, data::UnitText(yUnit, kDecibelReference));
   }
   return text;
 }
 
 std::string ScalarText(const dc::Scalar& scalar) {
-  std::string text = data::FormatWithUnit(scalar.value(), scalar.unit());
+  std::string text = data::FormatWithUnit(scalar.value(), scalar.unit(), kDecibelReference);
   if (scalar.has_position()) {
-    text += " at " + data::FormatWithUnit(scalar.position().value(), scalar.position().unit());
+    text += " at " + data::FormatWithUnit(scalar.position().value(), scalar.position().unit(),
+                                          kDecibelReference);
   }
   return text;
 }

@@ -12,7 +12,8 @@
 //     std::cout << vrex::data::DescribeClavis(*entry.key) << '\n';
 //   }
 //   auto level = vrex::data::FindValue(values, clavis);
-//   if (level && vrex::data::KindOf(*level.Value()) == Enumerator::Scalar) ...
+//   if (level && vrex::data::KindOf(*level.Value()) == Enumerator::Scalar)
+//     std::cout << level.Value()->scalar().value();
 
 #include <cstdint>
 #include <vector>

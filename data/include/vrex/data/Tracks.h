@@ -4,7 +4,8 @@
 // and the answer to a vector-track query, which gathers one quantity's
 // vector across many tests.
 //
-//   VectorTrackOfMeasurementsContainer answer = VrexClient::SendToServer(...);
+//   VectorTrackOfMeasurementsContainer answer =
+//       VrexClient::SendToServer(url, vectorTrackQuery, container, "");
 //   vrex::data::Track track =
 //       vrex::data::TrackAcrossTests(answer, vrex::data::TrackZ::TestIdentifier);
 //   for (const vrex::data::TrackRow& row : track.rows) {

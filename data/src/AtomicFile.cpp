@@ -1,11 +1,11 @@
-#include "transport/AtomicFile.h"
+#include "vrex/data/AtomicFile.h"
 
 #include <cerrno>
 #include <random>
 #include <system_error>
 #include <utility>
 
-namespace vrex::internal {
+namespace vrex::data {
 
 namespace {
 
@@ -21,7 +21,9 @@ std::string RandomSuffix() {
 
 }  // namespace
 
-AtomicFile::AtomicFile(std::filesystem::path target) : target_(std::move(target)) { Open(); }
+AtomicFile::AtomicFile(std::filesystem::path target) : target_(std::move(target)) {
+  static_cast<void>(Open());
+}
 
 AtomicFile::~AtomicFile() {
   if (file_ != nullptr) {
@@ -34,14 +36,12 @@ AtomicFile::~AtomicFile() {
 }
 
 bool AtomicFile::Open() {
-  // A device or FIFO is written in place: a file renamed over it would replace it.
   std::error_code ignored;
   const auto type = std::filesystem::status(target_, ignored).type();
   if (type == std::filesystem::file_type::character || type == std::filesystem::file_type::block ||
       type == std::filesystem::file_type::fifo) {
     file_ = std::fopen(target_.c_str(), "wb");
-    if (file_ == nullptr) Fail("cannot open", target_, errno);
-    return file_ != nullptr;
+    return file_ != nullptr || Fail(errno);
   }
   // "x" fails when the name exists, so a name chosen by another writer at
   // the same moment is never shared; a few tries find a free one.
@@ -54,49 +54,40 @@ bool AtomicFile::Open() {
       temporary_ = std::move(candidate);
       return true;
     }
-    if (errno != EEXIST) {
-      Fail("cannot create", candidate, errno);
-      return false;
-    }
+    if (errno != EEXIST) return Fail(errno);
   }
-  Fail("cannot create a temporary file for", target_, EEXIST);
-  return false;
+  return Fail(EEXIST);
 }
 
 bool AtomicFile::Write(std::string_view bytes) {
-  if (file_ == nullptr) {
-    return false;
-  }
-  if (std::fwrite(bytes.data(), 1, bytes.size(), file_) != bytes.size()) {
-    Fail("cannot write", temporary_, errno);
-    return false;
-  }
-  return true;
+  if (file_ == nullptr) return false;
+  return std::fwrite(bytes.data(), 1, bytes.size(), file_) == bytes.size() || Fail(errno);
+}
+
+bool AtomicFile::Flush() {
+  if (file_ == nullptr) return false;
+  return std::fflush(file_) == 0 || Fail(errno);
 }
 
 bool AtomicFile::Commit() {
-  if (file_ == nullptr) {
-    return false;
-  }
+  if (file_ == nullptr) return false;
   const int closed = std::fclose(file_);
   file_ = nullptr;
-  if (closed != 0) {
-    Fail("cannot write", temporary_, errno);
-    return false;
-  }
+  if (closed != 0) return Fail(errno);
   std::error_code error;
   if (!temporary_.empty()) std::filesystem::rename(temporary_, target_, error);
-  if (error) {
-    Fail("cannot rename to", target_, error.value());
-    return false;
-  }
+  if (error) return Fail(error.value());
   committed_ = true;
   return true;
 }
 
-void AtomicFile::Fail(std::string_view action, const std::filesystem::path& path, int errorNumber) {
-  error_ = std::string(action) + " " + path.string() + ": " +
-           std::generic_category().message(errorNumber);
+// The target, not the temporary, is what the caller asked for.
+bool AtomicFile::Fail(int errorNumber) {
+  if (error_.empty()) {
+    error_ =
+        "cannot write " + target_.string() + ": " + std::generic_category().message(errorNumber);
+  }
+  return false;
 }
 
-}  // namespace vrex::internal
+}  // namespace vrex::data
