@@ -116,6 +116,16 @@ void SmallQueryPlant(benchmark::State& state) { SmallQuery(state, PlantServer())
 BENCHMARK(SmallQueryCanned)->UseRealTime();
 BENCHMARK(SmallQueryPlant)->UseRealTime();
 
+/// What the plant adds to a small query: its server time, in process.
+void SmallQueryPlantServerTime(benchmark::State& state) {
+  vrex::stub::JournalEntry request;
+  for (auto _ : state) {
+    const auto answer = SharedPlant()->Answer("ApiVersionQuery", request);
+    if (!answer || answer->status != 200) state.SkipWithError("query failed");
+  }
+}
+BENCHMARK(SmallQueryPlantServerTime);
+
 void LargeMeasurements(benchmark::State& state, vrex::stub::StubServer& server) {
   const auto client = ClientOf(server);
   dc::MeasurementQuery query;

@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <set>
+#include <type_traits>
 #include <variant>
 
 #include "vrex/data/Time.h"
@@ -22,6 +23,9 @@ constexpr const char* kHeaderColumns =
     " JOIN unit_type ut ON ut.id = t.type_id JOIN base_type bt ON bt.id = ut.base_type_id"
     " JOIN bench b ON b.id = t.bench_id JOIN result_kind r ON r.id = t.result_id"
     " JOIN test_kind k ON k.id = t.test_kind_id";
+
+// The type under which a query's PlantLine is bound for plant_shift.
+constexpr const char* kLinePointer = "PlantLine";
 
 std::string FilePath(std::int64_t time, const std::string& bench) {
   const std::time_t seconds = time;
@@ -71,6 +75,10 @@ class Conditions {
     parameters_.emplace_back(std::move(value));
     return "?" + std::to_string(parameters_.size());
   }
+  std::string Parameter(const PlantLine* line) {
+    parameters_.emplace_back(line);
+    return "?" + std::to_string(parameters_.size());
+  }
   /// "column IN (?, ?)" over the items, or over their numbers with `numbers`
   /// (an item that is no number matches nothing); NOT with `exclude`.
   template <typename Items>
@@ -92,13 +100,21 @@ class Conditions {
   void Bind(SqliteStatement& statement) const {
     int index = 0;
     for (const auto& parameter : parameters_) {
-      std::visit([&](const auto& value) { statement.Bind(++index, value); }, parameter);
+      std::visit(
+          [&](const auto& value) {
+            if constexpr (std::is_same_v<std::decay_t<decltype(value)>, const PlantLine*>) {
+              statement.BindPointer(++index, value, kLinePointer);
+            } else {
+              statement.Bind(++index, value);
+            }
+          },
+          parameter);
     }
   }
 
  private:
   std::string sql_;
-  std::vector<std::variant<std::int64_t, std::string>> parameters_;
+  std::vector<std::variant<std::int64_t, std::string, const PlantLine*>> parameters_;
 };
 
 std::int64_t SecondsOf(const bcl::DateTime& time, bool upper) {
@@ -225,18 +241,20 @@ void IsNumber(sqlite3_context* context, int, sqlite3_value** values) {
   sqlite3_result_int(context, number ? 1 : 0);
 }
 
+/// plant_shift(time, line): the shift of `line` (a bound PlantLine) at `time`.
 void ShiftOfTime(sqlite3_context* context, int, sqlite3_value** values) {
-  const auto* line = static_cast<const PlantLine*>(sqlite3_user_data(context));
+  const auto* line = static_cast<const PlantLine*>(sqlite3_value_pointer(values[1], kLinePointer));
+  if (line == nullptr) {
+    sqlite3_result_error(context, "plant_shift without its line", -1);
+    return;
+  }
   const std::string shift = ShiftAt(*line, sqlite3_value_int64(values[0]));
   sqlite3_result_text(context, shift.c_str(), static_cast<int>(shift.size()), SQLITE_TRANSIENT);
 }
 
-void RegisterFunctions(SqliteDatabase& db, const PlantLine& line) {
-  // The line outlives the statement that calls these; both are re-registered per query.
-  sqlite3_create_function(db.Handle(), "plant_shift", 1, SQLITE_UTF8 | SQLITE_DETERMINISTIC,
-                          const_cast<PlantLine*>(&line), ShiftOfTime, nullptr, nullptr);
-  sqlite3_create_function(db.Handle(), "plant_is_number", 1, SQLITE_UTF8 | SQLITE_DETERMINISTIC,
-                          nullptr, IsNumber, nullptr, nullptr);
+void DefineFunctions(SqliteDatabase& db) {
+  db.DefineFunction("plant_shift", 2, ShiftOfTime);
+  db.DefineFunction("plant_is_number", 1, IsNumber);
 }
 
 Conditions WhereOf(const PlantLine& line, const Selection& s) {
@@ -257,7 +275,10 @@ Conditions WhereOf(const PlantLine& line, const Selection& s) {
   if (s.testKind)
     where.AddList(s.testKind->useids() ? "k.id" : "k.name", s.testKind->items(),
                   s.testKind->useids(), s.testKind->exclude());
-  if (s.shift) where.AddList("plant_shift(t.time)", s.shift->items(), false, s.shift->exclude());
+  if (s.shift) {
+    where.AddList("plant_shift(t.time, " + where.Parameter(&line) + ")", s.shift->items(), false,
+                  s.shift->exclude());
+  }
   if (s.referenceUnit) AddReferenceUnits(where, line, *s.referenceUnit);
   if (s.addInfo) AddAddInfo(where, *s.addInfo);
   if (s.idRange) AddIdRanges(where, *s.idRange);
@@ -293,7 +314,7 @@ Selection ReadSelection(const pb::Message& request) {
 
 std::vector<TestRow> SelectTests(SqliteDatabase& db, const PlantLine& line,
                                  const Selection& selection) {
-  RegisterFunctions(db, line);
+  DefineFunctions(db);
   const Conditions where = WhereOf(line, selection);
   const bool limited = selection.lastN && selection.lastN->topn() > 0;
   const bool first = limited && selection.lastN->topnfirst();
