@@ -500,8 +500,8 @@ std::map<std::string, PlantHandler, std::less<>> MakeHandlers() {
       {"SimpleTopologyQuery", Answering<dc::SimpleTopologyQuery>(
                                   [](SqliteDatabase& db, const auto&) { return Topology(db); })},
       {"GeneralInformationQuery",
-       Answering<dc::GeneralInformationQuery>([](SqliteDatabase& db, const auto& q) {
-         return Headers(SelectTests(db, LineOf(db, q), ReadSelection(q)));
+       AnsweringBytes<dc::GeneralInformationQuery>([](SqliteDatabase& db, const auto& q) {
+         return SerializedHeaders(db, LineOf(db, q), ReadSelection(q));
        })},
       {"GeneralInformationByIdQuery",
        Answering<dc::GeneralInformationByIdQuery>([](SqliteDatabase& db, const auto& q) {
