@@ -263,6 +263,13 @@ TEST_F(PlantQueries, ATestIsTheSameInEveryAnswerAndUnknownLinesAreRefusedByName)
   EXPECT_TRUE(MessageDifferencer::Equals(defects.values().at(failed.pkident()),
                                          measurement.defectreport()));
   EXPECT_EQ(measurements.measurements().size(), 2U) << "the unknown identifier is left out";
+  // Written test by test, the answers are the bytes of their messages built whole.
+  EXPECT_EQ(Ask(*plant, "GeneralInformationQuery", std::string("{") + kLine + "}").body,
+            SerializeDeterministically(all));
+  const std::string recent = std::string("{") + kLine + R"(, "LastN": {"TopN": 40}})";
+  const CannedAnswer values = Ask(*plant, "MeasurementQuery", recent);
+  EXPECT_EQ(values.body, SerializeDeterministically(
+                             AskFor<dc::MeasurementContainer>(*plant, "MeasurementQuery", recent)));
 
   std::map<std::string, int> rejectsByBench;
   int rejects = 0;

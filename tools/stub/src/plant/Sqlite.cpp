@@ -98,9 +98,10 @@ bool SqliteStatement::IsNull(int column) const {
 
 std::string_view SqliteStatement::View(int column) const {
   const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(statement_, column));
-  return text == nullptr ? std::string_view()
-                         : std::string_view(text, static_cast<std::size_t>(
-                                                      sqlite3_column_bytes(statement_, column)));
+  return text == nullptr
+             ? std::string_view()
+             : std::string_view(text,
+                                static_cast<std::size_t>(sqlite3_column_bytes(statement_, column)));
 }
 
 SqliteDatabase::SqliteDatabase(const std::filesystem::path& file, Mode mode) {
@@ -155,8 +156,8 @@ SqliteStatement SqliteDatabase::Prepare(std::string_view sql) {
     statement = kept->second;
     kept_.erase(kept);  // in use until the statement comes back
   } else {
-    Check(db_, sqlite3_prepare_v2(db_, text.data(), static_cast<int>(text.size()), &statement,
-                                  nullptr),
+    Check(db_,
+          sqlite3_prepare_v2(db_, text.data(), static_cast<int>(text.size()), &statement, nullptr),
           "preparing a statement");
   }
   return SqliteStatement(*this, statement, std::move(text));

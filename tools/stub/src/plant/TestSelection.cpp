@@ -1,10 +1,9 @@
 #include "plant/TestSelection.h"
 
-#include <sqlite3.h>
-
 #include <google/protobuf/io/coded_stream.h>
 #include <google/protobuf/io/zero_copy_stream_impl_lite.h>
 #include <google/protobuf/wire_format_lite.h>
+#include <sqlite3.h>
 
 #include <cstdlib>
 #include <ctime>
@@ -69,8 +68,10 @@ TestRecord ReadRecord(const SqliteStatement& row) {
 class TestNames {
  public:
   explicit TestNames(SqliteDatabase& db) {
-    Read(db, "SELECT ut.id, ut.name, bt.name FROM unit_type ut JOIN base_type bt"
-             " ON bt.id = ut.base_type_id", types_, &baseTypes_);
+    Read(db,
+         "SELECT ut.id, ut.name, bt.name FROM unit_type ut JOIN base_type bt"
+         " ON bt.id = ut.base_type_id",
+         types_, &baseTypes_);
     Read(db, "SELECT id, name FROM bench", benches_);
     Read(db, "SELECT id, name FROM result_kind", results_);
     Read(db, "SELECT id, name FROM test_kind", testKinds_);
