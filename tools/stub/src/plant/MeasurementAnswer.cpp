@@ -34,12 +34,11 @@ struct TestInput {
   TestDefects defects;
 };
 
-/// One map entry of MeasurementContainer.Measurements: the test's identifier
-/// and its Measurement, built on `arena` and encoded as the map's field.
-std::string EncodedEntry(const TestInput& input, const dc::ClavisFilter* filter, pb::Arena& arena) {
+/// The Measurement of a test, built on `arena`.
+dc::Measurement& BuildMeasurement(const TestInput& input, const dc::ClavisFilter* filter,
+                                  pb::Arena& arena) {
   auto* measurement = pb::Arena::CreateMessage<dc::Measurement>(&arena);
-  const dc::GeneralInformation& header = input.test->header;
-  *measurement->mutable_generalinformation() = header;
+  *measurement->mutable_generalinformation() = input.test->header;
   *measurement->mutable_defectreport() = input.defects.report;
   dc::MeasurementValueContainer& values = *measurement->mutable_measurementvalues();
   for (const QuantityInfo& quantity : PlantQuantities()) {
@@ -49,25 +48,38 @@ std::string EncodedEntry(const TestInput& input, const dc::ClavisFilter* filter,
     FillQuantityValue(quantity.id, input.test->seed, input.defects.exceedances,
                       (*values.mutable_values())[quantity.id]);
   }
-  const int id = header.pkident();
-  const auto valueSize = measurement->ByteSizeLong();
-  const std::size_t entrySize =
-      1 + WireFormatLite::Int32Size(id) + 1 + WireFormatLite::LengthDelimitedSize(valueSize);
-  std::string bytes;
+  return *measurement;
+}
+
+/// One entry of the map MeasurementContainer.Measurements, encoded as the
+/// map's field: the key `id` and the value `measurement`.
+std::string EncodedEntry(std::int32_t id, const dc::Measurement& measurement) {
+  constexpr auto kLength = WireFormatLite::WIRETYPE_LENGTH_DELIMITED;
+  const std::uint32_t field =
+      WireFormatLite::MakeTag(dc::MeasurementContainer::kMeasurementsFieldNumber, kLength);
+  const std::uint32_t keyTag = WireFormatLite::MakeTag(1, WireFormatLite::WIRETYPE_VARINT);
+  const std::uint32_t valueTag = WireFormatLite::MakeTag(2, kLength);
+  const std::size_t valueSize = measurement.ByteSizeLong();
+  const std::size_t entrySize = pb::io::CodedOutputStream::VarintSize32(keyTag) +
+                                WireFormatLite::Int32Size(id) +
+                                pb::io::CodedOutputStream::VarintSize32(valueTag) +
+                                WireFormatLite::LengthDelimitedSize(valueSize);
+  // Sized exactly: a string grown while writing would hold up to twice the room.
+  std::string bytes(pb::io::CodedOutputStream::VarintSize32(field) +
+                        WireFormatLite::LengthDelimitedSize(entrySize),
+                    '\0');
   {
-    pb::io::StringOutputStream output(&bytes);
+    pb::io::ArrayOutputStream output(bytes.data(), static_cast<int>(bytes.size()));
     pb::io::CodedOutputStream coded(&output);
     coded.SetSerializationDeterministic(true);
-    constexpr auto kLength = WireFormatLite::WIRETYPE_LENGTH_DELIMITED;
-    coded.WriteTag(
-        WireFormatLite::MakeTag(dc::MeasurementContainer::kMeasurementsFieldNumber, kLength));
+    coded.WriteTag(field);
     coded.WriteVarint32(static_cast<std::uint32_t>(entrySize));
-    coded.WriteTag(WireFormatLite::MakeTag(1, WireFormatLite::WIRETYPE_VARINT));  // the key
+    coded.WriteTag(keyTag);
     coded.WriteVarint32SignExtended(id);
-    coded.WriteTag(WireFormatLite::MakeTag(2, kLength));  // the value
+    coded.WriteTag(valueTag);
     coded.WriteVarint32(static_cast<std::uint32_t>(valueSize));
-    measurement->SerializeWithCachedSizes(&coded);
-  }  // the coded stream trims the string when it goes out of scope
+    measurement.SerializeWithCachedSizes(&coded);
+  }  // the coded stream writes its last bytes when it goes out of scope
   return bytes;
 }
 
@@ -86,7 +98,8 @@ std::vector<std::string> EncodedEntries(const std::vector<TestInput>& inputs,
       options.initial_block_size = kArenaBlock;
       pb::Arena arena(options);
       for (std::size_t i = next++; i < inputs.size(); i = next++) {
-        entries[i] = EncodedEntry(inputs[i], filter, arena);
+        entries[i] = EncodedEntry(inputs[i].test->header.pkident(),
+                                  BuildMeasurement(inputs[i], filter, arena));
         arena.Reset();
       }
     } catch (...) {

@@ -171,9 +171,11 @@ void IdleSpectrum(std::uint64_t seed, dc::MeasurementValue& value) {
   *vector.mutable_xunit() = MakeUnit(en::hertz);
   *vector.mutable_yunit() = MakeUnit(en::pascal, en::Decibel);
   *vector.mutable_xaxisrange() = Axis(0, kSpectrumDeltaHz, kSpectrumLines);
+  vector.mutable_values()->Reserve(kSpectrumLines);
   for (double y : level) vector.add_values()->set_y(static_cast<float>(y));
   auto& limit = *vector.add_limits();
   *limit.mutable_limit() = UpperLimit(kIdleSpectrum);
+  limit.mutable_vectorpoints()->Reserve(kSpectrumLines);
   for (float y : IdleLimit()) limit.add_vectorpoints()->set_y(y);
 }
 
@@ -196,6 +198,7 @@ void RunUpSpectra(std::uint64_t seed, dc::MeasurementValue& value) {
     }
     auto& element = *track.add_values();
     element.set_z(static_cast<float>(rpm));
+    element.mutable_vectorpoints()->Reserve(kRunUpLines);
     for (double point : y) element.add_vectorpoints()->set_y(static_cast<float>(point));
   }
 }
