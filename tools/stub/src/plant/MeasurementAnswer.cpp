@@ -11,6 +11,7 @@
 #include <memory>
 #include <mutex>
 #include <numeric>
+#include <system_error>
 #include <thread>
 
 #include "MeasurementContainer.pb.h"
@@ -112,7 +113,11 @@ std::vector<std::string> EncodedEntries(const std::vector<TestInput>& inputs,
   const auto workers = static_cast<unsigned>(
       std::clamp<std::size_t>(inputs.size() / kTestsPerWorker, 1, std::min(cores, kMaxWorkers)));
   std::vector<std::thread> helpers;
-  for (unsigned i = 1; i < workers; ++i) helpers.emplace_back(work);
+  try {
+    for (unsigned i = 1; i < workers; ++i) helpers.emplace_back(work);
+  } catch (const std::system_error&) {
+    // No more threads to be had: this one does the rest.
+  }
   work();
   for (std::thread& helper : helpers) helper.join();
   if (failure) std::rethrow_exception(failure);
