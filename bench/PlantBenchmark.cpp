@@ -31,7 +31,7 @@ namespace {
 namespace dc = Korvan::KQ::DataContracts;
 namespace fs = std::filesystem;
 
-constexpr int kLargeAnswerTests = 600;  // about 50 MB of measurements
+constexpr int kLargeAnswerTests = 600;  // about 95 MB of measurements
 
 std::int64_t Now() {
   return std::chrono::duration_cast<std::chrono::seconds>(
