@@ -1,7 +1,8 @@
 // The stub's plant against canned answers, side by side in one run: small
 // queries (a canned version answer against the plant's), a large measurement
 // answer (computed by the plant against the same bytes canned), and a one-day
-// query of one line of a large plant (server time, in process). The plant is
+// query of one line of a large plant; the plant's server time of each, in
+// process, shows what it adds beyond the noise of a busy machine. The plant is
 // generated first (VREX_PLANT_BENCH_TESTS tests over 60 days, default
 // 1 000 000) unless VREX_PLANT_BENCH_FILE names one; its generation time, size
 // and the process's peak memory are printed at the end.
