@@ -263,6 +263,10 @@ TEST_F(PlantQueries, ATestIsTheSameInEveryAnswerAndUnknownLinesAreRefusedByName)
   EXPECT_TRUE(MessageDifferencer::Equals(defects.values().at(failed.pkident()),
                                          measurement.defectreport()));
   EXPECT_EQ(measurements.measurements().size(), 2U) << "the unknown identifier is left out";
+  const auto& kinds = measurement.measurementvalues().values();
+  EXPECT_TRUE(kinds.at(1).has_scalar() && kinds.at(2).has_scalartrack() &&
+              kinds.at(3).has_vector() && kinds.at(4).has_vectortrack() &&
+              kinds.at(5).has_matrix());
   // Written test by test, the answers are the bytes of their messages built whole.
   EXPECT_EQ(Ask(*plant, "GeneralInformationQuery", std::string("{") + kLine + "}").body,
             SerializeDeterministically(all));

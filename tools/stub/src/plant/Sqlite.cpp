@@ -133,11 +133,12 @@ void SqliteDatabase::Keep(std::string sql, sqlite3_stmt* statement) noexcept {
 
 void SqliteDatabase::DefineFunction(const char* name, int arguments,
                                     void (*function)(sqlite3_context*, int, sqlite3_value**)) {
-  if (!functions_.emplace(name).second) return;
+  if (functions_.count(name) != 0) return;
   Check(db_,
         sqlite3_create_function(db_, name, arguments, SQLITE_UTF8 | SQLITE_DETERMINISTIC, nullptr,
                                 function, nullptr, nullptr),
         "defining a function");
+  functions_.emplace(name);
 }
 
 void SqliteDatabase::Execute(std::string_view sql) {
