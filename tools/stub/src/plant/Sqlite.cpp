@@ -96,14 +96,6 @@ bool SqliteStatement::IsNull(int column) const {
   return sqlite3_column_type(statement_, column) == SQLITE_NULL;
 }
 
-std::string_view SqliteStatement::View(int column) const {
-  const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(statement_, column));
-  return text == nullptr
-             ? std::string_view()
-             : std::string_view(text,
-                                static_cast<std::size_t>(sqlite3_column_bytes(statement_, column)));
-}
-
 SqliteDatabase::SqliteDatabase(const std::filesystem::path& file, Mode mode) {
   const int flags = mode == Mode::ReadOnly    ? SQLITE_OPEN_READONLY
                     : mode == Mode::ReadWrite ? SQLITE_OPEN_READWRITE

@@ -62,8 +62,6 @@ class SqliteStatement {
   double Real(int column) const;
   std::string Text(int column) const;
   bool IsNull(int column) const;
-  /// The text of `column` without a copy, valid until the next Step or Reset.
-  std::string_view View(int column) const;
 
  private:
   SqliteDatabase* owner_;
