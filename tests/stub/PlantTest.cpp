@@ -277,11 +277,11 @@ TEST_F(PlantQueries, ATestIsTheSameInEveryAnswerAndUnknownLinesAreRefusedByName)
 
   std::map<std::string, int> rejectsByBench;
   int rejects = 0;
-  const std::map<int, std::string> kinds = {
+  const std::map<int, std::string> testKinds = {
       {1, "End-of-line test"}, {2, "Retest"}, {3, "Reference test"}};
   for (const Header& test : all.values()) {
     if (test.resultid() != 1) ++rejects, ++rejectsByBench[test.bench()];
-    EXPECT_EQ(test.testkind(), kinds.at(test.testkindid())) << "name and identifier of one row";
+    EXPECT_EQ(test.testkind(), testKinds.at(test.testkindid())) << "name and identifier of one row";
   }
   int bad = 0;
   const auto counts =
