@@ -266,11 +266,25 @@ TEST_F(PlantQueries, ATestIsTheSameInEveryAnswerAndUnknownLinesAreRefusedByName)
   EXPECT_TRUE(MessageDifferencer::Equals(defects.values().at(failed.pkident()),
                                          measurement.defectreport()));
   EXPECT_EQ(measurements.measurements().size(), 2U) << "the unknown identifier is left out";
+  const auto& kinds = measurement.measurementvalues().values();
+  EXPECT_TRUE(kinds.at(1).has_scalar() && kinds.at(2).has_scalartrack() &&
+              kinds.at(3).has_vector() && kinds.at(4).has_vectortrack() &&
+              kinds.at(5).has_matrix());
+  // Written test by test, the answers are the bytes of their messages built whole.
+  EXPECT_EQ(Ask(*plant, "GeneralInformationQuery", std::string("{") + kLine + "}").body,
+            SerializeDeterministically(all));
+  const std::string recent = std::string("{") + kLine + R"(, "LastN": {"TopN": 40}})";
+  const CannedAnswer values = Ask(*plant, "MeasurementQuery", recent);
+  EXPECT_EQ(values.body, SerializeDeterministically(
+                             AskFor<dc::MeasurementContainer>(*plant, "MeasurementQuery", recent)));
 
   std::map<std::string, int> rejectsByBench;
   int rejects = 0;
+  const std::map<int, std::string> testKinds = {
+      {1, "End-of-line test"}, {2, "Retest"}, {3, "Reference test"}};
   for (const Header& test : all.values()) {
     if (test.resultid() != 1) ++rejects, ++rejectsByBench[test.bench()];
+    EXPECT_EQ(test.testkind(), testKinds.at(test.testkindid())) << "name and identifier of one row";
   }
   int bad = 0;
   const auto counts =

@@ -15,6 +15,12 @@
 
 namespace vrex::stub {
 
+namespace {
+
+constexpr std::string_view kVersionRequest = "ApiVersionQuery";
+
+}  // namespace
+
 class Plant::Connections {
  public:
   explicit Connections(std::filesystem::path file) : file_(std::move(file)) {}
@@ -54,6 +60,7 @@ Plant::Plant(std::filesystem::path file)
     // A plant that holds a gateway token requires it.
     auto gateway = db.Prepare("SELECT value FROM token WHERE name = 'gateway'");
     if (gateway.Step()) token_ = gateway.Text(0);
+    version_ = (*plant::FindPlantHandler(kVersionRequest))(db, *DecodeRequest(kVersionRequest, {}));
   } catch (const plant::SqliteError& error) {
     throw std::runtime_error(file_.string() + ": no plant database (" + error.what() + ")");
   }
@@ -73,6 +80,7 @@ std::optional<CannedAnswer> Plant::Answer(std::string_view requestType,
   if (message == nullptr) {
     return TextAnswer(400, "the body is no " + std::string(requestType));
   }
+  if (requestType == kVersionRequest) return version_;
   const RequestInfo* info = FindRequest(requestType);
   // A request that may not be sent twice changes the plant: every command and the propagation.
   const bool changes = info != nullptr && !info->repeatable;

@@ -22,7 +22,6 @@
 #include "LineResultCountContainer.pb.h"
 #include "LineResultCountQuery.pb.h"
 #include "MeasurementByIdQuery.pb.h"
-#include "MeasurementContainer.pb.h"
 #include "MeasurementInformationContainer.pb.h"
 #include "MeasurementInformationFromFileQuery.pb.h"
 #include "MeasurementInformationQuery.pb.h"
@@ -47,6 +46,7 @@
 #include "VectorTrackOfMeasurementsContainer.pb.h"
 #include "VectorTrackOfMeasurementsQuery.pb.h"
 #include "VersionDTO.pb.h"
+#include "plant/MeasurementAnswer.h"
 #include "plant/PlantAdministration.h"
 #include "plant/PlantCommands.h"
 #include "plant/PlantLine.h"
@@ -111,55 +111,6 @@ dc::GeneralInformationContainer Headers(std::vector<TestRow>&& tests) {
   container.mutable_values()->Reserve(static_cast<int>(tests.size()));
   // Moved, not copied: a day of a busy line has thousands of headers.
   for (TestRow& test : tests) *container.add_values() = std::move(test.header);
-  return container;
-}
-
-dc::Clavis ClavisOf(const QuantityInfo& quantity) {
-  dc::Clavis clavis;
-  clavis.set_mode(quantity.mode);
-  clavis.set_instrument(quantity.instrument);
-  clavis.set_channel(quantity.channel);
-  clavis.set_location(quantity.location);
-  clavis.set_instrumentparameter(quantity.parameter);
-  clavis.set_sensor(quantity.sensor);
-  return clavis;
-}
-
-/// Whether `key` is named by `wanted`, whose empty parts match any part.
-bool Names(const dc::Clavis& wanted, const dc::Clavis& key) {
-  const auto part = [](const std::string& want, const std::string& have) {
-    return want.empty() || want == have;
-  };
-  return part(wanted.mode(), key.mode()) && part(wanted.instrument(), key.instrument()) &&
-         part(wanted.channel(), key.channel()) && part(wanted.location(), key.location()) &&
-         part(wanted.instrumentparameter(), key.instrumentparameter()) &&
-         part(wanted.sensor(), key.sensor());
-}
-
-bool Wanted(const dc::Clavis& key, const dc::ClavisFilter* filter) {
-  if (filter == nullptr) return true;
-  bool named = false;
-  for (const dc::Clavis& wanted : filter->items()) named = named || Names(wanted, key);
-  return named != filter->exclude();
-}
-
-dc::MeasurementContainer Measurements(SqliteDatabase& db, const std::vector<TestRow>& tests,
-                                      const dc::ClavisFilter* filter) {
-  dc::MeasurementContainer container;
-  for (const TestRow& test : tests) {
-    dc::Measurement& measurement = (*container.mutable_measurements())[test.header.pkident()];
-    *measurement.mutable_generalinformation() = test.header;
-    TestDefects defects = DefectsOf(db, test.header.pkident());
-    dc::MeasurementValueContainer& values = *measurement.mutable_measurementvalues();
-    for (const QuantityInfo& quantity : PlantQuantities()) {
-      const dc::Clavis key = ClavisOf(quantity);
-      if (!Wanted(key, filter)) continue;
-      (*values.mutable_keys())[quantity.id] = key;
-      (*values.mutable_values())[quantity.id] =
-          QuantityValue(quantity.id, test.seed, defects.exceedances);
-    }
-    *measurement.mutable_defectreport() = std::move(defects.report);
-  }
   return container;
 }
 
@@ -500,21 +451,22 @@ std::map<std::string, PlantHandler, std::less<>> MakeHandlers() {
       {"SimpleTopologyQuery", Answering<dc::SimpleTopologyQuery>(
                                   [](SqliteDatabase& db, const auto&) { return Topology(db); })},
       {"GeneralInformationQuery",
-       Answering<dc::GeneralInformationQuery>([](SqliteDatabase& db, const auto& q) {
-         return Headers(SelectTests(db, LineOf(db, q), ReadSelection(q)));
+       AnsweringBytes<dc::GeneralInformationQuery>([](SqliteDatabase& db, const auto& q) {
+         return SerializedHeaders(db, LineOf(db, q), ReadSelection(q));
        })},
       {"GeneralInformationByIdQuery",
        Answering<dc::GeneralInformationByIdQuery>([](SqliteDatabase& db, const auto& q) {
          return Headers(TestsById(db, LineOf(db, q), q.identifier()));
        })},
-      {"MeasurementQuery", Answering<dc::MeasurementQuery>([](SqliteDatabase& db, const auto& q) {
-         return Measurements(db, SelectTests(db, LineOf(db, q), ReadSelection(q)),
-                             q.has_clavis() ? &q.clavis() : nullptr);
+      {"MeasurementQuery",
+       AnsweringBytes<dc::MeasurementQuery>([](SqliteDatabase& db, const auto& q) {
+         return SerializedMeasurements(db, SelectTests(db, LineOf(db, q), ReadSelection(q)),
+                                       q.has_clavis() ? &q.clavis() : nullptr);
        })},
       {"MeasurementByIdQuery",
-       Answering<dc::MeasurementByIdQuery>([](SqliteDatabase& db, const auto& q) {
-         return Measurements(db, TestsById(db, LineOf(db, q), q.identifier()),
-                             q.has_clavis() ? &q.clavis() : nullptr);
+       AnsweringBytes<dc::MeasurementByIdQuery>([](SqliteDatabase& db, const auto& q) {
+         return SerializedMeasurements(db, TestsById(db, LineOf(db, q), q.identifier()),
+                                       q.has_clavis() ? &q.clavis() : nullptr);
        })},
       {"MeasurementValueIndexQuery",
        Answering<dc::MeasurementValueIndexQuery>([](SqliteDatabase& db, const auto& q) {

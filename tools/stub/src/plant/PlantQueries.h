@@ -21,6 +21,16 @@ PlantHandler Answering(Function function) {
   };
 }
 
+/// A handler that answers with the bytes `function` writes from the request.
+template <typename Request, typename Function>
+PlantHandler AnsweringBytes(Function function) {
+  return [function](SqliteDatabase& db, const google::protobuf::Message& request) {
+    CannedAnswer answer;
+    answer.body = function(db, dynamic_cast<const Request&>(request));
+    return answer;
+  };
+}
+
 /// The handler of `requestType`, or nullptr when the plant serves no such request.
 const PlantHandler* FindPlantHandler(std::string_view requestType);
 

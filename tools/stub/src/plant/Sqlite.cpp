@@ -1,5 +1,6 @@
 #include "plant/Sqlite.h"
 
+#include <new>
 #include <utility>
 
 namespace vrex::stub::plant {
@@ -16,16 +17,20 @@ void Check(sqlite3* db, int code, const char* doing) {
 
 }  // namespace
 
-SqliteStatement::SqliteStatement(sqlite3* db, std::string_view sql) : db_(db) {
-  Check(db_,
-        sqlite3_prepare_v2(db_, sql.data(), static_cast<int>(sql.size()), &statement_, nullptr),
-        "preparing a statement");
+SqliteStatement::SqliteStatement(SqliteDatabase& owner, sqlite3_stmt* statement, std::string sql)
+    : owner_(&owner), db_(owner.Handle()), statement_(statement), sql_(std::move(sql)) {}
+
+SqliteStatement::~SqliteStatement() {
+  if (statement_ == nullptr) return;
+  Reset();
+  owner_->Keep(std::move(sql_), statement_);
 }
 
-SqliteStatement::~SqliteStatement() { sqlite3_finalize(statement_); }
-
 SqliteStatement::SqliteStatement(SqliteStatement&& other) noexcept
-    : db_(other.db_), statement_(std::exchange(other.statement_, nullptr)) {}
+    : owner_(other.owner_),
+      db_(other.db_),
+      statement_(std::exchange(other.statement_, nullptr)),
+      sql_(std::move(other.sql_)) {}
 
 SqliteStatement& SqliteStatement::Bind(int index, std::int64_t value) {
   Check(db_, sqlite3_bind_int64(statement_, index, value), "binding a number");
@@ -42,6 +47,12 @@ SqliteStatement& SqliteStatement::Bind(int index, std::string_view text) {
         sqlite3_bind_text(statement_, index, text.data(), static_cast<int>(text.size()),
                           SQLITE_TRANSIENT),
         "binding a text");
+  return *this;
+}
+
+SqliteStatement& SqliteStatement::BindPointer(int index, const void* pointer, const char* type) {
+  Check(db_, sqlite3_bind_pointer(statement_, index, const_cast<void*>(pointer), type, nullptr),
+        "binding a pointer");
   return *this;
 }
 
@@ -99,7 +110,28 @@ SqliteDatabase::SqliteDatabase(const std::filesystem::path& file, Mode mode) {
   Execute("PRAGMA foreign_keys = ON");
 }
 
-SqliteDatabase::~SqliteDatabase() { sqlite3_close(db_); }
+SqliteDatabase::~SqliteDatabase() {
+  for (const auto& [sql, statement] : kept_) sqlite3_finalize(statement);
+  sqlite3_close(db_);
+}
+
+void SqliteDatabase::Keep(std::string sql, sqlite3_stmt* statement) noexcept {
+  try {
+    if (kept_.size() < kKeptStatements && kept_.emplace(std::move(sql), statement).second) return;
+  } catch (const std::bad_alloc&) {  // not kept, then
+  }
+  sqlite3_finalize(statement);  // too many, or one of the same SQL came back first
+}
+
+void SqliteDatabase::DefineFunction(const char* name, int arguments,
+                                    void (*function)(sqlite3_context*, int, sqlite3_value**)) {
+  if (functions_.count(name) != 0) return;
+  Check(db_,
+        sqlite3_create_function(db_, name, arguments, SQLITE_UTF8 | SQLITE_DETERMINISTIC, nullptr,
+                                function, nullptr, nullptr),
+        "defining a function");
+  functions_.emplace(name);
+}
 
 void SqliteDatabase::Execute(std::string_view sql) {
   char* message = nullptr;
@@ -110,7 +142,19 @@ void SqliteDatabase::Execute(std::string_view sql) {
   }
 }
 
-SqliteStatement SqliteDatabase::Prepare(std::string_view sql) { return SqliteStatement(db_, sql); }
+SqliteStatement SqliteDatabase::Prepare(std::string_view sql) {
+  std::string text(sql);
+  sqlite3_stmt* statement = nullptr;
+  if (const auto kept = kept_.find(text); kept != kept_.end()) {
+    statement = kept->second;
+    kept_.erase(kept);  // in use until the statement comes back
+  } else {
+    Check(db_,
+          sqlite3_prepare_v2(db_, text.data(), static_cast<int>(text.size()), &statement, nullptr),
+          "preparing a statement");
+  }
+  return SqliteStatement(*this, statement, std::move(text));
+}
 
 std::optional<std::int64_t> SqliteDatabase::QueryInt(std::string_view sql) {
   SqliteStatement statement = Prepare(sql);

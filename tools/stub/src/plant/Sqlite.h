@@ -2,7 +2,8 @@
 // A thin owner of SQLite's C handles: a database connection and its prepared
 // statements, each closed by its destructor. Every failure throws
 // SqliteError with SQLite's own message, so a caller's transaction rolls back
-// by unwinding.
+// by unwinding. A connection keeps the statements it prepared, by their SQL,
+// and hands them out again: a kept connection compiles each query once.
 
 #include <sqlite3.h>
 
@@ -12,6 +13,8 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <unordered_map>
+#include <unordered_set>
 
 namespace vrex::stub::plant {
 
@@ -20,9 +23,12 @@ class SqliteError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+class SqliteDatabase;
+
 class SqliteStatement {
  public:
-  SqliteStatement(sqlite3* db, std::string_view sql);
+  /// Reset and given back to `owner`'s statements when destroyed.
+  SqliteStatement(SqliteDatabase& owner, sqlite3_stmt* statement, std::string sql);
   ~SqliteStatement();
   SqliteStatement(SqliteStatement&& other) noexcept;
   SqliteStatement(const SqliteStatement&) = delete;
@@ -34,6 +40,9 @@ class SqliteStatement {
   SqliteStatement& Bind(int index, double value);
   SqliteStatement& Bind(int index, std::string_view text);
   SqliteStatement& BindNull(int index);
+  /// A pointer for an SQL function of the connection, which reads it with
+  /// sqlite3_value_pointer(value, type); the pointer must outlive the run.
+  SqliteStatement& BindPointer(int index, const void* pointer, const char* type);
   /// Binds the values in order from ?1 on.
   template <typename... Values>
   SqliteStatement& BindAll(const Values&... values) {
@@ -55,8 +64,10 @@ class SqliteStatement {
   bool IsNull(int column) const;
 
  private:
+  SqliteDatabase* owner_;
   sqlite3* db_;
   sqlite3_stmt* statement_ = nullptr;
+  std::string sql_;
 };
 
 class SqliteDatabase {
@@ -76,9 +87,22 @@ class SqliteDatabase {
   /// Rows the last INSERT, UPDATE or DELETE changed.
   int Changes() const;
   sqlite3* Handle() const { return db_; }
+  /// Defines the SQL function `name` of `arguments` arguments on this
+  /// connection, once: defining it again would make SQLite compile every
+  /// kept statement anew.
+  void DefineFunction(const char* name, int arguments,
+                      void (*function)(sqlite3_context*, int, sqlite3_value**));
 
  private:
+  friend class SqliteStatement;
+  void Keep(std::string sql, sqlite3_stmt* statement) noexcept;
+
+  // Statements kept for their SQL; a query built from many filters has its
+  // own text, so only so many are kept.
+  static constexpr std::size_t kKeptStatements = 64;
   sqlite3* db_ = nullptr;
+  std::unordered_map<std::string, sqlite3_stmt*> kept_;
+  std::unordered_set<std::string> functions_;
 };
 
 /// BEGIN IMMEDIATE on construction; ROLLBACK on destruction unless committed.

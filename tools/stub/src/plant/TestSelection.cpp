@@ -1,11 +1,18 @@
 #include "plant/TestSelection.h"
 
+#include <google/protobuf/io/coded_stream.h>
+#include <google/protobuf/io/zero_copy_stream_impl_lite.h>
+#include <google/protobuf/wire_format_lite.h>
 #include <sqlite3.h>
 
 #include <cstdlib>
+#include <ctime>
 #include <set>
+#include <type_traits>
+#include <unordered_map>
 #include <variant>
 
+#include "GeneralInformationContainer.pb.h"
 #include "vrex/data/Time.h"
 
 namespace vrex::stub::plant {
@@ -15,48 +22,146 @@ namespace {
 namespace pb = google::protobuf;
 namespace en = Korvan::KQ::DataContracts::Enumerator;
 
+// The joined tables serve the filters only: SQLite leaves out a LEFT JOIN
+// whose columns a query does not use, and the names come from TestNames.
 constexpr const char* kHeaderColumns =
-    "SELECT t.id, t.time, t.serial, ut.name, bt.name, b.name, r.name, t.result_id,"
-    " t.property_id, t.test_kind_id, k.name, t.ordinal, t.this_last, t.file_offset, t.operator,"
-    " t.production_order, t.next_time, t.seed FROM test t"
-    " JOIN unit_type ut ON ut.id = t.type_id JOIN base_type bt ON bt.id = ut.base_type_id"
-    " JOIN bench b ON b.id = t.bench_id JOIN result_kind r ON r.id = t.result_id"
-    " JOIN test_kind k ON k.id = t.test_kind_id";
+    "SELECT t.id, t.time, t.serial, t.type_id, t.bench_id, t.result_id, t.property_id,"
+    " t.test_kind_id, t.ordinal, t.this_last, t.file_offset, t.operator, t.production_order,"
+    " t.next_time, t.seed FROM test t"
+    " LEFT JOIN unit_type ut ON ut.id = t.type_id"
+    // Not by ut.base_type_id, which would keep the join of ut in every query.
+    " LEFT JOIN base_type bt ON bt.id = (SELECT base_type_id FROM unit_type WHERE id = t.type_id)"
+    " LEFT JOIN bench b ON b.id = t.bench_id LEFT JOIN test_kind k ON k.id = t.test_kind_id";
 
-std::string FilePath(std::int64_t time, const std::string& bench) {
-  const std::time_t seconds = time;
-  std::tm utc{};
-  gmtime_r(&seconds, &utc);
-  char day[32];
-  std::strftime(day, sizeof day, "%Y/%m/%d/", &utc);
-  char stamp[16];
-  std::strftime(stamp, sizeof stamp, "%Y%m%d", &utc);
-  return day + bench + "_" + stamp + ".kqa";
+// The type under which a query's PlantLine is bound for plant_shift.
+constexpr const char* kLinePointer = "PlantLine";
+
+/// A test's row as read, its names still identifiers.
+struct TestRecord {
+  std::int64_t id, time, typeId, benchId, resultId, propertyId, testKindId, ordinal, fileOffset;
+  bool thisLast;
+  std::string serial, operatorName, productionOrder;
+  std::optional<std::int64_t> nextTime;
+  std::uint64_t seed;
+};
+
+TestRecord ReadRecord(const SqliteStatement& row) {
+  return {row.Int(0),
+          row.Int(1),
+          row.Int(3),
+          row.Int(4),
+          row.Int(5),
+          row.Int(6),
+          row.Int(7),
+          row.Int(8),
+          row.Int(10),
+          row.Int(9) != 0,
+          row.Text(2),
+          row.Text(11),
+          row.Text(12),
+          row.IsNull(13) ? std::nullopt : std::optional(row.Int(13)),
+          static_cast<std::uint64_t>(row.Int(14))};
 }
 
-TestRow ReadRow(const SqliteStatement& row) {
-  TestRow test;
-  dc::GeneralInformation& header = test.header;
-  header.set_pkident(static_cast<std::int32_t>(row.Int(0)));
-  *header.mutable_measurementtime() = UtcTime(row.Int(1));
-  header.set_serial(row.Text(2));
-  header.set_type(row.Text(3));
-  header.set_basetype(row.Text(4));
-  header.set_bench(row.Text(5));
-  header.set_result(row.Text(6));
-  header.set_resultid(static_cast<std::int32_t>(row.Int(7)));
-  header.set_propertyid(static_cast<std::int32_t>(row.Int(8)));
-  header.set_testkindid(static_cast<std::int32_t>(row.Int(9)));
-  header.set_testkind(row.Text(10));
-  header.set_ordinal(static_cast<std::int32_t>(row.Int(11)));
-  header.set_thislast(row.Int(12) != 0);
-  header.set_fileoffset(static_cast<std::int32_t>(row.Int(13)));
-  header.set_relativefilepath(FilePath(row.Int(1), header.bench()));
-  (*header.mutable_additionalinfo())["Operator"] = row.Text(14);
-  (*header.mutable_additionalinfo())["ProductionOrder"] = row.Text(15);
-  if (!row.IsNull(16)) *header.mutable_timeofnextmeasurement() = UtcTime(row.Int(16));
-  test.seed = static_cast<std::uint64_t>(row.Int(17));
-  return test;
+/// The names of types, base types, benches, results and test kinds by
+/// identifier: a few rows, read once per query instead of joined to each test.
+class TestNames {
+ public:
+  explicit TestNames(SqliteDatabase& db) {
+    Read(db,
+         "SELECT ut.id, ut.name, bt.name FROM unit_type ut JOIN base_type bt"
+         " ON bt.id = ut.base_type_id",
+         types_, &baseTypes_);
+    Read(db, "SELECT id, name FROM bench", benches_);
+    Read(db, "SELECT id, name FROM result_kind", results_);
+    Read(db, "SELECT id, name FROM test_kind", testKinds_);
+  }
+  const std::string& Type(std::int64_t id) const { return Of(types_, id); }
+  const std::string& BaseType(std::int64_t id) const { return Of(baseTypes_, id); }
+  const std::string& Bench(std::int64_t id) const { return Of(benches_, id); }
+  const std::string& Result(std::int64_t id) const { return Of(results_, id); }
+  const std::string& TestKind(std::int64_t id) const { return Of(testKinds_, id); }
+
+ private:
+  using Names = std::unordered_map<std::int64_t, std::string>;
+  static void Read(SqliteDatabase& db, const char* sql, Names& names, Names* second = nullptr) {
+    auto rows = db.Prepare(sql);
+    while (rows.Step()) {
+      names[rows.Int(0)] = rows.Text(1);
+      if (second != nullptr) (*second)[rows.Int(0)] = rows.Text(2);
+    }
+  }
+  static const std::string& Of(const Names& names, std::int64_t id) {
+    static const std::string none;
+    const auto found = names.find(id);
+    return found == names.end() ? none : found->second;
+  }
+  Names types_, baseTypes_, benches_, results_, testKinds_;
+};
+
+/// The archive file path of a test: `YYYY/MM/DD/<bench>_YYYYMMDD.kqa` of its
+/// UTC day. Tests come in time order, so the day's text is kept.
+class FilePaths {
+ public:
+  std::string Of(std::int64_t time, const std::string& bench) {
+    const std::int64_t day = time >= 0 ? time / 86400 : (time - 86399) / 86400;
+    if (day != day_ || folder_.empty()) {
+      const std::time_t seconds = time;
+      std::tm utc{};
+      gmtime_r(&seconds, &utc);
+      char folder[32];
+      std::strftime(folder, sizeof folder, "%Y/%m/%d/", &utc);
+      char stamp[16];
+      std::strftime(stamp, sizeof stamp, "%Y%m%d", &utc);
+      day_ = day;
+      folder_ = folder;
+      stamp_ = std::string("_") + stamp + ".kqa";
+    }
+    return folder_ + bench + stamp_;
+  }
+
+ private:
+  std::int64_t day_ = 0;
+  std::string folder_, stamp_;
+};
+
+/// Sets every field of `header`, so that one message can serve a whole answer.
+void FillHeader(const TestRecord& test, const TestNames& names, FilePaths& paths,
+                dc::GeneralInformation& header) {
+  header.set_pkident(static_cast<std::int32_t>(test.id));
+  *header.mutable_measurementtime() = UtcTime(test.time);
+  header.set_serial(test.serial);
+  header.set_type(names.Type(test.typeId));
+  header.set_basetype(names.BaseType(test.typeId));
+  header.set_bench(names.Bench(test.benchId));
+  header.set_result(names.Result(test.resultId));
+  header.set_resultid(static_cast<std::int32_t>(test.resultId));
+  header.set_propertyid(static_cast<std::int32_t>(test.propertyId));
+  header.set_testkindid(static_cast<std::int32_t>(test.testKindId));
+  header.set_testkind(names.TestKind(test.testKindId));
+  header.set_ordinal(static_cast<std::int32_t>(test.ordinal));
+  header.set_thislast(test.thisLast);
+  header.set_fileoffset(static_cast<std::int32_t>(test.fileOffset));
+  header.set_relativefilepath(paths.Of(test.time, header.bench()));
+  (*header.mutable_additionalinfo())["Operator"] = test.operatorName;
+  (*header.mutable_additionalinfo())["ProductionOrder"] = test.productionOrder;
+  if (test.nextTime) {
+    *header.mutable_timeofnextmeasurement() = UtcTime(*test.nextTime);
+  } else {
+    header.clear_timeofnextmeasurement();
+  }
+}
+
+/// The tests as TestRows, in the given order.
+std::vector<TestRow> RowsOf(SqliteDatabase& db, const std::vector<TestRecord>& records) {
+  const TestNames names(db);
+  FilePaths paths;
+  std::vector<TestRow> tests(records.size());
+  for (std::size_t i = 0; i < records.size(); ++i) {
+    FillHeader(records[i], names, paths, tests[i].header);
+    tests[i].seed = records[i].seed;
+  }
+  return tests;
 }
 
 /// A WHERE clause with its parameters, bound in order.
@@ -69,6 +174,10 @@ class Conditions {
   }
   std::string Parameter(std::string value) {
     parameters_.emplace_back(std::move(value));
+    return "?" + std::to_string(parameters_.size());
+  }
+  std::string Parameter(const PlantLine* line) {
+    parameters_.emplace_back(line);
     return "?" + std::to_string(parameters_.size());
   }
   /// "column IN (?, ?)" over the items, or over their numbers with `numbers`
@@ -92,13 +201,21 @@ class Conditions {
   void Bind(SqliteStatement& statement) const {
     int index = 0;
     for (const auto& parameter : parameters_) {
-      std::visit([&](const auto& value) { statement.Bind(++index, value); }, parameter);
+      std::visit(
+          [&](const auto& value) {
+            if constexpr (std::is_same_v<std::decay_t<decltype(value)>, const PlantLine*>) {
+              statement.BindPointer(++index, value, kLinePointer);
+            } else {
+              statement.Bind(++index, value);
+            }
+          },
+          parameter);
     }
   }
 
  private:
   std::string sql_;
-  std::vector<std::variant<std::int64_t, std::string>> parameters_;
+  std::vector<std::variant<std::int64_t, std::string, const PlantLine*>> parameters_;
 };
 
 std::int64_t SecondsOf(const bcl::DateTime& time, bool upper) {
@@ -225,18 +342,20 @@ void IsNumber(sqlite3_context* context, int, sqlite3_value** values) {
   sqlite3_result_int(context, number ? 1 : 0);
 }
 
+/// plant_shift(time, line): the shift of `line` (a bound PlantLine) at `time`.
 void ShiftOfTime(sqlite3_context* context, int, sqlite3_value** values) {
-  const auto* line = static_cast<const PlantLine*>(sqlite3_user_data(context));
+  const auto* line = static_cast<const PlantLine*>(sqlite3_value_pointer(values[1], kLinePointer));
+  if (line == nullptr) {
+    sqlite3_result_error(context, "plant_shift without its line", -1);
+    return;
+  }
   const std::string shift = ShiftAt(*line, sqlite3_value_int64(values[0]));
   sqlite3_result_text(context, shift.c_str(), static_cast<int>(shift.size()), SQLITE_TRANSIENT);
 }
 
-void RegisterFunctions(SqliteDatabase& db, const PlantLine& line) {
-  // The line outlives the statement that calls these; both are re-registered per query.
-  sqlite3_create_function(db.Handle(), "plant_shift", 1, SQLITE_UTF8 | SQLITE_DETERMINISTIC,
-                          const_cast<PlantLine*>(&line), ShiftOfTime, nullptr, nullptr);
-  sqlite3_create_function(db.Handle(), "plant_is_number", 1, SQLITE_UTF8 | SQLITE_DETERMINISTIC,
-                          nullptr, IsNumber, nullptr, nullptr);
+void DefineFunctions(SqliteDatabase& db) {
+  db.DefineFunction("plant_shift", 2, ShiftOfTime);
+  db.DefineFunction("plant_is_number", 1, IsNumber);
 }
 
 Conditions WhereOf(const PlantLine& line, const Selection& s) {
@@ -257,7 +376,10 @@ Conditions WhereOf(const PlantLine& line, const Selection& s) {
   if (s.testKind)
     where.AddList(s.testKind->useids() ? "k.id" : "k.name", s.testKind->items(),
                   s.testKind->useids(), s.testKind->exclude());
-  if (s.shift) where.AddList("plant_shift(t.time)", s.shift->items(), false, s.shift->exclude());
+  if (s.shift) {
+    where.AddList("plant_shift(t.time, " + where.Parameter(&line) + ")", s.shift->items(), false,
+                  s.shift->exclude());
+  }
   if (s.referenceUnit) AddReferenceUnits(where, line, *s.referenceUnit);
   if (s.addInfo) AddAddInfo(where, *s.addInfo);
   if (s.idRange) AddIdRanges(where, *s.idRange);
@@ -291,9 +413,12 @@ Selection ReadSelection(const pb::Message& request) {
   return s;
 }
 
-std::vector<TestRow> SelectTests(SqliteDatabase& db, const PlantLine& line,
-                                 const Selection& selection) {
-  RegisterFunctions(db, line);
+namespace {
+
+/// The records of the tests of `line` that `selection` selects, oldest first.
+std::vector<TestRecord> SelectRecords(SqliteDatabase& db, const PlantLine& line,
+                                      const Selection& selection) {
+  DefineFunctions(db);
   const Conditions where = WhereOf(line, selection);
   const bool limited = selection.lastN && selection.lastN->topn() > 0;
   const bool first = limited && selection.lastN->topnfirst();
@@ -302,25 +427,58 @@ std::vector<TestRow> SelectTests(SqliteDatabase& db, const PlantLine& line,
   if (limited) sql += " LIMIT " + std::to_string(selection.lastN->topn());
   SqliteStatement statement = db.Prepare(sql);
   where.Bind(statement);
-  std::vector<TestRow> tests;
-  while (statement.Step()) tests.push_back(ReadRow(statement));
+  std::vector<TestRecord> tests;
+  while (statement.Step()) tests.push_back(ReadRecord(statement));
   if (!first) std::reverse(tests.begin(), tests.end());
   return tests;
+}
+
+}  // namespace
+
+std::vector<TestRow> SelectTests(SqliteDatabase& db, const PlantLine& line,
+                                 const Selection& selection) {
+  return RowsOf(db, SelectRecords(db, line, selection));
+}
+
+std::string SerializedHeaders(SqliteDatabase& db, const PlantLine& line,
+                              const Selection& selection) {
+  const std::vector<TestRecord> records = SelectRecords(db, line, selection);
+  const TestNames names(db);
+  FilePaths paths;
+  // One header message, refilled per test and written at once: a day of a
+  // busy line has thousands, and building them all first costs more than
+  // reading them.
+  dc::GeneralInformation header;
+  std::string bytes;
+  {
+    pb::io::StringOutputStream output(&bytes);
+    pb::io::CodedOutputStream coded(&output);
+    coded.SetSerializationDeterministic(true);
+    constexpr int kValuesField = dc::GeneralInformationContainer::kValuesFieldNumber;
+    for (const TestRecord& test : records) {
+      FillHeader(test, names, paths, header);
+      coded.WriteTag(pb::internal::WireFormatLite::MakeTag(
+          kValuesField, pb::internal::WireFormatLite::WIRETYPE_LENGTH_DELIMITED));
+      coded.WriteVarint32(static_cast<std::uint32_t>(header.ByteSizeLong()));
+      header.SerializeWithCachedSizes(&coded);
+    }
+  }  // the coded stream trims the string when it goes out of scope
+  return bytes;
 }
 
 std::vector<TestRow> TestsById(SqliteDatabase& db, const PlantLine& line,
                                const pb::RepeatedField<std::int32_t>& ids) {
   SqliteStatement statement =
       db.Prepare(std::string(kHeaderColumns) + " WHERE t.line_id = ?1 AND t.id = ?2");
-  std::vector<TestRow> tests;
+  std::vector<TestRecord> tests;
   std::set<std::int32_t> seen;
   for (const std::int32_t id : ids) {
     if (!seen.insert(id).second) continue;
     statement.BindAll(line.id, std::int64_t{id});
-    if (statement.Step()) tests.push_back(ReadRow(statement));
+    if (statement.Step()) tests.push_back(ReadRecord(statement));
     statement.Reset();
   }
-  return tests;
+  return RowsOf(db, tests);
 }
 
 TestDefects DefectsOf(SqliteDatabase& db, std::int32_t testId) {

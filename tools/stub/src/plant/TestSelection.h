@@ -78,6 +78,12 @@ struct TestRow {
 std::vector<TestRow> SelectTests(SqliteDatabase& db, const PlantLine& line,
                                  const Selection& selection);
 
+/// The binary encoding of a GeneralInformationContainer of the tests of
+/// `line` that `selection` selects, oldest first: the bytes
+/// SerializeDeterministically gives, without the container built.
+std::string SerializedHeaders(SqliteDatabase& db, const PlantLine& line,
+                              const Selection& selection);
+
 /// The tests of `line` among `ids`, in the order of `ids`; unknown ones and
 /// repeats are left out.
 std::vector<TestRow> TestsById(SqliteDatabase& db, const PlantLine& line,

@@ -85,20 +85,23 @@ double IdleFloor(double hz) { return 28 - 6 * std::log10(1 + hz / 100); }
 /// Half the width of the band, in lines, in which the limit allows an order's peak.
 int OrderBand(double hz) { return std::max(4, static_cast<int>(0.03 * hz / kSpectrumDeltaHz)); }
 
-std::vector<float> IdleLimit() {
-  std::vector<float> limit(kSpectrumLines);
-  for (int i = 0; i < kSpectrumLines; ++i)
-    limit[i] = static_cast<float>(IdleFloor(i * kSpectrumDeltaHz) + 12);
-  for (const Order& order : kIdleOrders) {
-    const double hz = order.order * kNominalIdleRpm / 60;
-    const int centre = static_cast<int>(std::lround(hz / kSpectrumDeltaHz));
-    const int band = OrderBand(hz);
-    for (int i = std::max(0, centre - band); i <= std::min(kSpectrumLines - 1, centre + band);
-         ++i) {
-      limit[i] = std::max(limit[i], static_cast<float>(order.level + 8));
+const std::vector<float>& IdleLimit() {
+  static const std::vector<float> kLimit = [] {
+    std::vector<float> limit(kSpectrumLines);
+    for (int i = 0; i < kSpectrumLines; ++i)
+      limit[i] = static_cast<float>(IdleFloor(i * kSpectrumDeltaHz) + 12);
+    for (const Order& order : kIdleOrders) {
+      const double hz = order.order * kNominalIdleRpm / 60;
+      const int centre = static_cast<int>(std::lround(hz / kSpectrumDeltaHz));
+      const int band = OrderBand(hz);
+      for (int i = std::max(0, centre - band); i <= std::min(kSpectrumLines - 1, centre + band);
+           ++i) {
+        limit[i] = std::max(limit[i], static_cast<float>(order.level + 8));
+      }
     }
-  }
-  return limit;
+    return limit;
+  }();
+  return kLimit;
 }
 
 int NearestIndex(double position, double start, double delta, int length) {
@@ -118,9 +121,8 @@ double OrderMapLimit(double order, double rpm) {
   return OrderMapNominal(order, rpm) + 8 + (order == 2 || order == 23 || order == 46 ? 0 : 7);
 }
 
-dc::MeasurementValue Level(std::uint64_t seed) {
+void Level(std::uint64_t seed, dc::MeasurementValue& value) {
   PlantRandom random(Stream(seed, kLevel));
-  dc::MeasurementValue value;
   dc::Scalar& scalar = *value.mutable_scalar();
   scalar.set_value(static_cast<float>(70 + random.Between(-2.5, 2.5)));
   *scalar.mutable_unit() = MakeUnit(en::pascal, en::Decibel);
@@ -129,12 +131,10 @@ dc::MeasurementValue Level(std::uint64_t seed) {
   auto& limit = *scalar.add_limits();
   limit.set_scalar(kLevelLimit);
   *limit.mutable_limit() = UpperLimit(kLevel);
-  return value;
 }
 
-dc::MeasurementValue OrderTrack(std::uint64_t seed) {
+void OrderTrack(std::uint64_t seed, dc::MeasurementValue& value) {
   PlantRandom random(Stream(seed, kOrderTrack));
-  dc::MeasurementValue value;
   dc::ScalarTrack& track = *value.mutable_scalartrack();
   *track.mutable_xunit() = MakeUnit(en::rpm);
   *track.mutable_yunit() = MakeUnit(en::metre_per_second_squared);
@@ -150,10 +150,9 @@ dc::MeasurementValue OrderTrack(std::uint64_t seed) {
     bound.set_x(static_cast<float>(rpm));
     bound.set_y(static_cast<float>(TrackNominal(rpm) * 1.15 + 0.6));
   }
-  return value;
 }
 
-dc::MeasurementValue IdleSpectrum(std::uint64_t seed) {
+void IdleSpectrum(std::uint64_t seed, dc::MeasurementValue& value) {
   PlantRandom random(Stream(seed, kIdleSpectrum));
   std::vector<double> level(kSpectrumLines);
   for (int i = 0; i < kSpectrumLines; ++i)
@@ -168,21 +167,20 @@ dc::MeasurementValue IdleSpectrum(std::uint64_t seed) {
       level[i] = std::max(level[i], peak - 6 * distance * distance);
     }
   }
-  dc::MeasurementValue value;
   dc::Vector& vector = *value.mutable_vector();
   *vector.mutable_xunit() = MakeUnit(en::hertz);
   *vector.mutable_yunit() = MakeUnit(en::pascal, en::Decibel);
   *vector.mutable_xaxisrange() = Axis(0, kSpectrumDeltaHz, kSpectrumLines);
+  vector.mutable_values()->Reserve(kSpectrumLines);
   for (double y : level) vector.add_values()->set_y(static_cast<float>(y));
   auto& limit = *vector.add_limits();
   *limit.mutable_limit() = UpperLimit(kIdleSpectrum);
+  limit.mutable_vectorpoints()->Reserve(kSpectrumLines);
   for (float y : IdleLimit()) limit.add_vectorpoints()->set_y(y);
-  return value;
 }
 
-dc::MeasurementValue RunUpSpectra(std::uint64_t seed) {
+void RunUpSpectra(std::uint64_t seed, dc::MeasurementValue& value) {
   PlantRandom random(Stream(seed, kRunUpSpectra));
-  dc::MeasurementValue value;
   dc::VectorTrack& track = *value.mutable_vectortrack();
   *track.mutable_xunit() = MakeUnit(en::hertz);
   *track.mutable_yunit() = MakeUnit(en::metre_per_second_squared);
@@ -200,14 +198,13 @@ dc::MeasurementValue RunUpSpectra(std::uint64_t seed) {
     }
     auto& element = *track.add_values();
     element.set_z(static_cast<float>(rpm));
+    element.mutable_vectorpoints()->Reserve(kRunUpLines);
     for (double point : y) element.add_vectorpoints()->set_y(static_cast<float>(point));
   }
-  return value;
 }
 
-dc::MeasurementValue OrderMap(std::uint64_t seed) {
+void OrderMap(std::uint64_t seed, dc::MeasurementValue& value) {
   PlantRandom random(Stream(seed, kOrderMap));
-  dc::MeasurementValue value;
   dc::Matrix& matrix = *value.mutable_matrix();
   *matrix.mutable_xunit() = MakeUnit(en::order);
   *matrix.mutable_yunit() = MakeUnit(en::pascal, en::Decibel);
@@ -227,7 +224,6 @@ dc::MeasurementValue OrderMap(std::uint64_t seed) {
       bound.add_vectorpoints()->set_y(static_cast<float>(OrderMapLimit(order, rpm)));
     }
   }
-  return value;
 }
 
 /// Raises the point of `value` nearest the exceedance's position to its value.
@@ -315,32 +311,37 @@ Exceedance ChooseExceedance(std::uint64_t seed, std::uint64_t choice) {
   return exceedance;
 }
 
-dc::MeasurementValue QuantityValue(int quantityId, std::uint64_t seed,
-                                   const std::vector<Exceedance>& exceedances) {
-  dc::MeasurementValue value;
+void FillQuantityValue(int quantityId, std::uint64_t seed,
+                       const std::vector<Exceedance>& exceedances, dc::MeasurementValue& value) {
   switch (quantityId) {
     case kLevel:
-      value = Level(seed);
+      Level(seed, value);
       break;
     case kOrderTrack:
-      value = OrderTrack(seed);
+      OrderTrack(seed, value);
       break;
     case kIdleSpectrum:
-      value = IdleSpectrum(seed);
+      IdleSpectrum(seed, value);
       break;
     case kRunUpSpectra:
-      value = RunUpSpectra(seed);
+      RunUpSpectra(seed, value);
       break;
     case kOrderMap:
-      value = OrderMap(seed);
+      OrderMap(seed, value);
       break;
     default:
       value.set_invalid("no such quantity");
-      return value;
+      return;
   }
   for (const Exceedance& exceedance : exceedances) {
     if (exceedance.quantityId == quantityId) Apply(exceedance, value);
   }
+}
+
+dc::MeasurementValue QuantityValue(int quantityId, std::uint64_t seed,
+                                   const std::vector<Exceedance>& exceedances) {
+  dc::MeasurementValue value;
+  FillQuantityValue(quantityId, seed, exceedances, value);
   return value;
 }
 

@@ -49,6 +49,10 @@ Exceedance ChooseExceedance(std::uint64_t seed, std::uint64_t choice);
 /// exceedances applied.
 Korvan::KQ::DataContracts::MeasurementValue QuantityValue(
     int quantityId, std::uint64_t seed, const std::vector<Exceedance>& exceedances);
+/// The same into `value`, an empty message (one on an arena, say).
+void FillQuantityValue(int quantityId, std::uint64_t seed,
+                       const std::vector<Exceedance>& exceedances,
+                       Korvan::KQ::DataContracts::MeasurementValue& value);
 
 /// The idle spectrum's frequency resolution and length.
 inline constexpr double kSpectrumDeltaHz = 1.25;

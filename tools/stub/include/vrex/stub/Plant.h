@@ -44,6 +44,10 @@ class Plant {
   /// Read connections kept open between queries: opening one costs more
   /// than answering a small query.
   std::shared_ptr<Connections> connections_;
+  /// The answer to the version query, which no command changes: read once,
+  /// since a database read (its file locks) costs more than the rest of a
+  /// small query.
+  CannedAnswer version_;
 };
 
 /// Writes a plant of `tests` tests over `days` days up to `now` (seconds since
