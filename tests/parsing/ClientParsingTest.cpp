@@ -3,17 +3,13 @@
 // reads answers again and again into a vrex::AnswerArena.
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <future>
 #include <memory>
 #include <string>
 #include <string_view>
-#include <thread>
 
 #include "ProcessResources.h"
 #include "SamplePlantAnswers.h"
 #include "parse/BlockRecycler.h"
-#include "parse/ParsePool.h"
 #include "parse/WarmArenas.h"
 #include "vrex/AnswerArena.h"
 #include "vrex/Client.h"
@@ -118,54 +114,6 @@ TEST(AnswerArenaTest, AClientsArenasKeepTheLargestAnswersMemoryWhileAnyOfThemLiv
   EXPECT_LT(recycler.KeptBytes(), warm / 2);  // the next answer took them
   arenas.reset();                             // the client is gone, an answer lives on
   kept.reset();
-  EXPECT_EQ(recycler.KeptBytes(), 0U);
-}
-
-// What the slices count on: a posted task starts at once on a thread of the
-// pool, as many side by side as it has threads, and the tasks still queued
-// when the pool goes run before it is gone.
-TEST(ParsePoolTest, RunsEveryTaskAtOnceOnItsThreadsAndTheQueuedOnesBeforeItGoes) {
-  constexpr int kQueued = 20;
-  const std::thread::id caller = std::this_thread::get_id();
-  std::atomic<int> ranOnPool{0};
-  std::promise<void> firstStarted;
-  std::promise<void> secondStarted;
-  std::promise<bool> met;
-  {
-    vrex::internal::ParsePool pool(2);
-    pool.Post([&] {
-      firstStarted.set_value();
-      met.set_value(secondStarted.get_future().wait_for(std::chrono::seconds(30)) ==
-                    std::future_status::ready);
-    });
-    pool.Post([&] {
-      secondStarted.set_value();
-      firstStarted.get_future().wait_for(std::chrono::seconds(30));
-    });
-    auto bothRan = met.get_future();
-    ASSERT_EQ(bothRan.wait_for(std::chrono::seconds(30)), std::future_status::ready);
-    EXPECT_TRUE(bothRan.get()) << "the two tasks did not run side by side";
-    for (int task = 0; task < kQueued; ++task) {
-      pool.Post([&] { ranOnPool += std::this_thread::get_id() != caller ? 1 : 0; });
-    }
-  }
-  EXPECT_EQ(ranOnPool, kQueued);
-}
-
-TEST(BlockRecyclerTest, GivesFreedBlocksBackWithinWhatIsReserved) {
-  constexpr std::size_t kBlock = 4096;
-  BlockRecycler& recycler = BlockRecycler::Instance();
-  recycler.Reserve(3 * kBlock);
-  void* small = BlockRecycler::Allocate(kBlock);
-  void* large = BlockRecycler::Allocate(3 * kBlock);
-  BlockRecycler::Free(small, kBlock);
-  BlockRecycler::Free(large, 3 * kBlock);  // beyond the reservation: freed
-  EXPECT_EQ(recycler.KeptBytes(), kBlock);
-  EXPECT_EQ(BlockRecycler::Allocate(kBlock), small);
-  EXPECT_EQ(recycler.KeptBytes(), 0U);
-
-  BlockRecycler::Free(small, kBlock);
-  recycler.Unreserve(3 * kBlock);
   EXPECT_EQ(recycler.KeptBytes(), 0U);
 }
 

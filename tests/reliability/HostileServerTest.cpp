@@ -16,6 +16,7 @@
 #include "BoundedCall.h"
 #include "ChildProcess.h"
 #include "ProcessResources.h"
+#include "StubFixture.h"
 #include "VersionDTO.pb.h"
 #include "vrex/Client.h"
 #include "vrex/stub/StubServer.h"
@@ -36,26 +37,7 @@ constexpr std::uint64_t kCap = 8u << 20;  // the client's answer size limit in t
 constexpr long kProcessPeakKilobytes = 200 * 1024;
 
 stub::CannedAnswer Chunks(std::string chunk, std::uint64_t repeat, milliseconds pace) {
-  stub::CannedAnswer answer;
-  answer.body = std::move(chunk);
-  answer.delivery = stub::Delivery::Chunked;
-  answer.repeat = repeat;
-  answer.pace = pace;
-  return answer;
-}
-
-stub::CannedAnswer Announcing(std::uint64_t length, std::string body) {
-  stub::CannedAnswer answer;
-  answer.body = std::move(body);
-  answer.announcedLength = length;
-  return answer;
-}
-
-stub::CannedAnswer Delivered(stub::Delivery delivery, std::string bytes = {}) {
-  stub::CannedAnswer answer;
-  answer.body = std::move(bytes);
-  answer.delivery = delivery;
-  return answer;
+  return testing::Delivered(std::move(chunk), stub::Delivery::Chunked, repeat, pace);
 }
 
 struct HostileServer {
@@ -75,13 +57,14 @@ std::vector<HostileServer> HostileServers() {
   return {
       {"EndlessBody", Chunks(std::string(64 * 1024, 'x'), stub::kEndless, milliseconds(0)),
        Event::AnswerTooLarge, "raise ClientOptions::maxAnswerBytes", 11},
-      {"AnnouncesFiveGigabytes", Announcing(5'000'000'000, "x"), Event::AnswerTooLarge, "too large",
-       11},
-      {"CutShort", Announcing(1000, "only ten b"), Event::BrokenAnswer, "not readable HTTP", 10},
-      {"MalformedStatusLine", Delivered(stub::Delivery::Raw, "HTTP/1.1 2OO Fine\r\n\r\n"),
-       Event::BrokenAnswer, "not readable HTTP", 10},
-      {"EndlessHeaders", Delivered(stub::Delivery::EndlessHeaders), Event::BrokenAnswer,
+      {"AnnouncesFiveGigabytes", testing::Announcing(5'000'000'000, "x"), Event::AnswerTooLarge,
+       "too large", 11},
+      {"CutShort", testing::Announcing(1000, "only ten b"), Event::BrokenAnswer,
        "not readable HTTP", 10},
+      {"MalformedStatusLine", testing::Delivered("HTTP/1.1 2OO Fine\r\n\r\n", stub::Delivery::Raw),
+       Event::BrokenAnswer, "not readable HTTP", 10},
+      {"EndlessHeaders", testing::Delivered("", stub::Delivery::EndlessHeaders),
+       Event::BrokenAnswer, "not readable HTTP", 10},
       {"TrickleIntoTheTimeOut", Chunks("x", 1000, milliseconds(100)), Event::ReceiveTimedOut,
        "timed out while receiving", 9},
   };

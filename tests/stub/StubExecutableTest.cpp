@@ -20,6 +20,7 @@
 #include "RawHttp.h"
 #include "ScratchDirectory.h"
 #include "SimpleTopologyContainer.pb.h"
+#include "StubFixture.h"
 #include "VersionDTO.pb.h"
 #include "vrex/MessageJson.h"
 #include "vrex/stub/StubServer.h"
@@ -50,7 +51,8 @@ bool ExitsWith(ChildProcess& stub, int code) {
   return status && WIFEXITED(*status) && WEXITSTATUS(*status) == code;
 }
 
-TEST(StubExecutable, StartsOnlyWithGoodDataPrintsItsPortAndStopsOnSigterm) {
+// The plant files of generate-plant and --plant are the examples' (examples/run-example.sh).
+TEST(StubExecutable, StartsOnlyWithGoodDataServesItsPlantWithTheTokenAndStopsOnSigterm) {
   const ScratchDirectory data;
   data.Write("ApiVersionQuery.json", R"({"Major": 4)");
   ChildProcess refused(VREX_STUB_EXECUTABLE, {"--port", "0", "--data", data.Path().string()});
@@ -63,27 +65,8 @@ TEST(StubExecutable, StartsOnlyWithGoodDataPrintsItsPortAndStopsOnSigterm) {
   ChildProcess version(VREX_STUB_EXECUTABLE, {"--version"});
   EXPECT_TRUE(ExitsWith(version, 0) && version.ReadRest(kPatience).rfind("vrex-stub ", 0) == 0);
 
-  ChildProcess stub(VREX_STUB_EXECUTABLE, {"--port", "0"});
-  const int port = AnnouncedPort(stub);
-  ASSERT_GT(port, 0) << stub.ReadRest(std::chrono::seconds(1));
-  const std::string response = vrex::testing::ExchangeRaw(
-      port,
-      "POST /api/SimpleTopologyQuery HTTP/1.1\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");
-  EXPECT_EQ(vrex::testing::StatusOf(response), 200);
-  dc::SimpleTopologyContainer topology;
-  ASSERT_TRUE(topology.ParseFromString(vrex::testing::BodyOf(response)));
-  EXPECT_EQ(topology.values_size(), 3) << "the default is the generated plant";
-  stub.Signal(SIGTERM);
-  EXPECT_TRUE(ExitsWith(stub, EXIT_SUCCESS)) << "no clean stop on SIGTERM";
-}
-
-TEST(StubExecutable, GeneratesAPlantAndServesItOnlyToRequestsWithTheToken) {
-  const ScratchDirectory data;
-  const std::string plant = (data.Path() / "plant.sqlite").string();
-  ChildProcess generate(VREX_STUB_EXECUTABLE, {"generate-plant", "-o", plant, "--tests", "400"});
-  ASSERT_TRUE(ExitsWith(generate, EXIT_SUCCESS));
   const std::string token = data.Write("token", "the token\n").string();
-  ChildProcess stub(VREX_STUB_EXECUTABLE, {"--port", "0", "--plant", plant, "--require-token", token});
+  ChildProcess stub(VREX_STUB_EXECUTABLE, {"--port", "0", "--require-token", token});
   const int port = AnnouncedPort(stub);
   ASSERT_GT(port, 0) << stub.ReadRest(std::chrono::seconds(1));
   const auto ask = [port](const std::string& header) {
@@ -96,9 +79,9 @@ TEST(StubExecutable, GeneratesAPlantAndServesItOnlyToRequestsWithTheToken) {
   EXPECT_EQ(vrex::testing::StatusOf(answer), 200);
   dc::SimpleTopologyContainer topology;
   ASSERT_TRUE(topology.ParseFromString(vrex::testing::BodyOf(answer)));
-  EXPECT_EQ(topology.values_size(), 3);
+  EXPECT_EQ(topology.values_size(), 3) << "the default is the generated plant";
   stub.Signal(SIGTERM);
-  EXPECT_TRUE(ExitsWith(stub, EXIT_SUCCESS));
+  EXPECT_TRUE(ExitsWith(stub, EXIT_SUCCESS)) << "no clean stop on SIGTERM";
 }
 
 /// A response's status line and Content-Type, and its body: what a replay
@@ -110,13 +93,6 @@ std::string Essence(const std::string& response) {
          vrex::testing::BodyOf(response);
 }
 
-CannedAnswer Bytes(std::string body, std::string contentType) {
-  CannedAnswer answer;
-  answer.body = std::move(body);
-  answer.contentType = std::move(contentType);
-  return answer;
-}
-
 TEST(StubExecutable, RecordsWhatALiveServerAnswersForReplay) {
   constexpr char kToken[] = "token-that-stays-off-disk";
   dc::VersionDTO version;
@@ -126,9 +102,10 @@ TEST(StubExecutable, RecordsWhatALiveServerAnswersForReplay) {
   busy.headers.push_back({"Retry-After", "7"});
   live.AddCase({"MeasurementQuery", "a", R"({"Line": "A"})", {busy}});
   live.AddCase(
-      {"MeasurementQuery", "b", R"({"Line": "B"})", {Bytes("\x0a\x00", "application/x-protobuf")}});
+      {"MeasurementQuery", "b", R"({"Line": "B"})", {vrex::testing::Answer(200, "\x0a\x00")}});
   live.SetAnswerMessage("ApiVersionQuery", version, 202);
-  live.SetAnswer("ArchiveFileQuery", Bytes(std::string("PK\0\xff", 4), "application/zip"));
+  live.SetAnswer("ArchiveFileQuery",
+                 vrex::testing::Answer(200, std::string("PK\0\xff", 4), "application/zip"));
   live.Start();
   const ScratchDirectory data;
   const std::string recorded = (data.Path() / "recorded").string();

@@ -34,7 +34,10 @@ using std::chrono::milliseconds;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::Not;
+using vrex::testing::Announcing;
+using vrex::testing::Answer;
 using vrex::testing::BodyOf;
+using vrex::testing::Delivered;
 using vrex::testing::ExchangeRaw;
 using vrex::testing::RawConnection;
 using vrex::testing::StatusOf;
@@ -82,18 +85,6 @@ bool AllConnectionsClosed(StubServer& server) {
     server.ClearJournal();  // the peak counts again from the connections open now
     return server.PeakConnections() == 0;
   });
-}
-
-/// `body` sent by `delivery`: `repeat` times, `pace` apart, after `delay`.
-CannedAnswer Answer(std::string body, Delivery delivery = Delivery::Whole, std::uint64_t repeat = 1,
-                    milliseconds pace = {}, milliseconds delay = {}) {
-  CannedAnswer answer;
-  answer.body = std::move(body);
-  answer.delivery = delivery;
-  answer.repeat = repeat;
-  answer.pace = pace;
-  answer.delay = delay;
-  return answer;
 }
 
 TEST(StubServerLifeCycle, ServesOnAnEphemeralPortUntilStoppedStartsAgainAndRefusesMisuse) {
@@ -180,7 +171,7 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(
         SelectionCase{"CannedAnswerAsSet",
                       [](StubServer& s) {
-                        CannedAnswer moved = Answer(kBinary);
+                        CannedAnswer moved = Answer(200, kBinary);
                         moved.status = 302;
                         moved.contentType = "text/html";
                         moved.headers.push_back({"Location", "http://127.0.0.1:1/x"});
@@ -215,7 +206,7 @@ INSTANTIATE_TEST_SUITE_P(
         SelectionCase{
             "SequenceStartsOverWhenReset",
             [](StubServer& s) {
-              s.AddCase({kMeasurements, "seq", "", {TextAnswer(503, "busy"), Answer("")}});
+              s.AddCase({kMeasurements, "seq", "", {TextAnswer(503, "busy"), Answer(200)}});
               ExchangeRaw(s.Port(), Post(kPath));
               s.ResetSequences();
               s.ClearJournal();
@@ -403,12 +394,6 @@ struct DeliveryCase {
 // Test output names a case by its name.
 void PrintTo(const DeliveryCase& c, std::ostream* out) { *out << c.name; }
 
-CannedAnswer Lying(std::string body, std::uint64_t announced) {
-  CannedAnswer answer = Answer(std::move(body));
-  answer.announcedLength = announced;
-  return answer;
-}
-
 class StubServerDelivery : public StubFixture, public ::testing::WithParamInterface<DeliveryCase> {};
 
 TEST_P(StubServerDelivery, SendsItsBytesAndEndsWhenTheClientClosesAndWhenTheServerStops) {
@@ -430,27 +415,27 @@ TEST_P(StubServerDelivery, SendsItsBytesAndEndsWhenTheClientClosesAndWhenTheServ
 
 INSTANTIATE_TEST_SUITE_P(
     Cases, StubServerDelivery,
-    ::testing::Values(DeliveryCase{"ShorterThanAnnounced", Lying("short", 100),
+    ::testing::Values(DeliveryCase{"ShorterThanAnnounced", Announcing(100, "short"),
                                    kProtobufHead + "Content-Length: 100\r\n\r\nshort", true},
-                      DeliveryCase{"LongerThanAnnounced", Lying("longer", 2),
+                      DeliveryCase{"LongerThanAnnounced", Announcing(2, "longer"),
                                    kProtobufHead + "Content-Length: 2\r\n\r\nlonger", true},
-                      DeliveryCase{"AsAnnounced", Lying("exact", 5),
+                      DeliveryCase{"AsAnnounced", Announcing(5, "exact"),
                                    kProtobufHead + "Content-Length: 5\r\n\r\nexact", false},
-                      DeliveryCase{"Raw", Answer("HTTP/1.1 2OO Fine\r\nX: y", Delivery::Raw),
+                      DeliveryCase{"Raw", Delivered("HTTP/1.1 2OO Fine\r\nX: y", Delivery::Raw),
                                    "HTTP/1.1 2OO Fine\r\nX: y", true},
                       DeliveryCase{"TrickleOfChunks",
-                                   Answer("ab", Delivery::Chunked, 2, milliseconds(1)),
+                                   Delivered("ab", Delivery::Chunked, 2, milliseconds(1)),
                                    kChunkedHead + "2\r\nab\r\n2\r\nab\r\n0\r\n\r\n", false},
-                      DeliveryCase{"EmptyChunkedBody", Answer("", Delivery::Chunked, 3),
+                      DeliveryCase{"EmptyChunkedBody", Delivered("", Delivery::Chunked, 3),
                                    kChunkedHead + "0\r\n\r\n", false},
-                      DeliveryCase{"EndlessChunks", Answer("tick", Delivery::Chunked, kEndless),
+                      DeliveryCase{"EndlessChunks", Delivered("tick", Delivery::Chunked, kEndless),
                                    kChunkedHead + "4\r\ntick\r\n4\r\ntick\r\n", false},
-                      DeliveryCase{"EndlessHeaders", Answer("", Delivery::EndlessHeaders),
+                      DeliveryCase{"EndlessHeaders", Delivered("", Delivery::EndlessHeaders),
                                    "HTTP/1.1 200 OK\r\nX-Endless: xxxx", false},
-                      DeliveryCase{"SlowTrickle", Answer("tick", Delivery::Chunked, 2, hours(1)),
+                      DeliveryCase{"SlowTrickle", Delivered("tick", Delivery::Chunked, 2, hours(1)),
                                    kChunkedHead, false},
                       DeliveryCase{"StallMidBody",
-                                   Answer("0123456789", Delivery::CloseMidBody, 1, {}, hours(1)),
+                                   Delivered("0123456789", Delivery::CloseMidBody, 1, {}, hours(1)),
                                    kProtobufHead + "Content-Length: 10\r\n\r\n01234", false}),
     [](const ::testing::TestParamInfo<DeliveryCase>& info) { return info.param.name; });
 
@@ -623,7 +608,7 @@ TEST(StubServerHostileClients, AreBoundedAndLoggedWhileOthersAreStillAnswered) {
     const std::lock_guard lock(mutex);
     log += std::string(line) + "\n";
   };
-  const CannedAnswer large = Answer(std::string(std::size_t{64} << 20, 'x'));
+  const CannedAnswer large = Answer(200, std::string(std::size_t{64} << 20, 'x'));
   for (const auto& [logged, misbehave] : clients) {
     SCOPED_TRACE(logged);
     log.clear();  // no server runs now
