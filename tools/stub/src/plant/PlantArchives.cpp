@@ -24,7 +24,7 @@ namespace pb = google::protobuf;
 
 /// The archive record of test `id`: the plant's measurement of it alone,
 /// every quantity, so the same test gives the same bytes in every answer.
-std::string TestRecord(SqliteDatabase& db, const PlantLine& line, std::int32_t id) {
+std::string ArchiveRecordOfTest(SqliteDatabase& db, const PlantLine& line, std::int32_t id) {
   dc::MeasurementByIdQuery request;
   request.set_factory(line.factory);
   request.set_line(line.name);
@@ -54,7 +54,7 @@ CannedAnswer SelectedArchive(SqliteDatabase& db, const dc::ArchiveFileQuery& que
   const PlantLine line = LineOf(db, query);
   std::string records;
   for (const TestRow& test : SelectTests(db, line, ReadSelection(query))) {
-    records += TestRecord(db, line, test.header.pkident());
+    records += ArchiveRecordOfTest(db, line, test.header.pkident());
   }
   return ArchiveData(std::move(records));
 }
@@ -70,7 +70,7 @@ CannedAnswer ArchiveById(SqliteDatabase& db, const dc::ArchiveFileByIdQuery& que
     if (written.count(id) != 0) continue;
     if (const auto time = TimeOfTest(db, line, id)) {
       newest = std::max(newest.value_or(*time), *time);
-      records += TestRecord(db, line, id);
+      records += ArchiveRecordOfTest(db, line, id);
       written.insert(id);
     } else if (const auto average = AverageById(db, line, id)) {
       records += AverageRecord(db, line, *average);
