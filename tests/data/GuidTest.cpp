@@ -33,12 +33,9 @@ TEST(GuidTest, KnownIdentifierMapsToItsBytesAndHalves) {
 }
 
 TEST(GuidTest, RejectsAnythingButTheCanonicalForm) {
-  const char* const malformed[] = {
-      "",
-      "00112233-4455-6677-8899-aabbccddeef",
-      "001122334-455-6677-8899-aabbccddeeff",
-      "00112233-4455-6677-8899-aabbccddeefg",
-  };
+  const char* const malformed[] = {"", "00112233-4455-6677-8899-aabbccddeef",
+                                   "001122334-455-6677-8899-aabbccddeeff",
+                                   "00112233-4455-6677-8899-aabbccddeefg"};
   for (const char* text : malformed) {
     const Result<bcl::Guid> parsed = ParseGuid(text);
     EXPECT_FALSE(parsed.Ok()) << text;
