@@ -34,25 +34,18 @@ const AveragedArchive& ArchiveNamed(const std::string& name) {
 
 std::int64_t FloorDivide(std::int64_t a, std::int64_t b) { return a / b - (a % b < 0 ? 1 : 0); }
 
-/// The UTC moment at which `line`'s clocks show `local` (seconds since 1970).
-std::int64_t UtcOf(const PlantLine& line, std::int64_t local) {
-  const std::int64_t standard = local - std::int64_t{line.utcOffsetMinutes} * 60;
-  return local - std::int64_t{UtcOffsetMinutesAt(line, standard)} * 60;
-}
-
 Average AverageOf(const PlantLine& line, const AveragedArchive& archive, std::int64_t period) {
   const std::int64_t first = std::int64_t{archive.firstHour} * 3600;
   const std::int64_t length = std::int64_t{archive.hours} * 3600;
   return {static_cast<std::int32_t>(kFirstAverageId + line.id * kLineStep +
                                     archive.number * kArchiveStep + period),
-          &archive, period, UtcOf(line, first + period * length),
-          UtcOf(line, first + (period + 1) * length)};
+          &archive, period, UtcAtWallClock(line, first + period * length),
+          UtcAtWallClock(line, first + (period + 1) * length)};
 }
 
 /// The period of `archive` that holds `time`.
 std::int64_t PeriodAt(const PlantLine& line, const AveragedArchive& archive, std::int64_t time) {
-  const std::int64_t local = time + std::int64_t{UtcOffsetMinutesAt(line, time)} * 60;
-  return FloorDivide(local - std::int64_t{archive.firstHour} * 3600,
+  return FloorDivide(WallClockAt(line, time) - std::int64_t{archive.firstHour} * 3600,
                      std::int64_t{archive.hours} * 3600);
 }
 

@@ -36,4 +36,12 @@ int UtcOffsetMinutesAt(std::string_view ianaZone, int standardMinutes, bool dayl
   return static_cast<int>(ZoneNamed(ianaZone, standardMinutes).OffsetAt(instant).count());
 }
 
+std::int64_t UtcAtWallClock(std::string_view ianaZone, int standardMinutes, bool daylightSaving,
+                            std::int64_t wallClock) {
+  if (!daylightSaving) return wallClock - std::int64_t{standardMinutes} * 60;
+  const auto reading = std::chrono::system_clock::time_point(std::chrono::seconds(wallClock));
+  const auto instant = ZoneNamed(ianaZone, standardMinutes).FromWallClock(reading);
+  return std::chrono::duration_cast<std::chrono::seconds>(instant.time_since_epoch()).count();
+}
+
 }  // namespace vrex::stub::plant

@@ -14,4 +14,9 @@ namespace vrex::stub::plant {
 int UtcOffsetMinutesAt(std::string_view ianaZone, int standardMinutes, bool daylightSaving,
                        std::int64_t time);
 
+/// The moment (seconds since 1970, UTC) at which such a zone's clocks show
+/// `wallClock` (a reading written as if it were UTC).
+std::int64_t UtcAtWallClock(std::string_view ianaZone, int standardMinutes, bool daylightSaving,
+                            std::int64_t wallClock);
+
 }  // namespace vrex::stub::plant

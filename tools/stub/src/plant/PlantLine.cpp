@@ -65,8 +65,16 @@ int UtcOffsetMinutesAt(const PlantLine& line, std::int64_t time) {
   return UtcOffsetMinutesAt(line.ianaZone, line.utcOffsetMinutes, line.daylightSaving, time);
 }
 
+std::int64_t WallClockAt(const PlantLine& line, std::int64_t time) {
+  return time + std::int64_t{UtcOffsetMinutesAt(line, time)} * 60;
+}
+
+std::int64_t UtcAtWallClock(const PlantLine& line, std::int64_t wallClock) {
+  return UtcAtWallClock(line.ianaZone, line.utcOffsetMinutes, line.daylightSaving, wallClock);
+}
+
 std::string ShiftAt(const PlantLine& line, std::int64_t time) {
-  const std::int64_t local = time + std::int64_t{UtcOffsetMinutesAt(line, time)} * 60;
+  const std::int64_t local = WallClockAt(line, time);
   const std::int64_t days = local >= 0 ? local / 86400 : (local - 86399) / 86400;
   const int minute = static_cast<int>((local - days * 86400) / 60);
   const int weekday = static_cast<int>(((days + 3) % 7 + 7) % 7) + 1;  // 1970-01-01: a Thursday

@@ -47,6 +47,12 @@ struct PlantLine {
 /// The line's offset from UTC at `time` (seconds since 1970, UTC), summer time included.
 int UtcOffsetMinutesAt(const PlantLine& line, std::int64_t time);
 
+/// What the line's clocks show at `time`, written as if it were UTC.
+std::int64_t WallClockAt(const PlantLine& line, std::int64_t time);
+
+/// The moment at which the line's clocks show `wallClock`.
+std::int64_t UtcAtWallClock(const PlantLine& line, std::int64_t wallClock);
+
 /// The line `name` of `factory`; throws PlantRefusal (400 naming it) when
 /// the plant has no such factory or line.
 PlantLine FindLine(SqliteDatabase& db, const std::string& factory, const std::string& name);

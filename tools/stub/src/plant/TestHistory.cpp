@@ -28,7 +28,7 @@ std::map<std::int64_t, std::vector<TestRow>> TestsByDay(SqliteDatabase& db, cons
   for (TestRow& test : SelectTests(db, line, ReadSelection(query))) {
     const std::int64_t time = test.header.measurementtime().value();
     const std::int64_t local =
-        query.applyshiftoffset() ? time + std::int64_t{UtcOffsetMinutesAt(line, time)} * 60 : time;
+        query.applyshiftoffset() ? WallClockAt(line, time) : time;
     const std::int64_t day = local >= 0 ? local / 86400 : (local - 86399) / 86400;
     days[day].push_back(std::move(test));
   }
