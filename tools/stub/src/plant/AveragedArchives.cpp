@@ -7,7 +7,7 @@
 #include <iterator>
 #include <map>
 
-#include "MeasurementByIdQuery.pb.h"
+#include "plant/MeasurementAnswer.h"
 #include "plant/PlantQueries.h"
 #include "plant/TestSelection.h"
 
@@ -164,12 +164,10 @@ std::optional<Average> AverageById(SqliteDatabase& db, const PlantLine& line, st
 
 dc::MeasurementContainer AverageMeasurement(SqliteDatabase& db, const PlantLine& line,
                                             const Average& average) {
-  dc::MeasurementByIdQuery request;
-  request.set_factory(line.factory);
-  request.set_line(line.name);
-  for (std::int32_t id : PassingTests(db, line, average, INT32_MAX)) request.add_identifier(id);
+  pb::RepeatedField<std::int32_t> ids;
+  for (std::int32_t id : PassingTests(db, line, average, INT32_MAX)) ids.Add(id);
   dc::MeasurementContainer tests;
-  tests.ParseFromString((*FindPlantHandler("MeasurementByIdQuery"))(db, request).body);
+  tests.ParseFromString(SerializedMeasurements(db, TestsById(db, line, ids), nullptr));
 
   dc::MeasurementContainer container;
   dc::Measurement& measurement = (*container.mutable_measurements())[average.id];

@@ -8,11 +8,11 @@
 #include "ArchiveFileQuery.pb.h"
 #include "IdsOfLastAveragesQuery.pb.h"
 #include "LastAveragesContainer.pb.h"
-#include "MeasurementByIdQuery.pb.h"
 #include "MeasurementFromFileByIdQuery.pb.h"
 #include "MeasurementInformationContainer.pb.h"
 #include "MeasurementInformationFromFileQuery.pb.h"
 #include "plant/AveragedArchives.h"
+#include "plant/MeasurementAnswer.h"
 #include "plant/PlantLine.h"
 #include "plant/TestSelection.h"
 
@@ -24,12 +24,8 @@ namespace pb = google::protobuf;
 
 /// The archive record of test `id`: the plant's measurement of it alone,
 /// every quantity, so the same test gives the same bytes in every answer.
-std::string ArchiveRecordOfTest(SqliteDatabase& db, const PlantLine& line, std::int32_t id) {
-  dc::MeasurementByIdQuery request;
-  request.set_factory(line.factory);
-  request.set_line(line.name);
-  request.add_identifier(id);
-  return (*FindPlantHandler("MeasurementByIdQuery"))(db, request).body;
+std::string ArchiveRecordOfTest(SqliteDatabase& db, const TestRow& test) {
+  return SerializedMeasurements(db, {test}, nullptr);
 }
 
 std::string AverageRecord(SqliteDatabase& db, const PlantLine& line, const Average& average) {
@@ -54,7 +50,7 @@ CannedAnswer SelectedArchive(SqliteDatabase& db, const dc::ArchiveFileQuery& que
   const PlantLine line = LineOf(db, query);
   std::string records;
   for (const TestRow& test : SelectTests(db, line, ReadSelection(query))) {
-    records += ArchiveRecordOfTest(db, line, test.header.pkident());
+    records += ArchiveRecordOfTest(db, test);
   }
   return ArchiveData(std::move(records));
 }
@@ -70,7 +66,9 @@ CannedAnswer ArchiveById(SqliteDatabase& db, const dc::ArchiveFileByIdQuery& que
     if (written.count(id) != 0) continue;
     if (const auto time = TimeOfTest(db, line, id)) {
       newest = std::max(newest.value_or(*time), *time);
-      records += ArchiveRecordOfTest(db, line, id);
+      pb::RepeatedField<std::int32_t> one;
+      one.Add(id);
+      for (const TestRow& test : TestsById(db, line, one)) records += ArchiveRecordOfTest(db, test);
       written.insert(id);
     } else if (const auto average = AverageById(db, line, id)) {
       records += AverageRecord(db, line, *average);
@@ -113,14 +111,14 @@ CannedAnswer MeasurementsFromFile(SqliteDatabase& db,
   file.set_absolutepath(query.absolutepath());
   dc::MeasurementInformationContainer inFile;
   inFile.ParseFromString((*FindPlantHandler("MeasurementInformationFromFileQuery"))(db, file).body);
-  dc::MeasurementByIdQuery request;
-  request.set_factory(query.factory());
-  request.set_line(query.line());
+  pb::RepeatedField<std::int32_t> ids;
   for (std::int32_t id : query.identifier()) {
-    if (inFile.measurements().count(id) != 0) request.add_identifier(id);
+    if (inFile.measurements().count(id) != 0) ids.Add(id);
   }
-  if (query.has_clavis()) *request.mutable_clavis() = query.clavis();
-  return (*FindPlantHandler("MeasurementByIdQuery"))(db, request);
+  CannedAnswer answer;
+  answer.body = SerializedMeasurements(db, TestsById(db, LineOf(db, query), ids),
+                                       query.has_clavis() ? &query.clavis() : nullptr);
+  return answer;
 }
 
 template <typename Request>
